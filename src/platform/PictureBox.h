@@ -1,0 +1,160 @@
+// A picture box: a persistent image surface with its own memory DC, a
+// background picture, colours, a font, drawing state and the classic drawing
+// methods. One class serves every pane of the control; only a pane bound to a
+// widget (bind()) is visible, hidden panes need no window at all.
+//
+// Units are pixels throughout (ScaleWidth/ScaleHeight, CurrentX/CurrentY, the
+// drawing methods, TextWidth/TextHeight).
+#pragma once
+
+#include <optional>
+
+#include <QObject>
+#include <QString>
+
+#include "platform/Colors.h"
+#include "platform/Font.h"
+#include "platform/Picture.h"
+#include "platform/gdi.h"
+
+class QWidget;
+class QImage;
+class QMimeData;
+
+namespace qorv {
+
+class PaneWidget;
+
+class PictureBox : public QObject {
+  Q_OBJECT
+
+ public:
+  // Flags of Line(): a plain line, an outlined box, or a filled box.
+  enum LineKind { PlainLine = 0, Box = 1, BoxFilled = 2 };
+
+  explicit PictureBox(const QString& name = QString(), QObject* parent = nullptr);
+  ~PictureBox() override;
+
+  // Makes the pane visible as a child of `parent` that paints the persistent
+  // image and forwards mouse, keyboard and drag-and-drop input as the signals
+  // below. Returns the child widget (owned by `parent`).
+  QWidget* bind(QWidget* parent);
+  QWidget* widget() const;
+
+  // --- surface ----------------------------------------------------------------
+  // Memory DC holding the persistent image (a 32-bit device bitmap of
+  // ScaleWidth x ScaleHeight). Never 0 while the box exists.
+  gdi::HDC hDC() const;
+  // A window handle whose GetDC draws on the persistent image.
+  gdi::HWND hWnd() const;
+  // The persistent image as a QImage sharing its memory (Format_RGB32); valid
+  // until the next resize.
+  QImage imageView() const;
+
+  // --- geometry (pixels) --------------------------------------------------------
+  int Left() const;
+  int Top() const;
+  int Width() const;  // outer size, border included
+  int Height() const;
+  void setWidth(int w);
+  void setHeight(int h);
+  void Move(int left, int top, int width, int height);
+  // Inner size: outer size minus the border (2 pixels a side when BorderStyle 1).
+  float ScaleWidth() const;
+  float ScaleHeight() const;
+  // When True, assigning a picture sizes the box to it.
+  bool AutoSize() const;
+  void setAutoSize(bool v);
+
+  // --- pictures -------------------------------------------------------------------
+  // Background picture. Assigning it clears the persistent image to BackColor and
+  // draws the picture at (0, 0); an empty PicturePtr removes it.
+  PicturePtr Picture() const;
+  void setPicture(const PicturePtr& p);
+  // A snapshot of the persistent image as a new Picture (the view as painted,
+  // overlays included). Null when the box has no area.
+  PicturePtr Image() const;
+
+  // --- appearance and drawing state ---------------------------------------------
+  COLORREF BackColor() const;
+  void setBackColor(COLORREF c);
+  COLORREF ForeColor() const;
+  void setForeColor(COLORREF c);
+  FontPtr Font() const;
+  void setFont(const FontPtr& f);
+  int BorderStyle() const;  // 0 none, 1 fixed single
+  void setBorderStyle(int v);
+  int DrawMode() const;  // 1..16, default 13 (copy pen)
+  void setDrawMode(int v);
+  int DrawStyle() const;  // 0..6, default 0 (solid)
+  void setDrawStyle(int v);
+  int DrawWidth() const;  // default 1
+  void setDrawWidth(int v);
+  int FillStyle() const;  // 0 solid, 1 transparent (default), 2..7 hatches
+  void setFillStyle(int v);
+  COLORREF FillColor() const;
+  void setFillColor(COLORREF c);
+  float CurrentX() const;
+  void setCurrentX(float v);
+  float CurrentY() const;
+  void setCurrentY(float v);
+  int MousePointer() const;  // 0 default, 15 size-all, 11 hourglass, 99 custom
+  void setMousePointer(int v);
+  PicturePtr MouseIcon() const;
+  void setMouseIcon(const PicturePtr& p);
+  bool AutoRedraw() const;
+  void setAutoRedraw(bool v);
+  int OLEDragMode() const;
+  void setOLEDragMode(int v);
+  int OLEDropMode() const;
+  void setOLEDropMode(int v);
+  bool Visible() const;
+  void setVisible(bool v);
+  QString ToolTipText() const;
+  void setToolTipText(const QString& t);
+
+  // --- drawing ------------------------------------------------------------------------
+  // Fills the persistent image with BackColor, redraws the background picture and
+  // resets CurrentX/CurrentY to 0.
+  void Cls();
+  // Omitted colours use ForeColor. Moves CurrentX/CurrentY to (x2, y2).
+  void Line(float x1, float y1, float x2, float y2, std::optional<COLORREF> color = std::nullopt,
+            LineKind kind = PlainLine);
+  void PSet(float x, float y, std::optional<COLORREF> color = std::nullopt);
+  void Circle(float x, float y, float radius, std::optional<COLORREF> color = std::nullopt);
+  // Draws at (CurrentX, CurrentY) in Font and ForeColor, then moves the print
+  // position to the start of the next line.
+  void Print(const QString& text);
+  // Draws `pic` (or its part x2, y2, w2, h2) at (x1, y1) with size (w1, h1).
+  // Omitted sizes are the picture's own; negative sizes mirror. `opcode` is a
+  // raster operation (default SRCCOPY).
+  void PaintPicture(const PicturePtr& pic, float x1, float y1, std::optional<float> w1 = std::nullopt,
+                    std::optional<float> h1 = std::nullopt, std::optional<float> x2 = std::nullopt,
+                    std::optional<float> y2 = std::nullopt, std::optional<float> w2 = std::nullopt,
+                    std::optional<float> h2 = std::nullopt, std::optional<std::uint32_t> opcode = std::nullopt);
+  float TextWidth(const QString& text) const;
+  float TextHeight(const QString& text) const;
+  // Repaints the bound widget from the persistent image (no-op when hidden).
+  void Refresh();
+
+ signals:
+  void Resize();
+  void Click();
+  void DblClick();
+  // By-reference arguments arrive as pointers so that a handler may change them.
+  void KeyDown(int* KeyCode, int Shift);
+  void KeyPress(int* KeyAscii);
+  void KeyUp(int* KeyCode, int Shift);
+  void MouseDown(int Button, int Shift, float X, float Y);
+  void MouseMove(int Button, int Shift, float X, float Y);
+  void MouseUp(int Button, int Shift, float X, float Y);
+  void OLEDragDrop(const QMimeData* Data, int* Effect, int Button, int Shift, float X, float Y);
+  void OLEDragOver(const QMimeData* Data, int* Effect, int Button, int Shift, float X, float Y, int State);
+
+ private:
+  friend class PaneWidget;
+  struct Impl;
+  Impl* d;
+};
+
+}  // namespace qorv
