@@ -10,6 +10,9 @@ namespace qorv {
 double rnd();
 // Re-seeds the default generator.
 void randomize(double seed);
+// Puts the default generator back in its start state, so that the sequence
+// from here on is the one a fresh program produces.
+void resetRandom();
 // Seconds since midnight, local time (the classic seed).
 double timer();
 // Installs a generator for tests; an empty function restores the default.
