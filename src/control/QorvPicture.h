@@ -1,0 +1,531 @@
+// QorvPicture: the embeddable picture viewer/editor control.
+//
+// Every member of the automation surface is a C++ member under its published
+// name (properties read with `Name()` and written with `setName(v)`), a Qt
+// meta-object member under the same name (Q_PROPERTY / Q_INVOKABLE), and an
+// entry of the dispatch table behind invoke() (see QorvDispatch.h).
+//
+// Optional arguments: C++ default values where the type has a natural default,
+// an invalid QVariant (= missing) for Variant arguments. Arguments passed by
+// reference have a pointer overload so that C++ callers see what the control
+// writes back; the value overloads (the Q_INVOKABLE ones) forward to them.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include <QString>
+#include <QVariant>
+#include <QVariantList>
+#include <QWidget>
+
+#include "control/QorvEnums.h"
+#include "platform/Font.h"
+#include "platform/Picture.h"
+
+class QMimeData;
+
+namespace qorv {
+
+class PictureBox;
+class Timer;
+class cImageProcessDIB;
+struct DispatchMember;
+
+// A two-dimensional array of 16-bit integers with its own index bounds, as
+// automation hosts pass them (a filter kernel runs from -r to r in both
+// dimensions).
+struct IntArray2D {
+  int lower1 = 0, upper1 = -1;  // first dimension, inclusive bounds
+  int lower2 = 0, upper2 = -1;  // second dimension
+  std::vector<std::int16_t> values;  // (i, j) at (i - lower1) * count2() + (j - lower2)
+
+  int count1() const { return upper1 >= lower1 ? upper1 - lower1 + 1 : 0; }
+  int count2() const { return upper2 >= lower2 ? upper2 - lower2 + 1 : 0; }
+  std::int16_t at(int i, int j) const {
+    return values[static_cast<std::size_t>((i - lower1) * count2() + (j - lower2))];
+  }
+  // A square array with bounds -r..r in both dimensions, all zero.
+  static IntArray2D centred(int r);
+};
+
+class QorvPicture : public QWidget {
+  Q_OBJECT
+
+  // Properties, in interface order.
+  Q_PROPERTY(qint32 JPEG_LOAD_QUALITY READ JPEG_LOAD_QUALITY WRITE setJPEG_LOAD_QUALITY)
+  Q_PROPERTY(qint32 BackColor READ BackColor WRITE setBackColor)
+  Q_PROPERTY(qint32 ForeColor READ ForeColor WRITE setForeColor)
+  Q_PROPERTY(bool Enabled READ Enabled WRITE setEnabled)
+  Q_PROPERTY(qorv::FontPtr Font READ Font WRITE setFont)
+  Q_PROPERTY(qint32 BorderStyle READ BorderStyle WRITE setBorderStyle)
+  Q_PROPERTY(bool KeepAspect READ KeepAspect WRITE setKeepAspect)
+  Q_PROPERTY(bool AutoSize READ AutoSize WRITE setAutoSize)
+  Q_PROPERTY(bool KeyboardScale READ KeyboardScale WRITE setKeyboardScale)
+  Q_PROPERTY(qint16 Zoom READ Zoom WRITE setZoom)
+  Q_PROPERTY(double PictureW READ PictureW)
+  Q_PROPERTY(double PictureH READ PictureH)
+  Q_PROPERTY(qorv::PicturePtr Picture READ Picture WRITE setPicture)
+  Q_PROPERTY(bool Centered READ Centered WRITE setCentered)
+  Q_PROPERTY(bool Stretch READ Stretch WRITE setStretch)
+  Q_PROPERTY(bool UseBltAIP READ UseBltAIP WRITE setUseBltAIP)
+  Q_PROPERTY(qint16 KeyboardZoomFactor READ KeyboardZoomFactor WRITE setKeyboardZoomFactor)
+  Q_PROPERTY(qint16 KeyboarZoomMin READ KeyboarZoomMin WRITE setKeyboarZoomMin)
+  Q_PROPERTY(qint16 KeyboardZoomMax READ KeyboardZoomMax WRITE setKeyboardZoomMax)
+  Q_PROPERTY(qint32 PictureWidth READ PictureWidth)
+  Q_PROPERTY(qint32 PictureHeight READ PictureHeight)
+  Q_PROPERTY(qorv::PicturePtr ScaledPicture READ ScaledPicture)
+  Q_PROPERTY(qint32 OffsetX READ OffsetX WRITE setOffsetX)
+  Q_PROPERTY(qint32 OffsetY READ OffsetY WRITE setOffsetY)
+  Q_PROPERTY(bool ZoomFromOriginal READ ZoomFromOriginal WRITE setZoomFromOriginal)
+  Q_PROPERTY(qint32 OrgPictureWidth READ OrgPictureWidth)
+  Q_PROPERTY(qint32 OrgPictureHeight READ OrgPictureHeight)
+  Q_PROPERTY(qint32 RenderScaleWidth READ RenderScaleWidth)
+  Q_PROPERTY(qint32 RenderScaleHeight READ RenderScaleHeight)
+  Q_PROPERTY(qorv::PicturePtr MoveIcon READ MoveIcon WRITE setMoveIcon)
+  Q_PROPERTY(qint32 DrawMode READ DrawMode WRITE setDrawMode)
+  Q_PROPERTY(qint32 DrawStyle READ DrawStyle WRITE setDrawStyle)
+  Q_PROPERTY(qint16 DrawWidth READ DrawWidth WRITE setDrawWidth)
+  Q_PROPERTY(qint32 hdc READ hdc)
+  Q_PROPERTY(qint32 hWnd READ hWnd)
+  Q_PROPERTY(qorv::PicturePtr Image READ Image)
+  Q_PROPERTY(qint32 OLEDragMode READ OLEDragMode WRITE setOLEDragMode)
+  Q_PROPERTY(qint32 OLEDropMode READ OLEDropMode WRITE setOLEDropMode)
+  Q_PROPERTY(QString ToolTipText READ ToolTipText WRITE setToolTipText)
+  Q_PROPERTY(float CurrentX READ CurrentX WRITE setCurrentX)
+  Q_PROPERTY(float CurrentY READ CurrentY WRITE setCurrentY)
+  Q_PROPERTY(bool LockUpdate READ LockUpdate WRITE setLockUpdate)
+  Q_PROPERTY(qint32 LastErrorCode READ LastErrorCode)
+  Q_PROPERTY(QString LastErrorDescription READ LastErrorDescription)
+  Q_PROPERTY(qint32 LastErrorFlag READ LastErrorFlag)
+  Q_PROPERTY(bool AutoSwitchToAPI READ AutoSwitchToAPI WRITE setAutoSwitchToAPI)
+  Q_PROPERTY(QString CurrentFile READ CurrentFile)
+  Q_PROPERTY(bool FastLoad READ FastLoad WRITE setFastLoad)
+  Q_PROPERTY(bool MouseZoom READ MouseZoom WRITE setMouseZoom)
+  Q_PROPERTY(bool IgnoreOffsetBorder READ IgnoreOffsetBorder WRITE setIgnoreOffsetBorder)
+  Q_PROPERTY(bool Tiled READ Tiled WRITE setTiled)
+  Q_PROPERTY(qint32 ZoomType READ ZoomType WRITE setZoomType)
+  Q_PROPERTY(bool AutoRedraw READ AutoRedraw WRITE setAutoRedraw)
+  Q_PROPERTY(bool VisualZoom READ VisualZoom WRITE setVisualZoom)
+  Q_PROPERTY(qorv::FontPtr OSDFont READ OSDFont WRITE setOSDFont)
+  Q_PROPERTY(qint32 OSDBackColor READ OSDBackColor WRITE setOSDBackColor)
+  Q_PROPERTY(qint32 OSDForeColor READ OSDForeColor WRITE setOSDForeColor)
+  Q_PROPERTY(bool ShowOffsetOSD READ ShowOffsetOSD WRITE setShowOffsetOSD)
+  Q_PROPERTY(bool ZoomOSD READ ZoomOSD WRITE setZoomOSD)
+  Q_PROPERTY(bool OSDTransparent READ OSDTransparent WRITE setOSDTransparent)
+  Q_PROPERTY(bool OSDShaddow READ OSDShaddow WRITE setOSDShaddow)
+  Q_PROPERTY(qint32 OSDShaddowColor READ OSDShaddowColor WRITE setOSDShaddowColor)
+  Q_PROPERTY(qint16 OSDShaddowSize READ OSDShaddowSize WRITE setOSDShaddowSize)
+  Q_PROPERTY(qint32 HQInitialDelay READ HQInitialDelay WRITE setHQInitialDelay)
+  Q_PROPERTY(bool HQAutoSwitch READ HQAutoSwitch WRITE setHQAutoSwitch)
+  Q_PROPERTY(bool NoLoadingHourGlass READ NoLoadingHourGlass WRITE setNoLoadingHourGlass)
+  Q_PROPERTY(qint16 MousePointer READ MousePointer WRITE setMousePointer)
+  Q_PROPERTY(qorv::PicturePtr MouseIcon READ MouseIcon WRITE setMouseIcon)
+  Q_PROPERTY(qint32 FillStyle READ FillStyle WRITE setFillStyle)
+  Q_PROPERTY(qint32 FillColor READ FillColor WRITE setFillColor)
+  Q_PROPERTY(bool IsZooming READ IsZooming)
+
+ public:
+  // Invocation kinds of invoke(), as automation numbers them; a member entry
+  // may accept several (a property is Get|Let).
+  enum InvokeKind { Method = 1, PropertyGet = 2, PropertyLet = 4, PropertySet = 8 };
+
+  // Receives every event (id, arguments) before the Qt signal is emitted; a
+  // handler may change the by-reference arguments in place.
+  using EventHook = std::function<void(int eventId, QVariantList& args)>;
+
+  // Constructing runs Initialize then InitProperties; destruction runs Terminate.
+  explicit QorvPicture(QWidget* parent = nullptr);
+  ~QorvPicture() override;
+  QorvPicture(const QorvPicture&) = delete;
+  QorvPicture& operator=(const QorvPicture&) = delete;
+
+  // ===== Automation surface, in interface order ===============================
+
+  qint32 JPEG_LOAD_QUALITY() const;
+  void setJPEG_LOAD_QUALITY(qint32 v);
+  qint32 BackColor() const;
+  void setBackColor(qint32 v);
+  qint32 ForeColor() const;
+  void setForeColor(qint32 v);
+  bool Enabled() const;
+  void setEnabled(bool v);  // hides QWidget::setEnabled so that the change is reported
+  FontPtr Font() const;
+  void setFont(const FontPtr& v);
+  qint32 BorderStyle() const;
+  void setBorderStyle(qint32 v);
+  Q_INVOKABLE void Refresh(bool Initial = false);
+  bool KeepAspect() const;
+  void setKeepAspect(bool v);
+  bool AutoSize() const;
+  void setAutoSize(bool v);
+  bool KeyboardScale() const;
+  void setKeyboardScale(bool v);
+  qint16 Zoom() const;
+  void setZoom(qint16 v);
+  double PictureW() const;
+  double PictureH() const;
+  PicturePtr Picture() const;
+  void setPicture(const PicturePtr& v);
+  bool Centered() const;
+  void setCentered(bool v);
+  bool Stretch() const;
+  void setStretch(bool v);
+  bool UseBltAIP() const;
+  void setUseBltAIP(bool v);
+  qint16 KeyboardZoomFactor() const;
+  void setKeyboardZoomFactor(qint16 v);
+  qint16 KeyboarZoomMin() const;
+  void setKeyboarZoomMin(qint16 v);
+  qint16 KeyboardZoomMax() const;
+  void setKeyboardZoomMax(qint16 v);
+  qint32 PictureWidth() const;
+  qint32 PictureHeight() const;
+  PicturePtr ScaledPicture();
+  qint32 OffsetX() const;
+  void setOffsetX(qint32 NewOffset);
+  qint32 OffsetY() const;
+  void setOffsetY(qint32 NewOffset);
+  bool ZoomFromOriginal() const;
+  void setZoomFromOriginal(bool v);
+  qint32 OrgPictureWidth() const;
+  qint32 OrgPictureHeight() const;
+  Q_INVOKABLE bool SendToClipboard(qint32 PictureType);
+  Q_INVOKABLE void DrawLine(qint32 X1, qint32 Y1, qint32 X2, qint32 Y2, qint32 COLOR = 0);
+  Q_INVOKABLE void DrawDot(qint32 X1, qint32 Y1, qint32 COLOR = 0);
+  Q_INVOKABLE void DrawBox(qint32 X1, qint32 Y1, qint32 X2, qint32 Y2, qint32 COLOR = 0, qint32 Style = 0);
+  Q_INVOKABLE void DrawCircle(float x, float y, float Radius, qint32 COLOR = 0);
+  qint32 RenderScaleWidth() const;
+  qint32 RenderScaleHeight() const;
+  Q_INVOKABLE qint32 RenderTextWidth(const QString& strText) const;
+  Q_INVOKABLE qint32 RenderTextHeight(const QString& strText) const;
+  PicturePtr MoveIcon() const;
+  void setMoveIcon(const PicturePtr& v);
+  qint32 DrawMode() const;
+  void setDrawMode(qint32 v);
+  qint32 DrawStyle() const;
+  void setDrawStyle(qint32 v);
+  qint16 DrawWidth() const;
+  void setDrawWidth(qint16 v);
+  qint32 hdc() const;
+  qint32 hWnd() const;
+  PicturePtr Image() const;
+  qint32 OLEDragMode() const;
+  void setOLEDragMode(qint32 v);
+  qint32 OLEDropMode() const;
+  void setOLEDropMode(qint32 v);
+  Q_INVOKABLE void PaintPicture(const qorv::PicturePtr& Picture, float X1, float Y1,
+                                const QVariant& Width1 = QVariant(), const QVariant& Height1 = QVariant(),
+                                const QVariant& X2 = QVariant(), const QVariant& Y2 = QVariant(),
+                                const QVariant& Width2 = QVariant(), const QVariant& Height2 = QVariant(),
+                                const QVariant& Opcode = QVariant());
+  QString ToolTipText() const;
+  void setToolTipText(const QString& v);
+  Q_INVOKABLE void PrintText(const QString& strText);
+  float CurrentX() const;
+  void setCurrentX(float v);
+  float CurrentY() const;
+  void setCurrentY(float v);
+  Q_INVOKABLE void Cls();
+  bool LockUpdate() const;
+  void setLockUpdate(bool v);
+
+  // Loading and saving return True on success; failures fill the error record.
+  bool LoadFreeImage(QString* StrFilePath, qint32 ForceType = -1, QString* InitDir = nullptr,
+                     bool DoNotRender = false);
+  Q_INVOKABLE bool LoadFreeImage(QString StrFilePath = QString(), qint32 ForceType = -1,
+                                 QString InitDir = QString(), bool DoNotRender = false);
+  bool LoadVBPicture(QString* StrFilePath, QString* InitDir = nullptr, bool DoNotRender = false);
+  Q_INVOKABLE bool LoadVBPicture(QString StrFilePath = QString(), QString InitDir = QString(),
+                                 bool DoNotRender = false);
+  bool SaveFreeImage(QString* StrFilePath, qint32 Quality = 0, qint32 FIFType = -1, bool UseNewFilename = false);
+  Q_INVOKABLE bool SaveFreeImage(QString StrFilePath = QString(), qint32 Quality = 0, qint32 FIFType = -1,
+                                 bool UseNewFilename = false);
+  Q_INVOKABLE qint32 FreeImageFormatCount();
+  Q_INVOKABLE QString FreeImageFormat(qint32 Index);
+  Q_INVOKABLE QString FreeImageFormatDescription(qint32 Index);
+  Q_INVOKABLE qint32 FreeImageFormatExtensionsCount(qint32 FormatIndex);
+  Q_INVOKABLE QString FreeImageFormatExtension(qint32 FormatIndex, qint32 ExtensionIndex);
+  qint32 FreeImageGetFormatExtensionIndex(qint32 FormatIndex, QString* Extension);
+  Q_INVOKABLE qint32 FreeImageGetFormatExtensionIndex(qint32 FormatIndex, QString Extension);
+  Q_INVOKABLE bool FreeImageFormatCanSave(qint32 Index);
+  Q_INVOKABLE bool FreeImageCanSetQualitySave(qint32 Index);
+  Q_INVOKABLE bool FreeImageFormatCanLoad(qint32 Index);
+  QString FreeImageSavePattern(qint32* FindFilterIndex, const QString& FileExt = QString());
+  Q_INVOKABLE QString FreeImageSavePattern(qint32 FindFilterIndex = 0, QString FileExt = QString());
+  Q_INVOKABLE QString FreeImageSavePatternExt();
+  Q_INVOKABLE QString FreeImageGetSaveExt(qint32 FilterIndex);
+  Q_INVOKABLE qint32 GetLoadFilterIndex(const QString& StrExtension);
+  Q_INVOKABLE qint32 GetSaveFilterIndex(const QString& StrExtension);
+  Q_INVOKABLE qint32 FreeImageGetFormatIndex(const QString& StrExtension);
+  Q_INVOKABLE QString FreeImageLoadPattern();
+  Q_INVOKABLE QString FreeImageLoadPatternExt();
+  Q_INVOKABLE void Invert();
+  Q_INVOKABLE void Flip(qint32 Orientation);
+  qint32 LastErrorCode() const;
+  QString LastErrorDescription() const;
+  qint32 LastErrorFlag() const;
+  // Pattern and DialogTitle are rewritten in the caller; FilterIndex is in/out.
+  QString Dialog(QString* Pattern, qint32 hwndOwner, const QString& initialDir, QString* DialogTitle,
+                 qint32 dialogFlags = 0, bool SaveDialog = false, QVariant* FilterIndex = nullptr,
+                 const QString& FileName = QString());
+  Q_INVOKABLE QString Dialog(QString Pattern, qint32 hwndOwner, QString initialDir, QString DialogTitle,
+                             qint32 dialogFlags = 0, bool SaveDialog = false, QVariant FilterIndex = QVariant(),
+                             QString FileName = QString());
+  bool AutoSwitchToAPI() const;
+  void setAutoSwitchToAPI(bool v);
+  QString CurrentFile() const;
+  Q_INVOKABLE QString FileExtension(const QString& StrFile, bool IncludeDOT = false);
+  Q_INVOKABLE qint32 GetFIFFormatFromExtension(const QString& StrExtension);
+  Q_INVOKABLE QString FileName(const QString& StrFilePath);
+  Q_INVOKABLE QString RemoveFileExtension(const QString& StrFilename);
+  bool FastLoad() const;
+  void setFastLoad(bool v);
+  bool MouseZoom() const;
+  void setMouseZoom(bool v);
+  Q_INVOKABLE void Offset(qint32 NewXOffset, qint32 NewYOffset);
+  bool IgnoreOffsetBorder() const;
+  void setIgnoreOffsetBorder(bool v);
+  Q_INVOKABLE void ApplyFilter(qint32 FilterType, qint32 FilterWeight = 0);
+  Q_INVOKABLE void Darken(const QVariant& Amount = QVariant());
+  Q_INVOKABLE void Lighten(const QVariant& Amount = QVariant());
+  Q_INVOKABLE void Grayscale();
+  Q_INVOKABLE void AddNoise(qint32 Percent = 0, bool bRandom = false);
+  Q_INVOKABLE void BlackAndWhite();
+  Q_INVOKABLE void Resample(qint32 lW, qint32 lH);
+  Q_INVOKABLE void Colourise();
+  Q_INVOKABLE bool LoadPalette(const QString& StrFile);
+  Q_INVOKABLE void CombinePictures(const qorv::PicturePtr& Picture1, const qorv::PicturePtr& Picture2,
+                                   qint32 CombinationType = 0, float Multiplier1 = 0, float Multiplier2 = 0,
+                                   qint32 Offset1 = 0, qint32 Offset2 = 0);
+  void AddCustomFilter(const IntArray2D& Array2D);
+  // Automation form: a list of rows (lists of integers), indexed -r..r.
+  Q_INVOKABLE void AddCustomFilter(const QVariantList& Array2D);
+  Q_INVOKABLE qint32 ShellExecute(const QString& lPath, const QString& InitDir,
+                                  const QString& Parameters = QString(), const QString& Operation = QString());
+  Q_INVOKABLE void ShowAbout();
+  bool Tiled() const;
+  void setTiled(bool v);
+  qint32 ZoomType() const;
+  void setZoomType(qint32 v);
+  bool Rotate(bool* ClockWise);
+  Q_INVOKABLE bool Rotate(bool ClockWise);
+  bool AutoRedraw() const;
+  void setAutoRedraw(bool v);
+  bool VisualZoom() const;
+  void setVisualZoom(bool v);
+  FontPtr OSDFont() const;
+  void setOSDFont(const FontPtr& v);
+  qint32 OSDBackColor() const;
+  void setOSDBackColor(qint32 v);
+  qint32 OSDForeColor() const;
+  void setOSDForeColor(qint32 v);
+  bool ShowOffsetOSD() const;
+  void setShowOffsetOSD(bool v);
+  bool ZoomOSD() const;
+  void setZoomOSD(bool v);
+  bool OSDTransparent() const;
+  void setOSDTransparent(bool v);
+  bool OSDShaddow() const;
+  void setOSDShaddow(bool v);
+  qint32 OSDShaddowColor() const;
+  void setOSDShaddowColor(qint32 v);
+  qint16 OSDShaddowSize() const;
+  void setOSDShaddowSize(qint16 v);
+  Q_INVOKABLE qint32 GetTicks();
+  qint32 HQInitialDelay() const;
+  void setHQInitialDelay(qint32 v);
+  Q_INVOKABLE bool BitBltPicture(qint32 fHDC, qint32 fWidth, qint32 fHeight);
+  bool HQAutoSwitch() const;
+  void setHQAutoSwitch(bool v);
+  Q_INVOKABLE void OLEDrag();
+  bool NoLoadingHourGlass() const;
+  void setNoLoadingHourGlass(bool v);
+  qint16 MousePointer() const;
+  void setMousePointer(qint16 v);
+  PicturePtr MouseIcon() const;
+  void setMouseIcon(const PicturePtr& v);
+  qint32 FillStyle() const;
+  void setFillStyle(qint32 v);
+  qint32 FillColor() const;
+  void setFillColor(qint32 v);
+  bool IsZooming() const;
+  Q_INVOKABLE void ClearError();
+
+  // ===== Dispatch ===============================================================
+
+  // Calls a member by dispatch id (or name) with automation arguments: an
+  // invalid QVariant is a missing optional argument; by-reference arguments are
+  // written back into `args`; for Let/Set the new value is the last argument.
+  // Throws AutomationError on bad calls: 450 wrong number of arguments, 13 type
+  // mismatch, 449 argument not optional, 5 unknown member or kind.
+  QVariant invoke(int dispid, int kind, QVariantList& args);
+  QVariant invoke(const QString& name, int kind, QVariantList& args);
+  QVariant invoke(int dispid, int kind, QVariantList&& args) { return invoke(dispid, kind, args); }
+  QVariant invoke(const QString& name, int kind, QVariantList&& args) { return invoke(name, kind, args); }
+  // Dispatch id of a member name (case-insensitive), 0 if unknown.
+  static int dispidOf(const QString& name);
+
+  void setEventHook(EventHook hook);
+
+  // ===== Services for the control's own implementation files ======================
+  // (Loading, saving and image operations are written as members in their own
+  // files; these are what they build on. Not part of the automation surface.)
+
+  // The five panes: picPane is the visible one; Buffer holds the picture at its
+  // own size (the source of every frame and target of every image operation);
+  // bBuffer is the back buffer frames are composed in.
+  PictureBox& picPane() const;
+  PictureBox& Buffer() const;
+  PictureBox& bBuffer() const;
+  PictureBox& ScalePicture() const;
+  PictureBox& clipPicture() const;
+  Timer& InitTimer() const;
+  Timer& UpdateTimer() const;
+  // The filter engine whose notifications become ProcessInit/Process/ProcessComplete.
+  cImageProcessDIB& mImageProcessDIB() const;
+
+  // Writes the whole error record at once (flag 48 warning, 16 critical).
+  void setError(qint32 code, const QString& description, qint32 flag);
+  void setCurrentFile(const QString& path);
+
+  // Clamp offsets, auto-switch the blit path, optionally redraw, pan cursor,
+  // optionally raise OffsetChanged.
+  void UpdateView(bool Redraw, bool NotifyOffset);
+  // Composes one frame from Buffer into bBuffer and shows it in picPane.
+  void Render(bool Initial);
+  void UpdatePanCursor();
+  // Lays picPane and bBuffer out for the control's current size, then updates the view.
+  void handleResize();
+  // Makes Buffer hold a device-independent copy of its picture at its own size.
+  void normalizePicture();
+  // Resizes the control to Buffer's picture (when AutoSize is on and a picture is held).
+  void applyAutoSize();
+  // Stores both offsets without rendering, clamping or raising anything.
+  void setOffsetsSilently(qint32 x, qint32 y);
+  // Set by the drawing primitives; while set, Render returns at once.
+  void setDrawingGuard(bool on) { drawingGuard_ = on; }
+  bool drawingGuard() const { return drawingGuard_; }
+
+  void raiseOffsetChanged();
+  void raiseLoadImage(const QString& path, qint32 fif);
+  void raiseFileChange(const QString& path);
+  void raiseSaveImage(const QString& path, qint32 fif);
+  // Raises any event by id through the hook and the signal; by-reference
+  // values changed by handlers are left in `args`.
+  void raiseEvent(int id, QVariantList& args);
+
+  // Counters of composed frames and of Render calls that returned early, for
+  // hosts and tests that watch the pipeline.
+  int framesComposed() const { return framesComposed_; }
+
+ signals:
+  // Events, ids 1..28 (ZoomFinished 27 and ZoomBegin 28 are out of sequence).
+  void UseApiChanged();
+  void OLEDragDrop(const QMimeData* Data, int* Effect, int Button, int Shift, float x, float y);
+  void OLEDragOver(const QMimeData* Data, int* Effect, int Button, int Shift, float x, float y, int State);
+  void Click();
+  void DblClick();
+  void KeyDown(int* KeyCode, int Shift);
+  void KeyPress(int* KeyAscii);
+  void KeyUp(int* KeyCode, int Shift);
+  void MouseDown(int Button, int Shift, float x, float y);
+  void MouseMove(int Button, int Shift, float x, float y);
+  void MouseUp(int Button, int Shift, float x, float y);
+  void Zooming();
+  void Draw();
+  void LoadImage(const QString& StrPath, int FIFType);
+  void PictureChanged();
+  void SaveImage(const QString& StrPath, int FIFType);
+  void OffsetChanged(int* NewX, int* NewY);
+  void ProcessInit(int Max, const QString& Description);
+  void Process(int Value, const QString& Description);
+  void ProcessComplete(const QString& Description);
+  void FileChange(const QString& NewFile);
+  void OSDDraw(QString* OSDString, bool* Cancel);
+  void OLECompleteDrag(int* Effect);
+  void OLEGiveFeedback(int* Effect, bool* DefaultCursor);
+  void OLESetData(const QMimeData* Data, int* DataFormat);
+  void OLEStartDrag(const QMimeData* Data, int* AllowedEffects);
+  void ZoomFinished();
+  void ZoomBegin();
+
+  // Every reported property change, under the property's own name (also sent
+  // to host().propertyChanged()).
+  void propertyChangedNotify(const QString& name);
+
+ protected:
+  void resizeEvent(QResizeEvent* e) override;
+
+ private:
+  void Initialize();
+  void InitProperties();
+  void Terminate();
+  void reportChanged(const char* name);
+  void onInitTimer();
+  void onUpdateTimer();
+  [[noreturn]] void notImplemented(const char* member) const;
+
+  struct Panes;
+  std::unique_ptr<Panes> panes_;
+  std::unique_ptr<cImageProcessDIB> engine_;
+  EventHook hook_;
+
+  // Error record.
+  qint32 lastErrorCode_ = 0;
+  QString lastErrorDescription_;
+  qint32 lastErrorFlag_ = 0;
+
+  // Settings held by the control itself.
+  bool noLoadingHourGlass_ = false;
+  bool hqAutoSwitch_ = false;
+  qint16 osdShaddowSize_ = 0;
+  bool osdTransparent_ = false;
+  bool osdShaddow_ = false;
+  qint32 osdShaddowColor_ = 0;
+  bool zoomOSD_ = false;
+  bool showOffsetOSD_ = false;
+  qint32 osdBackColor_ = 0;
+  qint32 osdForeColor_ = 0;
+  FontPtr osdFont_;
+  bool visualZoom_ = false;
+  qint16 zoomType_ = 0;
+  bool tiled_ = false;
+  bool ignoreOffsetBorder_ = false;
+  bool mouseZoom_ = false;
+  bool fastLoad_ = false;
+  bool autoSwitchToAPI_ = false;
+  bool lockUpdate_ = false;
+  PicturePtr moveIcon_;
+  QString toolTipText_;
+  bool zoomFromOriginal_ = false;
+  qint16 keyboarZoomMin_ = 0;
+  qint16 keyboardZoomMax_ = 0;
+  qint16 keyboardZoomFactor_ = 0;
+  bool useBltAIP_ = false;
+  bool stretch_ = false;
+  bool centered_ = false;
+  bool keepAspect_ = false;
+  bool autoSize_ = false;
+  bool keyboardScale_ = false;
+  qint16 zoom_ = 0;
+  qint32 jpegLoadQuality_ = 0;
+  QString currentFile_;
+  qint32 offsetX_ = 0;
+  qint32 offsetY_ = 0;
+
+  // Render and gesture state.
+  bool rendering_ = false;
+  bool suspend_ = false;
+  int renderDepth_ = 0;
+  bool leftDrag_ = false;
+  bool rightDrag_ = false;
+  bool zooming_ = false;
+  bool zoomPending_ = false;
+  bool drawingGuard_ = false;
+  int framesComposed_ = 0;
+};
+
+}  // namespace qorv
