@@ -1,0 +1,127 @@
+// BitBlt, StretchBlt, PlgBlt and the stretch mode: handle checks and surface
+// lookup; the pixels are moved by the engine in GdiStretch.
+#include <cstring>
+
+#include "platform/GdiObjects.h"
+#include "platform/GdiStretch.h"
+
+namespace gdi {
+
+using namespace detail;
+
+namespace {
+
+// Resolves the surface a DC draws on. Table lock held.
+bool resolveDC(HDC hdc, SurfaceRef& out, int* mode) {
+  const DCObject* dc = findDC(hdc);
+  if (!dc) return false;
+  const BitmapObject* bm = findBitmap(dcBitmap(*dc));
+  if (!bm || !bm->pixels) return false;
+  makeImage(*bm, out);
+  if (mode) *mode = dc->stretchMode;
+  return true;
+}
+
+// A blit from a surface onto itself reads a snapshot, so that overlapping
+// rectangles behave as if the source were copied first.
+bool detachIfShared(SurfaceRef& src, const SurfaceRef& dst) {
+  if (src.keep != dst.keep) return true;
+  const PixelBuffer& from = *src.keep;
+  auto copy = allocatePixels(static_cast<std::int64_t>(from.size));
+  if (!copy) return false;
+  std::memcpy(copy->data, from.data, from.size);
+  src.image.top = copy->data + (src.image.top - from.data);
+  src.keep = std::move(copy);
+  return true;
+}
+
+bool extentOk(std::int64_t v) { return v >= -kMaxExtent && v <= kMaxExtent; }
+
+BOOL doStretch(HDC hdcDest, const StretchRequest& req, HDC hdcSrc, bool useDestMode) {
+  SurfaceRef dst, src;
+  int mode = BLACKONWHITE;
+  const bool needsSource = ropNeedsSource(req.rop);
+  {
+    auto lock = lockTable();
+    if (!resolveDC(hdcDest, dst, &mode)) return fail(ERROR_INVALID_HANDLE, FALSE);
+    if (needsSource && !resolveDC(hdcSrc, src, nullptr)) return fail(ERROR_INVALID_HANDLE, FALSE);
+  }
+  if (!extentOk(req.wDest) || !extentOk(req.hDest) || !extentOk(req.wSrc) || !extentOk(req.hSrc))
+    return fail(ERROR_INVALID_PARAMETER, FALSE);
+  if (req.wDest == 0 || req.hDest == 0) return TRUE;
+  if (needsSource && (req.wSrc == 0 || req.hSrc == 0)) return fail(ERROR_INVALID_PARAMETER, FALSE);
+  StretchRequest r = req;
+  if (useDestMode) r.mode = mode;
+  if (needsSource && !detachIfShared(src, dst)) return fail(ERROR_NOT_ENOUGH_MEMORY, FALSE);
+  stretchImage(dst.image, needsSource ? &src.image : nullptr, r);
+  return TRUE;
+}
+
+}  // namespace
+
+BOOL BitBlt(HDC hdc, int x, int y, int cx, int cy, HDC hdcSrc, int x1, int y1, DWORD rop) {
+  StretchRequest r;
+  r.xDest = x;
+  r.yDest = y;
+  r.wDest = cx;
+  r.hDest = cy;
+  r.xSrc = x1;
+  r.ySrc = y1;
+  r.wSrc = cx;
+  r.hSrc = cy;
+  r.rop = rop;
+  r.mode = COLORONCOLOR;  // equal sizes: every mode is a plain copy
+  return doStretch(hdc, r, hdcSrc, false);
+}
+
+BOOL StretchBlt(HDC hdcDest, int xDest, int yDest, int wDest, int hDest, HDC hdcSrc, int xSrc, int ySrc,
+                int wSrc, int hSrc, DWORD rop) {
+  StretchRequest r;
+  r.xDest = xDest;
+  r.yDest = yDest;
+  r.wDest = wDest;
+  r.hDest = hDest;
+  r.xSrc = xSrc;
+  r.ySrc = ySrc;
+  r.wSrc = wSrc;
+  r.hSrc = hSrc;
+  r.rop = rop;
+  return doStretch(hdcDest, r, hdcSrc, true);
+}
+
+int GetStretchBltMode(HDC hdc) {
+  auto lock = lockTable();
+  const DCObject* dc = findDC(hdc);
+  if (!dc) return fail(ERROR_INVALID_HANDLE, 0);
+  return dc->stretchMode;
+}
+
+int SetStretchBltMode(HDC hdc, int mode) {
+  auto lock = lockTable();
+  DCObject* dc = findDC(hdc);
+  if (!dc) return fail(ERROR_INVALID_HANDLE, 0);
+  if (mode < BLACKONWHITE || mode > HALFTONE) return fail(ERROR_INVALID_PARAMETER, 0);
+  const int previous = dc->stretchMode;
+  dc->stretchMode = mode;
+  return previous;
+}
+
+BOOL PlgBlt(HDC hdcDest, const POINT* lpPoint, HDC hdcSrc, int xSrc, int ySrc, int width, int height,
+            HBITMAP hbmMask, int /*xMask*/, int /*yMask*/) {
+  SurfaceRef dst, src;
+  {
+    auto lock = lockTable();
+    if (!resolveDC(hdcDest, dst, nullptr) || !resolveDC(hdcSrc, src, nullptr))
+      return fail(ERROR_INVALID_HANDLE, FALSE);
+  }
+  if (!lpPoint || hbmMask != 0 || width <= 0 || height <= 0 || width > kMaxExtent || height > kMaxExtent)
+    return fail(ERROR_INVALID_PARAMETER, FALSE);
+  for (int i = 0; i < 3; ++i)
+    if (!extentOk(lpPoint[i].x) || !extentOk(lpPoint[i].y)) return fail(ERROR_INVALID_PARAMETER, FALSE);
+  if (!detachIfShared(src, dst)) return fail(ERROR_NOT_ENOUGH_MEMORY, FALSE);
+  if (!plgImage(dst.image, lpPoint, src.image, xSrc, ySrc, width, height))
+    return fail(ERROR_INVALID_PARAMETER, FALSE);
+  return TRUE;
+}
+
+}  // namespace gdi

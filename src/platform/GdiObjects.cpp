@@ -1,0 +1,340 @@
+// The handle table and the object functions: creation, selection, deletion and
+// description of bitmaps and DCs, window handles, surfaces and the last error.
+#include "platform/GdiObjects.h"
+
+#include <cstring>
+#include <new>
+#include <unordered_map>
+
+#include "platform/Clock.h"
+
+namespace gdi {
+
+namespace {
+
+thread_local DWORD t_lastError = ERROR_SUCCESS;
+
+struct Table {
+  std::mutex mutex;
+  std::unordered_map<HANDLE, detail::Object> objects;
+  // Handles count upwards and are not reused until the 32-bit space wraps, so a
+  // stale handle keeps failing instead of reaching a newer object.
+  HANDLE next = 0x100;
+
+  Table() {
+    detail::BitmapObject stock;
+    stock.width = 1;
+    stock.height = 1;
+    stock.stride = 4;
+    stock.permanent = true;
+    stock.format = detail::defaultFormat(1);
+    stock.format.palette = {0x000000u, 0xFFFFFFu};
+    stock.pixels = detail::allocatePixels(4);
+    objects.emplace(detail::kStockBitmap, std::move(stock));
+    detail::WindowObject desktop;
+    desktop.permanent = true;
+    desktop.bitmap = detail::kScreenBitmap;  // allocated by the first GetDC
+    objects.emplace(detail::kDesktopWindow, desktop);
+  }
+};
+
+Table& table() {
+  static Table* t = new Table;  // never destroyed: other statics may release handles at exit
+  return *t;
+}
+
+}  // namespace
+
+namespace detail {
+
+std::unique_lock<std::mutex> lockTable() { return std::unique_lock<std::mutex>(table().mutex); }
+
+Object* findObject(HANDLE h) {
+  if (h == 0) return nullptr;
+  auto& objs = table().objects;
+  auto it = objs.find(h);
+  return it == objs.end() ? nullptr : &it->second;
+}
+
+BitmapObject* findBitmap(HANDLE h) {
+  Object* o = findObject(h);
+  return o ? std::get_if<BitmapObject>(o) : nullptr;
+}
+
+DCObject* findDC(HANDLE h) {
+  Object* o = findObject(h);
+  return o ? std::get_if<DCObject>(o) : nullptr;
+}
+
+WindowObject* findWindow(HANDLE h) {
+  Object* o = findObject(h);
+  return o ? std::get_if<WindowObject>(o) : nullptr;
+}
+
+HANDLE insertObject(Object&& obj) {
+  Table& t = table();
+  for (std::uint64_t tries = 0; tries < 0x100000000ull; ++tries) {
+    HANDLE h = t.next++;
+    if (t.next < 0x100) t.next = 0x100;
+    if (h < 0x100 || t.objects.count(h)) continue;
+    t.objects.emplace(h, std::move(obj));
+    return h;
+  }
+  return 0;
+}
+
+void insertFixed(HANDLE h, Object&& obj) { table().objects.emplace(h, std::move(obj)); }
+
+void eraseObject(HANDLE h) { table().objects.erase(h); }
+
+HBITMAP dcBitmap(const DCObject& dc) {
+  if (dc.memory) return dc.bitmap;
+  const WindowObject* w = findWindow(dc.window);
+  return w ? w->bitmap : 0;
+}
+
+std::shared_ptr<PixelBuffer> allocatePixels(std::int64_t bytes) {
+  if (bytes <= 0 || bytes > kMaxBitmapBytes) return nullptr;
+  auto buf = std::shared_ptr<PixelBuffer>(new (std::nothrow) PixelBuffer);
+  if (!buf) return nullptr;
+  buf->data = static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(bytes), 1));
+  if (!buf->data) return nullptr;
+  buf->size = static_cast<std::size_t>(bytes);
+  return buf;
+}
+
+void makeImage(const BitmapObject& bm, SurfaceRef& out) {
+  out.keep = bm.pixels;
+  Image& img = out.image;
+  img.width = bm.width;
+  img.height = bm.height;
+  img.fmt = bm.format;
+  if (!bm.pixels || !bm.pixels->data) {
+    img.top = nullptr;
+    img.step = 0;
+    return;
+  }
+  img.top = bm.bottomUp ? bm.pixels->data + static_cast<std::ptrdiff_t>(bm.height - 1) * bm.stride
+                        : bm.pixels->data;
+  img.step = bm.bottomUp ? -static_cast<std::ptrdiff_t>(bm.stride) : bm.stride;
+}
+
+HBITMAP createBitmap(int width, int height, PixelFormat fmt, bool bottomUp, bool dibSection, void** bits) {
+  if (bits) *bits = nullptr;
+  if (width <= 0 || height <= 0) return fail(ERROR_INVALID_PARAMETER, HBITMAP{0});
+  const std::int64_t stride = dibStride(width, fmt.bpp);
+  if (stride < 0 || stride * height > kMaxBitmapBytes) return fail(ERROR_NOT_ENOUGH_MEMORY, HBITMAP{0});
+  BitmapObject bm;
+  bm.pixels = allocatePixels(stride * height);
+  if (!bm.pixels) return fail(ERROR_NOT_ENOUGH_MEMORY, HBITMAP{0});
+  bm.width = width;
+  bm.height = height;
+  bm.stride = static_cast<int>(stride);
+  bm.bottomUp = bottomUp;
+  bm.dibSection = dibSection;
+  bm.format = std::move(fmt);
+  void* p = bm.pixels->data;
+  auto lock = lockTable();
+  HBITMAP h = insertObject(std::move(bm));
+  if (h == 0) return fail(ERROR_NOT_ENOUGH_MEMORY, HBITMAP{0});
+  if (bits) *bits = p;
+  return h;
+}
+
+}  // namespace detail
+
+using namespace detail;
+
+DWORD GetLastError() { return t_lastError; }
+void SetLastError(DWORD code) { t_lastError = code; }
+
+DWORD GetTickCount() { return qorv::clock().now(); }
+DWORD timeGetTime() { return qorv::clock().now(); }
+
+HDC CreateCompatibleDC(HDC hdc) {
+  auto lock = lockTable();
+  if (hdc != 0 && !findDC(hdc)) return fail(ERROR_INVALID_HANDLE, HDC{0});
+  DCObject dc;
+  dc.memory = true;
+  dc.bitmap = kStockBitmap;
+  HDC h = insertObject(dc);
+  return h ? h : fail(ERROR_NOT_ENOUGH_MEMORY, HDC{0});
+}
+
+HBITMAP CreateCompatibleBitmap(HDC hdc, int cx, int cy) {
+  {
+    auto lock = lockTable();
+    if (hdc != 0 && !findDC(hdc)) return fail(ERROR_INVALID_HANDLE, HBITMAP{0});
+  }
+  return createBitmap(cx, cy, defaultFormat(32), false, false, nullptr);
+}
+
+HGDIOBJ SelectObject(HDC hdc, HGDIOBJ h) {
+  auto lock = lockTable();
+  DCObject* dc = findDC(hdc);
+  if (!dc) return fail(ERROR_INVALID_HANDLE, HGDIOBJ{0});
+  BitmapObject* bm = findBitmap(h);
+  if (!bm) return fail(findObject(h) ? ERROR_INVALID_PARAMETER : ERROR_INVALID_HANDLE, HGDIOBJ{0});
+  if (!dc->memory) return fail(ERROR_INVALID_PARAMETER, HGDIOBJ{0});
+  if (dc->bitmap == h) return h;
+  if (h != kStockBitmap && bm->selectedIn != 0 && bm->selectedIn != hdc)
+    return fail(ERROR_INVALID_PARAMETER, HGDIOBJ{0});
+  const HBITMAP previous = dc->bitmap;
+  if (BitmapObject* old = findBitmap(previous); old && old->selectedIn == hdc) old->selectedIn = 0;
+  if (h != kStockBitmap) bm->selectedIn = hdc;
+  dc->bitmap = h;
+  return previous;
+}
+
+namespace {
+
+// Removes a DC and gives its bitmap back. Table lock held.
+void destroyDC(HDC hdc, DCObject& dc) {
+  if (dc.memory) {
+    if (BitmapObject* bm = findBitmap(dc.bitmap); bm && bm->selectedIn == hdc) bm->selectedIn = 0;
+  }
+  eraseObject(hdc);
+}
+
+}  // namespace
+
+BOOL DeleteObject(HGDIOBJ ho) {
+  auto lock = lockTable();
+  Object* o = findObject(ho);
+  if (!o) return fail(ERROR_INVALID_HANDLE, FALSE);
+  if (auto* bm = std::get_if<BitmapObject>(o)) {
+    // The stock bitmap and the screen are shared by everyone: deleting them is
+    // accepted and ignored, as the classic model does with stock objects.
+    if (bm->permanent) return TRUE;
+    if (bm->selectedIn != 0) return fail(ERROR_INVALID_PARAMETER, FALSE);
+    // A window left pointing at a deleted bitmap draws nowhere rather than on freed memory.
+    for (auto& [handle, obj] : table().objects)
+      if (auto* w = std::get_if<WindowObject>(&obj); w && w->bitmap == ho) w->bitmap = 0;
+    eraseObject(ho);
+    return TRUE;
+  }
+  // Deleting a DC through DeleteObject is accepted: some callers pair
+  // CreateCompatibleDC with DeleteObject.
+  if (auto* dc = std::get_if<DCObject>(o)) {
+    destroyDC(ho, *dc);
+    return TRUE;
+  }
+  return fail(ERROR_INVALID_HANDLE, FALSE);
+}
+
+BOOL DeleteDC(HDC hdc) {
+  auto lock = lockTable();
+  DCObject* dc = findDC(hdc);
+  if (!dc) return fail(ERROR_INVALID_HANDLE, FALSE);
+  destroyDC(hdc, *dc);
+  return TRUE;
+}
+
+int GetObjectA(HANDLE h, int c, void* pv) {
+  auto lock = lockTable();
+  const BitmapObject* bm = findBitmap(h);
+  if (!bm) return fail(ERROR_INVALID_HANDLE, 0);
+  if (!pv) return static_cast<int>(sizeof(BITMAP));
+  if (c < static_cast<int>(sizeof(BITMAP))) return fail(ERROR_INVALID_PARAMETER, 0);
+  BITMAP out{};
+  out.bmType = 0;
+  out.bmWidth = bm->width;
+  out.bmHeight = bm->height;
+  out.bmWidthBytes = bm->stride;
+  out.bmPlanes = 1;
+  out.bmBitsPixel = static_cast<WORD>(bm->format.bpp);
+  out.bmBits = 0;
+  std::memcpy(pv, &out, sizeof out);
+  return static_cast<int>(sizeof(BITMAP));
+}
+
+DWORD GetObjectType(HGDIOBJ h) {
+  auto lock = lockTable();
+  Object* o = findObject(h);
+  if (!o) return fail(ERROR_INVALID_HANDLE, DWORD{0});
+  if (std::holds_alternative<BitmapObject>(*o)) return OBJ_BITMAP;
+  if (auto* dc = std::get_if<DCObject>(o)) return dc->memory ? OBJ_MEMDC : OBJ_DC;
+  return fail(ERROR_INVALID_HANDLE, DWORD{0});  // windows are not drawing objects
+}
+
+namespace {
+
+void fillSurface(const BitmapObject& bm, Surface& out) {
+  out.rows = bm.pixels ? bm.pixels->data : nullptr;
+  out.width = bm.width;
+  out.height = bm.height;
+  out.stride = bm.stride;
+  out.bitsPerPixel = bm.format.bpp;
+  out.bottomUp = bm.bottomUp;
+}
+
+}  // namespace
+
+bool BitmapSurface(HBITMAP hbm, Surface& out) {
+  auto lock = lockTable();
+  const BitmapObject* bm = findBitmap(hbm);
+  if (!bm || !bm->pixels) return fail(ERROR_INVALID_HANDLE, false);
+  fillSurface(*bm, out);
+  return true;
+}
+
+bool DCSurface(HDC hdc, Surface& out) {
+  auto lock = lockTable();
+  const DCObject* dc = findDC(hdc);
+  const BitmapObject* bm = dc ? findBitmap(dcBitmap(*dc)) : nullptr;
+  if (!bm || !bm->pixels) return fail(ERROR_INVALID_HANDLE, false);
+  fillSurface(*bm, out);
+  return true;
+}
+
+HBITMAP CurrentBitmap(HDC hdc) {
+  auto lock = lockTable();
+  const DCObject* dc = findDC(hdc);
+  if (!dc) return fail(ERROR_INVALID_HANDLE, HBITMAP{0});
+  const HBITMAP h = dcBitmap(*dc);
+  return findBitmap(h) ? h : 0;
+}
+
+HWND CreateWindowHandle(HBITMAP surfaceBitmap) {
+  auto lock = lockTable();
+  if (!findBitmap(surfaceBitmap)) return fail(ERROR_INVALID_HANDLE, HWND{0});
+  WindowObject w;
+  w.bitmap = surfaceBitmap;
+  HWND h = insertObject(w);
+  return h ? h : fail(ERROR_NOT_ENOUGH_MEMORY, HWND{0});
+}
+
+bool RebindWindow(HWND hwnd, HBITMAP surfaceBitmap) {
+  auto lock = lockTable();
+  WindowObject* w = findWindow(hwnd);
+  if (!w || w->permanent || !findBitmap(surfaceBitmap)) return fail(ERROR_INVALID_HANDLE, false);
+  w->bitmap = surfaceBitmap;
+  return true;
+}
+
+bool DestroyWindowHandle(HWND hwnd) {
+  auto lock = lockTable();
+  WindowObject* w = findWindow(hwnd);
+  if (!w || w->permanent) return fail(ERROR_INVALID_HANDLE, false);
+  eraseObject(hwnd);
+  return true;
+}
+
+std::size_t LiveObjectCount() {
+  auto lock = lockTable();
+  std::size_t n = 0;
+  for (const auto& [h, o] : table().objects) {
+    const bool permanent = std::visit(
+        [](const auto& obj) {
+          if constexpr (std::is_same_v<std::decay_t<decltype(obj)>, DCObject>)
+            return false;
+          else
+            return obj.permanent;
+        },
+        o);
+    if (!permanent) ++n;
+  }
+  return n;
+}
+
+}  // namespace gdi

@@ -1,0 +1,355 @@
+// Handle lifetimes, object descriptions and bad input of the software DCs.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <string>
+#include <thread>
+
+#include "platform/GdiSurface.h"
+
+using namespace gdi;
+
+namespace {
+
+BITMAP describe(HANDLE h) {
+  BITMAP bm{};
+  EXPECT_EQ(GetObjectA(h, sizeof bm, &bm), static_cast<int>(sizeof bm));
+  return bm;
+}
+
+BITMAPINFO dibInfo(int w, int h, int bpp) {
+  BITMAPINFO bi{};
+  bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+  bi.bmiHeader.biWidth = w;
+  bi.bmiHeader.biHeight = h;
+  bi.bmiHeader.biPlanes = 1;
+  bi.bmiHeader.biBitCount = static_cast<WORD>(bpp);
+  return bi;
+}
+
+}  // namespace
+
+TEST(GdiObjects, NewMemoryDcHoldsMonochromeStockBitmap) {
+  HDC dc = CreateCompatibleDC(0);
+  ASSERT_NE(dc, 0u);
+  EXPECT_EQ(GetObjectType(dc), OBJ_MEMDC);
+  HBITMAP stock = CurrentBitmap(dc);
+  ASSERT_NE(stock, 0u);
+  EXPECT_EQ(GetObjectType(stock), OBJ_BITMAP);
+  const BITMAP bm = describe(stock);
+  EXPECT_EQ(bm.bmWidth, 1);
+  EXPECT_EQ(bm.bmHeight, 1);
+  EXPECT_EQ(bm.bmBitsPixel, 1);
+  EXPECT_EQ(bm.bmPlanes, 1);
+  // The stock bitmap is shared: deleting it is accepted and changes nothing.
+  EXPECT_EQ(DeleteObject(stock), TRUE);
+  EXPECT_EQ(GetObjectType(stock), OBJ_BITMAP);
+  EXPECT_EQ(DeleteDC(dc), TRUE);
+}
+
+TEST(GdiObjects, DescriptionsOfDeviceBitmapsAndDibSections) {
+  HBITMAP dev = CreateCompatibleBitmap(0, 7, 5);
+  ASSERT_NE(dev, 0u);
+  BITMAP bm = describe(dev);
+  EXPECT_EQ(bm.bmType, 0);
+  EXPECT_EQ(bm.bmWidth, 7);
+  EXPECT_EQ(bm.bmHeight, 5);
+  EXPECT_EQ(bm.bmWidthBytes, 28);
+  EXPECT_EQ(bm.bmPlanes, 1);
+  EXPECT_EQ(bm.bmBitsPixel, 32);
+  EXPECT_EQ(bm.bmBits, 0);
+
+  BITMAPINFO bi = dibInfo(5, 3, 24);
+  void* bits = nullptr;
+  HBITMAP dib = CreateDIBSection(0, &bi, DIB_RGB_COLORS, &bits, 0, 0);
+  ASSERT_NE(dib, 0u);
+  EXPECT_NE(bits, nullptr);
+  bm = describe(dib);
+  EXPECT_EQ(bm.bmWidth, 5);
+  EXPECT_EQ(bm.bmHeight, 3);
+  EXPECT_EQ(bm.bmWidthBytes, 16);  // 15 bytes padded to 4
+  EXPECT_EQ(bm.bmBitsPixel, 24);
+  Surface s;
+  ASSERT_TRUE(BitmapSurface(dib, s));
+  EXPECT_EQ(s.rows, bits);
+  EXPECT_TRUE(s.bottomUp);
+  EXPECT_EQ(s.stride, 16);
+  // The bottom row is first in memory.
+  EXPECT_EQ(s.row(2), static_cast<std::uint8_t*>(bits));
+  EXPECT_EQ(GetObjectA(dib, 0, nullptr), 24);  // size query
+  EXPECT_EQ(DeleteObject(dev), TRUE);
+  EXPECT_EQ(DeleteObject(dib), TRUE);
+}
+
+TEST(GdiObjects, SelectionRules) {
+  const std::size_t before = LiveObjectCount();
+  HDC a = CreateCompatibleDC(0), b = CreateCompatibleDC(0);
+  HBITMAP bmp = CreateCompatibleBitmap(a, 4, 4);
+  ASSERT_TRUE(a && b && bmp);
+  const HGDIOBJ stock = SelectObject(a, bmp);
+  EXPECT_EQ(GetObjectType(stock), OBJ_BITMAP);
+  EXPECT_EQ(CurrentBitmap(a), bmp);
+  // Selected into one DC at a time.
+  SetLastError(0);
+  EXPECT_EQ(SelectObject(b, bmp), 0u);
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+  // A selected bitmap cannot be deleted.
+  EXPECT_EQ(DeleteObject(bmp), FALSE);
+  EXPECT_EQ(GetObjectType(bmp), OBJ_BITMAP);
+  // Reselecting into the same DC is harmless.
+  EXPECT_EQ(SelectObject(a, bmp), bmp);
+  // Selecting the previous bitmap back frees it.
+  EXPECT_EQ(SelectObject(a, stock), bmp);
+  EXPECT_NE(SelectObject(b, bmp), 0u);
+  // DeleteDC releases the selection.
+  EXPECT_EQ(DeleteDC(b), TRUE);
+  EXPECT_EQ(DeleteObject(bmp), TRUE);
+  EXPECT_EQ(DeleteDC(a), TRUE);
+  EXPECT_EQ(LiveObjectCount(), before);
+}
+
+TEST(GdiObjects, StaleHandlesFailAndAreNotReused) {
+  HBITMAP bmp = CreateCompatibleBitmap(0, 2, 2);
+  HDC dc = CreateCompatibleDC(0);
+  ASSERT_TRUE(bmp && dc);
+  ASSERT_EQ(DeleteObject(bmp), TRUE);
+  ASSERT_EQ(DeleteDC(dc), TRUE);
+  // Fresh objects never take the old numbers.
+  for (int i = 0; i < 50; ++i) {
+    HBITMAP again = CreateCompatibleBitmap(0, 1, 1);
+    EXPECT_NE(again, bmp);
+    EXPECT_NE(again, dc);
+    DeleteObject(again);
+  }
+  SetLastError(0);
+  EXPECT_EQ(GetObjectType(bmp), 0u);
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+  SetLastError(0);
+  EXPECT_EQ(DeleteObject(bmp), FALSE);
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+  SetLastError(0);
+  EXPECT_EQ(DeleteDC(dc), FALSE);
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+}
+
+// Every bad input gives the classic failure value and the documented error.
+TEST(GdiObjects, BadInputTable) {
+  HDC mem = CreateCompatibleDC(0);
+  HBITMAP bmp = CreateCompatibleBitmap(0, 3, 3);
+  HBITMAP other = CreateCompatibleBitmap(0, 3, 3);
+  HDC holder = CreateCompatibleDC(0);
+  SelectObject(holder, other);
+  HDC screen = GetDC(0);
+  HBITMAP stale = CreateCompatibleBitmap(0, 1, 1);
+  DeleteObject(stale);
+  HDC staleDc = CreateCompatibleDC(0);
+  DeleteDC(staleDc);
+  BITMAPINFO bi24 = dibInfo(4, 4, 24);
+  BITMAPINFO badDepth = dibInfo(4, 4, 7);
+  BITMAPINFO zeroWide = dibInfo(0, 4, 24);
+  BITMAPINFO zeroHigh = dibInfo(4, 0, 24);
+  BITMAPINFO huge = dibInfo(100000, 100000, 24);
+  BITMAPINFO badCompression = dibInfo(4, 4, 24);
+  badCompression.bmiHeader.biCompression = 1;
+  BITMAP out{};
+  POINT pts[3] = {{0, 0}, {2, 0}, {0, 2}};
+  POINT flat[3] = {{0, 0}, {2, 0}, {4, 0}};
+  void* bits = nullptr;
+
+  struct Case {
+    std::string name;
+    std::function<std::int64_t()> call;
+    std::int64_t expected;
+    DWORD error;
+  };
+  const Case cases[] = {
+      {"CompatibleDC of stale DC", [&] { return CreateCompatibleDC(staleDc); }, 0, ERROR_INVALID_HANDLE},
+      {"CompatibleDC of a bitmap", [&] { return CreateCompatibleDC(bmp); }, 0, ERROR_INVALID_HANDLE},
+      {"bitmap 0x0", [&] { return CreateCompatibleBitmap(0, 0, 0); }, 0, ERROR_INVALID_PARAMETER},
+      {"bitmap negative", [&] { return CreateCompatibleBitmap(0, -5, 5); }, 0, ERROR_INVALID_PARAMETER},
+      {"bitmap huge", [&] { return CreateCompatibleBitmap(0, 100000, 100000); }, 0, ERROR_NOT_ENOUGH_MEMORY},
+      {"bitmap max int", [&] { return CreateCompatibleBitmap(0, 0x7FFFFFFF, 0x7FFFFFFF); }, 0,
+       ERROR_NOT_ENOUGH_MEMORY},
+      {"bitmap on stale DC", [&] { return CreateCompatibleBitmap(staleDc, 2, 2); }, 0, ERROR_INVALID_HANDLE},
+      {"DIB section null info", [&] { return CreateDIBSection(0, nullptr, 0, &bits, 0, 0); }, 0,
+       ERROR_INVALID_PARAMETER},
+      {"DIB section depth 7", [&] { return CreateDIBSection(0, &badDepth, 0, &bits, 0, 0); }, 0,
+       ERROR_INVALID_PARAMETER},
+      {"DIB section width 0", [&] { return CreateDIBSection(0, &zeroWide, 0, &bits, 0, 0); }, 0,
+       ERROR_INVALID_PARAMETER},
+      {"DIB section height 0", [&] { return CreateDIBSection(0, &zeroHigh, 0, &bits, 0, 0); }, 0,
+       ERROR_INVALID_PARAMETER},
+      {"DIB section huge", [&] { return CreateDIBSection(0, &huge, 0, &bits, 0, 0); }, 0, ERROR_NOT_ENOUGH_MEMORY},
+      {"DIB section compressed", [&] { return CreateDIBSection(0, &badCompression, 0, &bits, 0, 0); }, 0,
+       ERROR_INVALID_PARAMETER},
+      {"DIB section palette usage", [&] { return CreateDIBSection(0, &bi24, 1, &bits, 0, 0); }, 0,
+       ERROR_INVALID_PARAMETER},
+      {"DIB section with section", [&] { return CreateDIBSection(0, &bi24, 0, &bits, 5, 0); }, 0,
+       ERROR_INVALID_PARAMETER},
+      {"select into 0", [&] { return SelectObject(0, bmp); }, 0, ERROR_INVALID_HANDLE},
+      {"select stale bitmap", [&] { return SelectObject(mem, stale); }, 0, ERROR_INVALID_HANDLE},
+      {"select a DC", [&] { return SelectObject(mem, holder); }, 0, ERROR_INVALID_PARAMETER},
+      {"select bitmap held elsewhere", [&] { return SelectObject(mem, other); }, 0, ERROR_INVALID_PARAMETER},
+      {"select into screen DC", [&] { return SelectObject(screen, bmp); }, 0, ERROR_INVALID_PARAMETER},
+      {"delete 0", [&] { return DeleteObject(0); }, FALSE, ERROR_INVALID_HANDLE},
+      {"delete selected bitmap", [&] { return DeleteObject(other); }, FALSE, ERROR_INVALID_PARAMETER},
+      {"DeleteDC of a bitmap", [&] { return DeleteDC(bmp); }, FALSE, ERROR_INVALID_HANDLE},
+      {"GetObject of 0", [&] { return GetObjectA(0, sizeof out, &out); }, 0, ERROR_INVALID_HANDLE},
+      {"GetObject of a DC", [&] { return GetObjectA(mem, sizeof out, &out); }, 0, ERROR_INVALID_HANDLE},
+      {"GetObject short buffer", [&] { return GetObjectA(bmp, 10, &out); }, 0, ERROR_INVALID_PARAMETER},
+      {"object type of 0", [&] { return GetObjectType(0); }, 0, ERROR_INVALID_HANDLE},
+      {"BitBlt to 0", [&] { return BitBlt(0, 0, 0, 1, 1, mem, 0, 0, SRCCOPY); }, FALSE, ERROR_INVALID_HANDLE},
+      {"BitBlt from stale", [&] { return BitBlt(mem, 0, 0, 1, 1, staleDc, 0, 0, SRCCOPY); }, FALSE,
+       ERROR_INVALID_HANDLE},
+      {"StretchBlt zero source", [&] { return StretchBlt(mem, 0, 0, 1, 1, holder, 0, 0, 0, 1, SRCCOPY); }, FALSE,
+       ERROR_INVALID_PARAMETER},
+      {"StretchBlt huge extent",
+       [&] { return StretchBlt(mem, 0, 0, 0x7FFFFFFF, 1, holder, 0, 0, 1, 1, SRCCOPY); }, FALSE,
+       ERROR_INVALID_PARAMETER},
+      {"StretchBlt min int extent",
+       [&] { return StretchBlt(mem, 0, 0, INT32_MIN, INT32_MIN, holder, 0, 0, 1, 1, SRCCOPY); }, FALSE,
+       ERROR_INVALID_PARAMETER},
+      {"mode of stale DC", [&] { return GetStretchBltMode(staleDc); }, 0, ERROR_INVALID_HANDLE},
+      {"set mode 0", [&] { return SetStretchBltMode(mem, 0); }, 0, ERROR_INVALID_PARAMETER},
+      {"set mode 5", [&] { return SetStretchBltMode(mem, 5); }, 0, ERROR_INVALID_PARAMETER},
+      {"set mode on stale", [&] { return SetStretchBltMode(staleDc, 3); }, 0, ERROR_INVALID_HANDLE},
+      {"PlgBlt null points", [&] { return PlgBlt(mem, nullptr, holder, 0, 0, 2, 2, 0, 0, 0); }, FALSE,
+       ERROR_INVALID_PARAMETER},
+      {"PlgBlt with mask", [&] { return PlgBlt(mem, pts, holder, 0, 0, 2, 2, bmp, 0, 0); }, FALSE,
+       ERROR_INVALID_PARAMETER},
+      {"PlgBlt flat", [&] { return PlgBlt(mem, flat, holder, 0, 0, 2, 2, 0, 0, 0); }, FALSE,
+       ERROR_INVALID_PARAMETER},
+      {"PlgBlt stale", [&] { return PlgBlt(staleDc, pts, holder, 0, 0, 2, 2, 0, 0, 0); }, FALSE,
+       ERROR_INVALID_HANDLE},
+      {"GetDC of stale window", [&] { return GetDC(stale); }, 0, ERROR_INVALID_HANDLE},
+      {"ReleaseDC of memory DC", [&] { return ReleaseDC(0, mem); }, 0, 0},
+      {"surface of stale", [&] {
+         Surface s;
+         return BitmapSurface(stale, s) ? 1 : 0;
+       }, 0, ERROR_INVALID_HANDLE},
+      {"window of stale bitmap", [&] { return CreateWindowHandle(stale); }, 0, ERROR_INVALID_HANDLE},
+      {"destroy desktop window", [&] { return DestroyWindowHandle(GetDesktopWindow()) ? 1 : 0; }, 0,
+       ERROR_INVALID_HANDLE},
+  };
+  for (const Case& c : cases) {
+    SetLastError(0);
+    EXPECT_EQ(c.call(), c.expected) << c.name;
+    EXPECT_EQ(GetLastError(), c.error) << c.name;
+  }
+  EXPECT_EQ(bits, nullptr);
+  EXPECT_EQ(ReleaseDC(0, screen), 1);
+  EXPECT_EQ(DeleteDC(holder), TRUE);
+  EXPECT_EQ(DeleteObject(other), TRUE);
+  EXPECT_EQ(DeleteObject(bmp), TRUE);
+  EXPECT_EQ(DeleteDC(mem), TRUE);
+}
+
+TEST(GdiObjects, DesktopAndWindowDcs) {
+  const std::size_t before = LiveObjectCount();
+  HWND desk = GetDesktopWindow();
+  EXPECT_NE(desk, 0u);
+  EXPECT_EQ(GetDesktopWindow(), desk);
+  HDC s1 = GetDC(desk), s2 = GetDC(0);
+  ASSERT_TRUE(s1 && s2);
+  EXPECT_EQ(GetObjectType(s1), OBJ_DC);
+  Surface a, b;
+  ASSERT_TRUE(DCSurface(s1, a));
+  ASSERT_TRUE(DCSurface(s2, b));
+  EXPECT_EQ(a.rows, b.rows);  // one screen
+  EXPECT_GT(a.width, 0);
+  EXPECT_EQ(a.bitsPerPixel, 32);
+  EXPECT_EQ(GetStretchBltMode(s1), BLACKONWHITE);
+  EXPECT_EQ(ReleaseDC(desk, s1), 1);
+  EXPECT_EQ(ReleaseDC(desk, s1), 0);  // already released
+  EXPECT_EQ(ReleaseDC(0, s2), 1);
+
+  HBITMAP surf = CreateCompatibleBitmap(0, 8, 6);
+  HBITMAP surf2 = CreateCompatibleBitmap(0, 3, 2);
+  HWND wnd = CreateWindowHandle(surf);
+  ASSERT_NE(wnd, 0u);
+  HDC wdc = GetDC(wnd);
+  ASSERT_NE(wdc, 0u);
+  EXPECT_EQ(GetObjectType(wdc), OBJ_DC);
+  EXPECT_EQ(CurrentBitmap(wdc), surf);
+  // A window's bitmap may also be selected in a pane's memory DC.
+  HDC mem = CreateCompatibleDC(wdc);
+  HGDIOBJ old = SelectObject(mem, surf);
+  EXPECT_NE(old, 0u);
+  EXPECT_TRUE(RebindWindow(wnd, surf2));
+  EXPECT_EQ(CurrentBitmap(wdc), surf2);  // an existing DC follows the window
+  Surface ws;
+  ASSERT_TRUE(DCSurface(wdc, ws));
+  EXPECT_EQ(ws.width, 3);
+  EXPECT_EQ(ReleaseDC(wnd, wdc), 1);
+  EXPECT_TRUE(DestroyWindowHandle(wnd));
+  EXPECT_FALSE(DestroyWindowHandle(wnd));
+  SelectObject(mem, old);
+  DeleteDC(mem);
+  DeleteObject(surf);
+  DeleteObject(surf2);
+  EXPECT_EQ(LiveObjectCount(), before);
+}
+
+TEST(GdiObjects, DeletingAWindowBitmapLeavesTheWindowDrawingNowhere) {
+  HBITMAP surf = CreateCompatibleBitmap(0, 4, 4);
+  HWND wnd = CreateWindowHandle(surf);
+  HDC wdc = GetDC(wnd);
+  HDC src = CreateCompatibleDC(0);
+  ASSERT_EQ(DeleteObject(surf), TRUE);
+  EXPECT_EQ(CurrentBitmap(wdc), 0u);
+  SetLastError(0);
+  EXPECT_EQ(BitBlt(wdc, 0, 0, 4, 4, src, 0, 0, SRCCOPY), FALSE);
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+  ReleaseDC(wnd, wdc);
+  DestroyWindowHandle(wnd);
+  DeleteDC(src);
+}
+
+TEST(GdiObjects, DeleteObjectOnAMemoryDcReleasesIt) {
+  const std::size_t before = LiveObjectCount();
+  HDC dc = CreateCompatibleDC(0);
+  HBITMAP bmp = CreateCompatibleBitmap(dc, 2, 2);
+  SelectObject(dc, bmp);
+  EXPECT_EQ(DeleteObject(dc), TRUE);
+  EXPECT_EQ(GetObjectType(dc), 0u);
+  EXPECT_EQ(DeleteObject(bmp), TRUE);  // no longer selected
+  EXPECT_EQ(LiveObjectCount(), before);
+}
+
+TEST(GdiObjects, LastErrorIsPerThread) {
+  SetLastError(1234);
+  DWORD seen = 0;
+  std::thread t([&] {
+    DeleteObject(0);
+    seen = GetLastError();
+  });
+  t.join();
+  EXPECT_EQ(seen, ERROR_INVALID_HANDLE);
+  EXPECT_EQ(GetLastError(), 1234u);
+}
+
+TEST(GdiObjects, ConcurrentCreationAndDeletionKeepsTheTableConsistent) {
+  const std::size_t before = LiveObjectCount();
+  auto worker = [] {
+    for (int i = 0; i < 500; ++i) {
+      HDC dc = CreateCompatibleDC(0);
+      HBITMAP b = CreateCompatibleBitmap(dc, 3, 3);
+      HGDIOBJ old = SelectObject(dc, b);
+      BitBlt(dc, 0, 0, 3, 3, dc, 1, 1, SRCCOPY);
+      SelectObject(dc, old);
+      DeleteObject(b);
+      DeleteDC(dc);
+    }
+  };
+  std::thread t1(worker), t2(worker);
+  t1.join();
+  t2.join();
+  EXPECT_EQ(LiveObjectCount(), before);
+}
+
+TEST(GdiObjects, TickCountFollowsThePlatformClock) {
+  const DWORD a = GetTickCount();
+  const DWORD b = timeGetTime();
+  EXPECT_LE(b - a, 1000u);
+}
