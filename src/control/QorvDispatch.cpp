@@ -88,10 +88,6 @@ QString conv<QString>(const QVariant& v) {
   mismatch();
 }
 template <>
-QVariant conv<QVariant>(const QVariant& v) {
-  return v;
-}
-template <>
 PicturePtr conv<PicturePtr>(const QVariant& v) {
   if (v.metaType() == QMetaType::fromType<PicturePtr>()) return v.value<PicturePtr>();
   if (v.metaType() == QMetaType::fromType<std::nullptr_t>()) return nullptr;
