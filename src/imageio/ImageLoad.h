@@ -1,0 +1,61 @@
+// The file-reading half of loading a picture: format detection, the library
+// load, conversion to a device bitmap and placing it in the control's picture
+// buffer. The control adds the dialog, the busy cursor and the hand-over.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#include <QString>
+
+#include "imageio/FreeImageHandle.h"
+
+namespace qorv {
+class PictureBox;
+}
+
+namespace qorv::imageio {
+
+// Pictures declaring more pixels than this are refused before their pixels are
+// allocated (256 megapixels; a 32-bit copy of one is 1 GiB).
+inline constexpr std::int64_t DefaultMaxLoadPixels = 268435456;
+
+// The outcome of a load or save in the terms of the control's error record:
+// code 0 is success; otherwise code, description and message-box flag.
+struct IoOutcome {
+  std::int32_t code = 0;
+  QString description;
+  std::int32_t flag = 0;
+  std::int32_t fif = -1;  // the library format used (or detected)
+  bool ok() const { return code == 0; }
+};
+
+// The library's load call, replaceable so tests can watch which flags reach
+// it. An empty function restores FreeImage_Load.
+using FreeImageLoader = std::function<FIBITMAP*(std::int32_t fif, const char* path, std::int32_t flags)>;
+void setFreeImageLoader(FreeImageLoader loader);
+// The standard loader: the library's load over a file handle that also
+// refuses files found truncated (which some plug-ins would pad silently).
+FIBITMAP* DefaultFreeImageLoad(std::int32_t fif, const char* path, std::int32_t flags);
+
+// The library format of a file: the content first, then the extension map;
+// `forceType` other than -1 is taken as it is.
+std::int32_t DetectFormat(const QString& path, std::int32_t forceType);
+
+struct LoadRequest {
+  QString path;
+  std::int32_t forceType = -1;
+  std::int32_t jpegLoadQuality = 0;  // load flags, for JPEG files only
+  std::int64_t maxPixels = DefaultMaxLoadPixels;
+};
+
+// Reads the file into a standard library bitmap (1/4/8/16/24/32 bits per pixel,
+// whatever the file's sample type). On failure returns null and fills `out`.
+DibPtr LoadDib(const LoadRequest& request, IoOutcome& out);
+
+// Loads the file and places the picture in `buffer`: its background picture
+// removed, cleared, sized to the picture and the picture drawn at the origin.
+// Nothing of `buffer` changes when the outcome is a failure.
+IoOutcome LoadIntoBuffer(const LoadRequest& request, PictureBox& buffer);
+
+}  // namespace qorv::imageio

@@ -1,0 +1,138 @@
+// Helpers shared by the image I/O tests: a deterministic test pattern made
+// directly with FreeImage or with the device-bitmap API (never through the
+// code under test), and readers for the pixels that land in a picture box.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include <QByteArray>
+#include <QString>
+
+#include "platform/GdiSurface.h"
+#include "platform/PictureBox.h"
+#include "imageio/modFreeImage.h"
+
+#include <FreeImage.h>
+
+namespace iotest {
+
+inline void ensureFreeImage() {
+  static const bool started = [] {
+    qorv::modFreeImage::InitFreeImage();
+    return true;
+  }();
+  (void)started;
+}
+
+// 0x00RRGGBB of the pattern at (x, y), y counted from the top.
+inline std::uint32_t patternRGB(int x, int y) {
+  const unsigned r = static_cast<unsigned>(x * 37 + y * 11) & 255u;
+  const unsigned g = static_cast<unsigned>(x * 5 + y * 29) & 255u;
+  const unsigned b = static_cast<unsigned>(x * x + 3 * y) & 255u;
+  return (r << 16) | (g << 8) | b;
+}
+
+// A 24-bit FreeImage bitmap holding the pattern (FreeImage rows are bottom-up).
+inline FIBITMAP* makePatternDib(int w, int h) {
+  FIBITMAP* dib = FreeImage_Allocate(w, h, 24);
+  for (int y = 0; y < h; ++y) {
+    BYTE* row = FreeImage_GetScanLine(dib, static_cast<unsigned>(h - 1 - y));
+    for (int x = 0; x < w; ++x) {
+      const std::uint32_t c = patternRGB(x, y);
+      row[x * 3 + FI_RGBA_RED] = static_cast<BYTE>(c >> 16);
+      row[x * 3 + FI_RGBA_GREEN] = static_cast<BYTE>(c >> 8);
+      row[x * 3 + FI_RGBA_BLUE] = static_cast<BYTE>(c);
+    }
+  }
+  return dib;
+}
+
+// A 32-bit device bitmap holding the pattern.
+inline gdi::HBITMAP makePatternBitmap(int w, int h) {
+  gdi::HDC screen = gdi::GetDC(0);
+  const gdi::HBITMAP bm = gdi::CreateCompatibleBitmap(screen, w, h);
+  gdi::ReleaseDC(0, screen);
+  gdi::Surface s;
+  if (!bm || !gdi::BitmapSurface(bm, s)) return bm;
+  for (int y = 0; y < h; ++y) {
+    std::uint8_t* row = s.row(y);
+    for (int x = 0; x < w; ++x) {
+      const std::uint32_t c = patternRGB(x, y);
+      row[x * 4 + 0] = static_cast<std::uint8_t>(c);
+      row[x * 4 + 1] = static_cast<std::uint8_t>(c >> 8);
+      row[x * 4 + 2] = static_cast<std::uint8_t>(c >> 16);
+      row[x * 4 + 3] = 0;
+    }
+  }
+  return bm;
+}
+
+// Pixels of a surface as 0x00RRGGBB, top row first (32-bit surfaces only).
+inline std::vector<std::uint32_t> surfacePixels(const gdi::Surface& s) {
+  std::vector<std::uint32_t> out;
+  if (!s.valid() || s.bitsPerPixel != 32) return out;
+  out.reserve(static_cast<std::size_t>(s.width) * static_cast<std::size_t>(s.height));
+  for (int y = 0; y < s.height; ++y) {
+    const std::uint8_t* row = s.row(y);
+    for (int x = 0; x < s.width; ++x)
+      out.push_back((std::uint32_t{row[x * 4 + 2]} << 16) | (std::uint32_t{row[x * 4 + 1]} << 8) | row[x * 4]);
+  }
+  return out;
+}
+
+inline std::vector<std::uint32_t> panePixels(qorv::PictureBox& pane) {
+  gdi::Surface s;
+  if (!gdi::DCSurface(pane.hDC(), s)) return {};
+  return surfacePixels(s);
+}
+
+// Pixels of any FreeImage bitmap (converted to 24 bits), top row first.
+inline std::vector<std::uint32_t> dibPixels(FIBITMAP* dib) {
+  std::vector<std::uint32_t> out;
+  FIBITMAP* d24 = FreeImage_ConvertTo24Bits(dib);
+  if (!d24) return out;
+  const int w = static_cast<int>(FreeImage_GetWidth(d24));
+  const int h = static_cast<int>(FreeImage_GetHeight(d24));
+  for (int y = 0; y < h; ++y) {
+    const BYTE* row = FreeImage_GetScanLine(d24, static_cast<unsigned>(h - 1 - y));
+    for (int x = 0; x < w; ++x)
+      out.push_back((std::uint32_t{row[x * 3 + FI_RGBA_RED]} << 16) |
+                    (std::uint32_t{row[x * 3 + FI_RGBA_GREEN]} << 8) | row[x * 3 + FI_RGBA_BLUE]);
+  }
+  FreeImage_Unload(d24);
+  return out;
+}
+
+inline std::vector<std::uint32_t> patternPixels(int w, int h) {
+  std::vector<std::uint32_t> out;
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) out.push_back(patternRGB(x, y));
+  return out;
+}
+
+// Largest per-channel difference between two pixel lists of equal length.
+inline int maxChannelDiff(const std::vector<std::uint32_t>& a, const std::vector<std::uint32_t>& b) {
+  if (a.size() != b.size()) return 256;
+  int worst = 0;
+  for (std::size_t i = 0; i < a.size(); ++i)
+    for (int shift : {0, 8, 16}) {
+      const int d = static_cast<int>((a[i] >> shift) & 255u) - static_cast<int>((b[i] >> shift) & 255u);
+      worst = std::max(worst, d < 0 ? -d : d);
+    }
+  return worst;
+}
+
+// Mean absolute per-channel difference (for lossy formats).
+inline double meanChannelDiff(const std::vector<std::uint32_t>& a, const std::vector<std::uint32_t>& b) {
+  if (a.size() != b.size() || a.empty()) return 256;
+  double sum = 0;
+  for (std::size_t i = 0; i < a.size(); ++i)
+    for (int shift : {0, 8, 16}) {
+      const int d = static_cast<int>((a[i] >> shift) & 255u) - static_cast<int>((b[i] >> shift) & 255u);
+      sum += d < 0 ? -d : d;
+    }
+  return sum / (3.0 * static_cast<double>(a.size()));
+}
+
+}  // namespace iotest

@@ -1,0 +1,259 @@
+// The bridge between library bitmaps and device bitmaps: results, pixels and
+// every error text.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+
+#include "ImageFixtures.h"
+
+using namespace qorv::modFreeImage;
+using iotest::ensureFreeImage;
+
+namespace {
+
+class Bridge : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ensureFreeImage();
+    startObjects = gdi::LiveObjectCount();
+  }
+  void TearDown() override { EXPECT_EQ(gdi::LiveObjectCount(), startObjects) << "handles leaked"; }
+  std::size_t startObjects = 0;
+};
+
+TEST_F(Bridge, LibraryBitmapBecomesADeviceBitmapWithTheSamePixels) {
+  FIBITMAP* dib = iotest::makePatternDib(13, 7);
+  gdi::HBITMAP bm = 0;
+  ASSERT_TRUE(FreeImage_BMP_From_DIB(dib, bm));
+  EXPECT_EQ(LastBridgeError(), QString());
+  gdi::Surface s;
+  ASSERT_TRUE(gdi::BitmapSurface(bm, s));
+  EXPECT_EQ(iotest::surfacePixels(s), iotest::patternPixels(13, 7));
+  EXPECT_EQ(FreeImage_GetBitmapWidth(bm), 13);
+  EXPECT_EQ(FreeImage_GetBitmapHeight(bm), 7);
+  // The dib stays the caller's.
+  EXPECT_EQ(FreeImage_GetWidth(dib), 13u);
+  FreeImage_Unload(dib);
+  gdi::DeleteObject(bm);
+}
+
+TEST_F(Bridge, PalettedLibraryBitmapKeepsItsColours) {
+  FIBITMAP* dib = FreeImage_Allocate(4, 2, 8);
+  RGBQUAD* pal = FreeImage_GetPalette(dib);
+  for (int i = 0; i < 256; ++i) pal[i] = RGBQUAD{BYTE(i), BYTE(255 - i), BYTE(i / 2), 0};
+  for (unsigned y = 0; y < 2; ++y)
+    for (unsigned x = 0; x < 4; ++x) FreeImage_GetScanLine(dib, y)[x] = static_cast<BYTE>(x * 60 + y);
+  gdi::HBITMAP bm = 0;
+  ASSERT_TRUE(FreeImage_BMP_From_DIB(dib, bm));
+  gdi::Surface s;
+  ASSERT_TRUE(gdi::BitmapSurface(bm, s));
+  const auto px = iotest::surfacePixels(s);
+  ASSERT_EQ(px.size(), 8u);
+  for (int y = 0; y < 2; ++y)
+    for (int x = 0; x < 4; ++x) {
+      const int i = x * 60 + (1 - y);  // top row is library row 1
+      const std::uint32_t want = (std::uint32_t(i / 2) << 16) | (std::uint32_t(255 - i) << 8) | std::uint32_t(i);
+      EXPECT_EQ(px[static_cast<std::size_t>(y * 4 + x)], want) << x << "," << y;
+    }
+  FreeImage_Unload(dib);
+  gdi::DeleteObject(bm);
+}
+
+TEST_F(Bridge, StaleOutputBitmapIsReleasedBeforeAnyCheck) {
+  gdi::HBITMAP old = iotest::makePatternBitmap(2, 2);
+  gdi::HBITMAP bm = old;
+  EXPECT_FALSE(FreeImage_BMP_From_DIB(nullptr, bm));
+  EXPECT_EQ(bm, 0u);
+  EXPECT_EQ(gdi::GetObjectType(old), 0u);
+  EXPECT_EQ(LastBridgeError(), QStringLiteral("[FreeImage_BMP_From_DIB] No DIB specified to convert"));
+}
+
+TEST_F(Bridge, DeviceBitmapBecomesA32BitLibraryBitmap) {
+  struct Case {
+    const char* label;
+    int bits;
+  };
+  for (const Case c : {Case{"device bitmap", 32}, Case{"8-bit section", 8}, Case{"24-bit section", 24}}) {
+    SCOPED_TRACE(c.label);
+    gdi::HBITMAP bm = 0;
+    std::vector<std::uint32_t> want;
+    if (c.bits == 32) {
+      bm = iotest::makePatternBitmap(9, 5);
+      want = iotest::patternPixels(9, 5);
+    } else {
+      struct {
+        gdi::BITMAPINFOHEADER h;
+        gdi::RGBQUAD pal[256];
+      } bi{};
+      bi.h = {40, 9, 5, 1, static_cast<gdi::WORD>(c.bits), gdi::BI_RGB, 0, 0, 0, 0, 0};
+      for (int i = 0; i < 256; ++i) bi.pal[i] = {gdi::BYTE(255 - i), gdi::BYTE(i), gdi::BYTE(i ^ 0x55), 0};
+      void* bits = nullptr;
+      bm = gdi::CreateDIBSection(0, reinterpret_cast<gdi::BITMAPINFO*>(&bi), gdi::DIB_RGB_COLORS, &bits, 0, 0);
+      ASSERT_NE(bm, 0u);
+      gdi::Surface s;
+      ASSERT_TRUE(gdi::BitmapSurface(bm, s));
+      for (int y = 0; y < 5; ++y)
+        for (int x = 0; x < 9; ++x) {
+          const std::uint32_t rgb = iotest::patternRGB(x, y);
+          if (c.bits == 8) {
+            const int i = static_cast<int>(rgb & 255u);
+            s.row(y)[x] = static_cast<std::uint8_t>(i);
+            want.push_back((std::uint32_t(i ^ 0x55) << 16) | (std::uint32_t(i) << 8) | std::uint32_t(255 - i));
+          } else {
+            s.row(y)[x * 3] = static_cast<std::uint8_t>(rgb);
+            s.row(y)[x * 3 + 1] = static_cast<std::uint8_t>(rgb >> 8);
+            s.row(y)[x * 3 + 2] = static_cast<std::uint8_t>(rgb >> 16);
+            want.push_back(rgb);
+          }
+        }
+    }
+    FIBITMAP* dib = nullptr;
+    ASSERT_TRUE(FreeImage_DIB_From_BMP(bm, dib));
+    EXPECT_EQ(FreeImage_GetBPP(dib), 32u);
+    EXPECT_EQ(iotest::dibPixels(dib), want);
+    // A non-null output is released and replaced.
+    ASSERT_TRUE(FreeImage_DIB_From_BMP(bm, dib));
+    EXPECT_EQ(FreeImage_GetWidth(dib), 9u);
+    FreeImage_Unload(dib);
+    gdi::DeleteObject(bm);
+  }
+}
+
+TEST_F(Bridge, ConversionFailureTexts) {
+  FIBITMAP* dib = nullptr;
+  EXPECT_FALSE(FreeImage_DIB_From_BMP(0, dib));
+  EXPECT_EQ(LastBridgeError(), QStringLiteral("[FreeImage_DIB_From_BMP] No bitmap specified to convert"));
+  EXPECT_FALSE(FreeImage_DIB_From_BMP(0x7ffffff0u, dib));
+  EXPECT_EQ(LastBridgeError(), QStringLiteral("[FreeImage_DIB_From_BMP] GetObjectAPI failed with error code %1")
+                                   .arg(gdi::GetLastError()));
+  EXPECT_TRUE(LastBridgeError().endsWith(QStringLiteral("code 6")));
+  EXPECT_EQ(dib, nullptr);
+}
+
+TEST_F(Bridge, RenderDrawsWholeOrPartAndInverts) {
+  const gdi::HBITMAP src = iotest::makePatternBitmap(6, 4);
+  gdi::HDC screen = gdi::GetDC(0);
+  const gdi::HBITMAP target = gdi::CreateCompatibleBitmap(screen, 8, 8);
+  gdi::ReleaseDC(0, screen);
+  const gdi::HDC dc = gdi::CreateCompatibleDC(0);
+  const gdi::HGDIOBJ stock = gdi::SelectObject(dc, target);
+
+  struct Case {
+    const char* label;
+    int x, y, w, h;
+    bool invert;
+    int drawnW, drawnH;
+  };
+  const Case cases[] = {
+      {"zero size draws all", 0, 0, 0, 0, false, 6, 4},
+      {"negative size draws all", 1, 2, -1, -1, false, 6, 4},
+      {"explicit part", 2, 1, 3, 2, false, 3, 2},
+      {"inverted", 0, 0, 0, 0, true, 6, 4},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    gdi::Surface blank;
+    ASSERT_TRUE(gdi::BitmapSurface(target, blank));
+    for (int y = 0; y < 8; ++y) std::fill_n(blank.row(y), 8 * 4, std::uint8_t{0});
+    ASSERT_TRUE(FreeImage_RenderBitmap(src, dc, c.x, c.y, c.w, c.h, c.invert));
+    EXPECT_EQ(LastBridgeError(), QString());
+    gdi::Surface s;
+    ASSERT_TRUE(gdi::BitmapSurface(target, s));
+    const auto px = iotest::surfacePixels(s);
+    for (int y = 0; y < 8; ++y)
+      for (int x = 0; x < 8; ++x) {
+        const bool inside = x >= c.x && x < c.x + c.drawnW && y >= c.y && y < c.y + c.drawnH;
+        std::uint32_t want = 0;
+        if (inside) want = iotest::patternRGB(x - c.x, y - c.y) ^ (c.invert ? 0xFFFFFFu : 0u);
+        ASSERT_EQ(px[static_cast<std::size_t>(y * 8 + x)], want) << x << "," << y;
+      }
+  }
+  // The caller's bitmap survives, and a window DC is as good a target.
+  EXPECT_EQ(gdi::GetObjectType(src), gdi::OBJ_BITMAP);
+  const gdi::HDC windowDC = gdi::GetDC(gdi::GetDesktopWindow());
+  EXPECT_TRUE(FreeImage_RenderBitmap(src, windowDC, 0, 0, 0, 0, false));
+  gdi::ReleaseDC(gdi::GetDesktopWindow(), windowDC);
+
+  gdi::SelectObject(dc, stock);
+  gdi::DeleteDC(dc);
+  gdi::DeleteObject(target);
+  gdi::DeleteObject(src);
+}
+
+TEST_F(Bridge, RenderAndSizeFailureTexts) {
+  const gdi::HBITMAP bm = iotest::makePatternBitmap(2, 2);
+  const gdi::HDC dc = gdi::CreateCompatibleDC(0);
+  struct Case {
+    const char* label;
+    std::function<bool()> call;
+    QString text;
+  };
+  const Case cases[] = {
+      {"no bitmap", [&] { return FreeImage_RenderBitmap(0, dc, 0, 0, 0, 0, false); },
+       QStringLiteral("[FreeImage_RenderBitmap] No bitmap specified to render")},
+      {"DC as bitmap", [&] { return FreeImage_RenderBitmap(dc, dc, 0, 0, 0, 0, false); },
+       QStringLiteral("[FreeImage_RenderBitmap] Handle specified is not a valid BITMAP")},
+      {"bitmap as DC", [&] { return FreeImage_RenderBitmap(bm, bm, 0, 0, 0, 0, false); },
+       QStringLiteral("[FreeImage_RenderBitmap] DC specified is not valid")},
+      {"stale DC", [&] { return FreeImage_RenderBitmap(bm, 0x7ffffff0u, 0, 0, 0, 0, false); },
+       QStringLiteral("[FreeImage_RenderBitmap] DC specified is not valid")},
+      {"width of nothing", [&] { return FreeImage_GetBitmapWidth(0) != 0; },
+       QStringLiteral("[FreeImage_GetBitmapWidth] No bitmap specified to get the info for")},
+      {"width of a DC", [&] { return FreeImage_GetBitmapWidth(dc) != 0; },
+       QStringLiteral("[FreeImage_GetBitmapWidth] Handle specified is not a valid BITMAP")},
+      {"height of nothing", [&] { return FreeImage_GetBitmapHeight(0) != 0; },
+       QStringLiteral("[FreeImage_GetBitmapHeight] No bitmap specified to get the info for")},
+      {"height of a DC", [&] { return FreeImage_GetBitmapHeight(dc) != 0; },
+       QStringLiteral("[FreeImage_GetBitmapHeight] Handle specified is not a valid BITMAP")},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    SetBridgeError(QStringLiteral("left over"), false);
+    EXPECT_FALSE(c.call());
+    EXPECT_EQ(LastBridgeError(), c.text);
+  }
+  gdi::DeleteDC(dc);
+  gdi::DeleteObject(bm);
+}
+
+TEST_F(Bridge, FirstErrorWinsAndLibraryMessagesReplace) {
+  SetBridgeError(QString(), false);
+  SetBridgeError(QStringLiteral("first"), true);
+  SetBridgeError(QStringLiteral("second"), true);
+  EXPECT_EQ(LastBridgeError(), QStringLiteral("first"));
+  SetBridgeError(QStringLiteral("forced"), false);
+  EXPECT_EQ(LastBridgeError(), QStringLiteral("forced"));
+  OnFreeImageMessage(13, "library says no");
+  EXPECT_EQ(LastBridgeError(), QStringLiteral("library says no"));
+  OnFreeImageMessage(13, nullptr);
+  EXPECT_EQ(LastBridgeError(), QString());
+  // The library's own reports arrive through the registered callback.
+  FreeImage_OutputMessageProc(FIF_PNG, "from the library %d", 7);
+  EXPECT_EQ(LastBridgeError(), QStringLiteral("from the library 7"));
+}
+
+TEST_F(Bridge, WorkDCLifecycle) {
+  gdi::HDC dc = 0;
+  ASSERT_TRUE(CreateWorkDC(dc));
+  EXPECT_EQ(gdi::GetObjectType(dc), gdi::OBJ_MEMDC);
+  gdi::HBITMAP none = 0;
+  EXPECT_TRUE(DestroyWorkDC(dc, none));
+  EXPECT_EQ(dc, 0u);
+
+  // With a previous bitmap: it is selected back and what it displaces is deleted.
+  ASSERT_TRUE(CreateWorkDC(dc));
+  const gdi::HBITMAP mine = iotest::makePatternBitmap(3, 3);
+  gdi::HBITMAP old = gdi::SelectObject(dc, mine);
+  ASSERT_NE(old, 0u);
+  EXPECT_TRUE(DestroyWorkDC(dc, old));
+  EXPECT_EQ(old, 0u);
+  EXPECT_EQ(dc, 0u);
+  EXPECT_EQ(gdi::GetObjectType(mine), 0u);
+
+  gdi::HDC stale = 0x7ffffff0u;
+  EXPECT_FALSE(DestroyWorkDC(stale, none));
+  EXPECT_EQ(stale, 0x7ffffff0u);
+}
+
+}  // namespace

@@ -1,0 +1,466 @@
+// Loading files into a picture box and saving device bitmaps to files:
+// round trips, format detection, load flags, limits and every failure path.
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+
+#include "ImageFixtures.h"
+#include "imageio/ImageLoad.h"
+#include "imageio/ImageSave.h"
+
+using namespace qorv;
+using namespace qorv::imageio;
+
+namespace {
+
+QByteArray readAll(const QString& path) {
+  QFile f(path);
+  return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+bool writeAll(const QString& path, const QByteArray& data) {
+  QFile f(path);
+  return f.open(QIODevice::WriteOnly) && f.write(data) == data.size();
+}
+
+// True when permission bits do not stop this process (running as root).
+bool permissionsIgnored(const QString& dir) {
+  const QString probe = dir + QStringLiteral("/probe");
+  writeAll(probe, "x");
+  QFile::setPermissions(probe, QFileDevice::Permissions());
+  QFile f(probe);
+  const bool opened = f.open(QIODevice::ReadOnly);
+  f.close();
+  QFile::setPermissions(probe, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+  QFile::remove(probe);
+  return opened;
+}
+
+class LoadSave : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    iotest::ensureFreeImage();
+    ASSERT_TRUE(dir.isValid());
+  }
+  void TearDown() override { setFreeImageLoader(nullptr); }
+
+  QString path(const QString& name) const { return dir.filePath(name); }
+
+  // Writes the pattern with FreeImage itself, bypassing the code under test.
+  QString writePattern(const QString& name, FREE_IMAGE_FORMAT fif, int w = 23, int h = 17, int flags = 0) {
+    FIBITMAP* dib = iotest::makePatternDib(w, h);
+    const QString p = path(name);
+    const bool ok = FreeImage_Save(fif, dib, QFile::encodeName(p).constData(), flags);
+    FreeImage_Unload(dib);
+    return ok ? p : QString();
+  }
+
+  IoOutcome load(const QString& p, std::int32_t force = -1, std::int32_t quality = 0) {
+    LoadRequest r;
+    r.path = p;
+    r.forceType = force;
+    r.jpegLoadQuality = quality;
+    return LoadIntoBuffer(r, buffer);
+  }
+
+  QStringList entries() const { return QDir(dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries); }
+
+  QTemporaryDir dir;
+  PictureBox buffer{QStringLiteral("Buffer")};
+};
+
+TEST_F(LoadSave, EverySavableFormatRoundTrips) {
+  struct Case {
+    const char* name;
+    int fif;
+    bool lossless;
+  };
+  const Case cases[] = {
+      {"a.bmp", FIF_BMP, true},       {"a.pbm", FIF_PBM, true},       {"a.pgm", FIF_PGM, true},
+      {"a.ppm", FIF_PPM, true},       {"a.pbmraw", FIF_PBMRAW, true}, {"a.pgmraw", FIF_PGMRAW, true},
+      {"a.ppmraw", FIF_PPMRAW, true}, {"a.png", FIF_PNG, true},       {"a.tif", FIF_TIFF, true},
+      {"a.TIFF", FIF_TIFF, true},     {"a.jpg", FIF_JPEG, false},     {"a.jpeg", FIF_JPEG, false},
+  };
+  const gdi::HBITMAP picture = iotest::makePatternBitmap(37, 21);
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const QString p = path(QString::fromLatin1(c.name));
+    // Quality is the library's flags: best quality without chroma subsampling.
+    const IoOutcome saved = SaveBitmap(picture, p, c.lossless ? 0 : JPEG_QUALITYSUPERB | JPEG_SUBSAMPLING_444);
+    ASSERT_TRUE(saved.ok()) << saved.description.toStdString();
+    EXPECT_EQ(saved.fif, c.fif);
+    const IoOutcome loaded = load(p);
+    ASSERT_TRUE(loaded.ok()) << loaded.description.toStdString();
+    EXPECT_EQ(buffer.ScaleWidth(), 37);
+    EXPECT_EQ(buffer.ScaleHeight(), 21);
+    const auto got = iotest::panePixels(buffer);
+    const auto want = iotest::patternPixels(37, 21);
+    if (c.lossless) {
+      EXPECT_EQ(got, want);
+    } else {
+      // The pattern is deliberately busy, so JPEG blurs it locally; on
+      // average the picture must still be close.
+      EXPECT_LT(iotest::meanChannelDiff(got, want), 10.0);
+    }
+  }
+  gdi::DeleteObject(picture);
+}
+
+TEST_F(LoadSave, FilesWrittenByTheLibraryLoadPixelExact) {
+  const std::pair<const char*, FREE_IMAGE_FORMAT> cases[] = {
+      {"x.bmp", FIF_BMP}, {"x.png", FIF_PNG}, {"x.tif", FIF_TIFF}, {"x.ppm", FIF_PPMRAW}, {"x.tga", FIF_TARGA}};
+  for (const auto& [name, fif] : cases) {
+    SCOPED_TRACE(name);
+    const QString p = writePattern(QString::fromLatin1(name), fif);
+    ASSERT_FALSE(p.isEmpty());
+    const IoOutcome r = load(p);
+    ASSERT_TRUE(r.ok()) << r.description.toStdString();
+    EXPECT_EQ(iotest::panePixels(buffer), iotest::patternPixels(23, 17));
+  }
+}
+
+TEST_F(LoadSave, ContentDecidesBeforeTheExtension) {
+  const QString png = writePattern(QStringLiteral("a.jpg"), FIF_PNG);
+  IoOutcome r = load(png);
+  ASSERT_TRUE(r.ok());
+  EXPECT_EQ(r.fif, FIF_PNG);
+  EXPECT_EQ(iotest::panePixels(buffer), iotest::patternPixels(23, 17));
+  // A forced type is taken unchecked: PNG data read as JPEG fails.
+  r = load(png, FIF_JPEG);
+  EXPECT_EQ(r.code, 170);
+  EXPECT_EQ(r.fif, FIF_JPEG);
+}
+
+TEST_F(LoadSave, JpegQualityReachesTheLibraryOnlyForJpeg) {
+  std::vector<std::pair<int, int>> calls;
+  setFreeImageLoader([&](std::int32_t fif, const char* p, std::int32_t flags) {
+    calls.emplace_back(fif, flags & ~FIF_LOAD_NOPIXELS);
+    return DefaultFreeImageLoad(fif, p, flags);
+  });
+  const QString jpg = writePattern(QStringLiteral("j.jpg"), FIF_JPEG);
+  ASSERT_TRUE(QFile::copy(jpg, path(QStringLiteral("j.jpe"))));
+  ASSERT_TRUE(QFile::copy(jpg, path(QStringLiteral("jpeg-data.png"))));
+  const QString png = writePattern(QStringLiteral("p.png"), FIF_PNG);
+  const QString bmp = writePattern(QStringLiteral("b.bmp"), FIF_BMP);
+
+  struct Case {
+    QString file;
+    int quality;
+    int fif;
+    int flags;
+  };
+  const Case cases[] = {
+      {jpg, 1, FIF_JPEG, 1},
+      {jpg, 2, FIF_JPEG, 2},
+      {jpg, 0, FIF_JPEG, 0},
+      {path(QStringLiteral("j.jpe")), 1, FIF_JPEG, 1},
+      {path(QStringLiteral("jpeg-data.png")), 1, FIF_JPEG, 1},
+      {png, 1, FIF_PNG, 0},
+      {bmp, 2, FIF_BMP, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.file.toStdString() + " quality " + std::to_string(c.quality));
+    calls.clear();
+    ASSERT_TRUE(load(c.file, -1, c.quality).ok());
+    ASSERT_FALSE(calls.empty());
+    for (const auto& [fif, flags] : calls) {
+      EXPECT_EQ(fif, c.fif);
+      EXPECT_EQ(flags, c.flags);
+    }
+  }
+}
+
+TEST_F(LoadSave, BadFilesFailWithTheDocumentedErrors) {
+  const QString loadFailed = QStringLiteral("Error loading file. File may be too large or corrupted.");
+  QByteArray noise(4096, '\0');
+  QRandomGenerator rng(1234);
+  for (char& ch : noise) ch = static_cast<char>(rng.bounded(256));
+  noise[0] = 'Z';  // no accidental signature
+  ASSERT_TRUE(writeAll(path(QStringLiteral("zero.png")), QByteArray()));
+  ASSERT_TRUE(writeAll(path(QStringLiteral("zero.bin")), QByteArray()));
+  for (const char* ext : {"png", "jpg", "bmp", "tif"})
+    ASSERT_TRUE(writeAll(path(QStringLiteral("noise.") + QLatin1String(ext)), noise));
+  ASSERT_TRUE(QDir(dir.path()).mkdir(QStringLiteral("folder.png")));
+
+  struct Case {
+    QString file;
+    int code;
+    QString text;
+  };
+  const Case cases[] = {
+      {path(QStringLiteral("zero.png")), 170, loadFailed},
+      {path(QStringLiteral("zero.bin")), 101, QStringLiteral("File format not supported (bin)")},
+      {path(QStringLiteral("noise.png")), 170, loadFailed},
+      {path(QStringLiteral("noise.jpg")), 170, loadFailed},
+      {path(QStringLiteral("noise.bmp")), 170, loadFailed},
+      {path(QStringLiteral("noise.tif")), 170, loadFailed},
+      {path(QStringLiteral("folder.png")), 170, loadFailed},
+      {path(QStringLiteral("missing.png")), 170, loadFailed},
+      {path(QStringLiteral("missing.xyz")), 101, QStringLiteral("File format not supported (xyz)")},
+      {path(QStringLiteral("missing")), 101, QStringLiteral("File format not supported ()")},
+      {QString(), 101, QStringLiteral("File format not supported ()")},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.file.toStdString());
+    const IoOutcome r = load(c.file);
+    EXPECT_EQ(r.code, c.code);
+    EXPECT_EQ(r.description, c.text);
+    EXPECT_EQ(r.flag, 48);
+  }
+  // Out-of-range forced types never reach the library.
+  EXPECT_EQ(load(path(QStringLiteral("noise.png")), 999).code, 170);
+  EXPECT_EQ(load(path(QStringLiteral("noise.png")), -7).code, 170);
+}
+
+TEST_F(LoadSave, TruncatedFilesOfEverySavableFormatFail) {
+  const std::pair<const char*, FREE_IMAGE_FORMAT> formats[] = {
+      {"t.bmp", FIF_BMP},       {"t.pbm", FIF_PBM},       {"t.pgm", FIF_PGM},     {"t.ppm", FIF_PPM},
+      {"t.pbmraw", FIF_PBMRAW}, {"t.pgmraw", FIF_PGMRAW}, {"t.ppmraw", FIF_PPMRAW}, {"t.jpg", FIF_JPEG},
+      {"t.png", FIF_PNG},       {"t.tif", FIF_TIFF},
+  };
+  for (const auto& [name, fif] : formats) {
+    const QString full = writePattern(QString::fromLatin1(name), fif, 64, 48);
+    ASSERT_FALSE(full.isEmpty()) << name;
+    const QByteArray data = readAll(full);
+    ASSERT_TRUE(load(full).ok()) << name;  // the whole file is fine
+    for (const double keep : {0.1, 0.5, 0.9, 0.995}) {
+      SCOPED_TRACE(std::string(name) + " keeping " + std::to_string(keep));
+      const QString cut = path(QStringLiteral("cut_") + QString::fromLatin1(name));
+      ASSERT_TRUE(writeAll(cut, data.left(static_cast<qsizetype>(data.size() * keep))));
+      EXPECT_EQ(load(cut).code, 170);
+    }
+  }
+}
+
+TEST_F(LoadSave, AFailedLoadLeavesTheBufferAsItWas) {
+  ASSERT_TRUE(load(writePattern(QStringLiteral("good.png"), FIF_PNG)).ok());
+  const auto before = iotest::panePixels(buffer);
+  ASSERT_TRUE(writeAll(path(QStringLiteral("bad.png")), "not a picture"));
+  EXPECT_EQ(load(path(QStringLiteral("bad.png"))).code, 170);
+  EXPECT_EQ(load(path(QStringLiteral("bad.qqq"))).code, 101);
+  EXPECT_EQ(buffer.ScaleWidth(), 23);
+  EXPECT_EQ(iotest::panePixels(buffer), before);
+}
+
+TEST_F(LoadSave, PathsWithSpacesAndNonAsciiCharacters) {
+  for (const QString& name : {QStringLiteral("with space.png"), QStringLiteral("\u00e4\u00f6\u00fc \u65e5\u672c.bmp")}) {
+    SCOPED_TRACE(name.toStdString());
+    const gdi::HBITMAP picture = iotest::makePatternBitmap(5, 4);
+    ASSERT_TRUE(SaveBitmap(picture, path(name)).ok());
+    gdi::DeleteObject(picture);
+    ASSERT_TRUE(QFileInfo::exists(path(name)));
+    ASSERT_TRUE(load(path(name)).ok());
+    EXPECT_EQ(iotest::panePixels(buffer), iotest::patternPixels(5, 4));
+  }
+}
+
+TEST_F(LoadSave, UnreadableFileFails) {
+  if (permissionsIgnored(dir.path())) GTEST_SKIP() << "permission bits do not apply to this user (root)";
+  const QString p = writePattern(QStringLiteral("locked.png"), FIF_PNG);
+  QFile::setPermissions(p, QFileDevice::Permissions());
+  EXPECT_EQ(load(p).code, 170);
+  QFile::setPermissions(p, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+}
+
+TEST_F(LoadSave, PictureLargerThanTheLimitIsRefusedFromItsHeader) {
+  // A PNG header declaring 100000 x 100000 RGB pixels and nothing else.
+  const QString huge = path(QStringLiteral("huge.png"));
+  FIBITMAP* tiny = FreeImage_Allocate(1, 1, 24);
+  ASSERT_TRUE(FreeImage_Save(FIF_PNG, tiny, QFile::encodeName(huge).constData(), 0));
+  FreeImage_Unload(tiny);
+  QByteArray png = readAll(huge);
+  // Width and height are the first two fields of the IHDR chunk at offset 16;
+  // the chunk's CRC is recomputed below.
+  auto put32 = [&](int at, quint32 v) {
+    for (int i = 0; i < 4; ++i) png[at + i] = static_cast<char>((v >> (24 - 8 * i)) & 0xFF);
+  };
+  put32(16, 100000);
+  put32(20, 100000);
+  quint32 crc = 0xFFFFFFFFu;
+  for (int i = 12; i < 29; ++i) {
+    crc ^= static_cast<quint8>(png[i]);
+    for (int k = 0; k < 8; ++k) crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
+  }
+  put32(29, crc ^ 0xFFFFFFFFu);
+  ASSERT_TRUE(writeAll(huge, png));
+
+  std::vector<int> flagsSeen;
+  setFreeImageLoader([&](std::int32_t fif, const char* p, std::int32_t flags) {
+    flagsSeen.push_back(flags);
+    return DefaultFreeImageLoad(fif, p, flags);
+  });
+  const IoOutcome r = load(huge);
+  EXPECT_EQ(r.code, 170);
+  ASSERT_EQ(flagsSeen.size(), 1u);
+  EXPECT_TRUE(flagsSeen[0] & FIF_LOAD_NOPIXELS) << "only the header may be read";
+
+  // The limit is adjustable: a 23 x 17 picture is over a limit of 390 pixels.
+  const QString small = writePattern(QStringLiteral("small.png"), FIF_PNG);
+  LoadRequest req;
+  req.path = small;
+  req.maxPixels = 390;
+  EXPECT_EQ(LoadIntoBuffer(req, buffer).code, 170);
+  req.maxPixels = 391;
+  EXPECT_TRUE(LoadIntoBuffer(req, buffer).ok());
+}
+
+TEST_F(LoadSave, NonStandardSampleTypesLoad) {
+  struct Case {
+    const char* name;
+    FREE_IMAGE_FORMAT fif;
+    FREE_IMAGE_TYPE type;
+    int bpp;
+  };
+  const Case cases[] = {
+      {"rgb16.png", FIF_PNG, FIT_RGB16, 48},  {"rgba16.png", FIF_PNG, FIT_RGBA16, 64},
+      {"grey16.png", FIF_PNG, FIT_UINT16, 16}, {"float.tif", FIF_TIFF, FIT_FLOAT, 32},
+      {"rgbf.tif", FIF_TIFF, FIT_RGBF, 96},    {"rgba.png", FIF_PNG, FIT_BITMAP, 32},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    FIBITMAP* dib = FreeImage_AllocateT(c.type, 8, 4, c.bpp);
+    ASSERT_NE(dib, nullptr);
+    // A horizontal ramp in every sample, alpha (where present) fully transparent.
+    for (unsigned y = 0; y < 4; ++y) {
+      BYTE* row = FreeImage_GetScanLine(dib, y);
+      for (unsigned x = 0; x < 8; ++x) {
+        const double v = x / 7.0;
+        switch (c.type) {
+          case FIT_RGB16: {
+            auto* p = reinterpret_cast<FIRGB16*>(row) + x;
+            p->red = p->green = p->blue = static_cast<WORD>(v * 65535);
+            break;
+          }
+          case FIT_RGBA16: {
+            auto* p = reinterpret_cast<FIRGBA16*>(row) + x;
+            p->red = p->green = p->blue = static_cast<WORD>(v * 65535);
+            p->alpha = 0;
+            break;
+          }
+          case FIT_UINT16: reinterpret_cast<WORD*>(row)[x] = static_cast<WORD>(v * 65535); break;
+          case FIT_FLOAT: reinterpret_cast<float*>(row)[x] = static_cast<float>(v); break;
+          case FIT_RGBF: {
+            auto* p = reinterpret_cast<FIRGBF*>(row) + x;
+            p->red = p->green = p->blue = static_cast<float>(v);
+            break;
+          }
+          default:
+            row[x * 4 + FI_RGBA_RED] = row[x * 4 + FI_RGBA_GREEN] = row[x * 4 + FI_RGBA_BLUE] =
+                static_cast<BYTE>(v * 255);
+            row[x * 4 + FI_RGBA_ALPHA] = 0;
+        }
+      }
+    }
+    const QString p = path(QString::fromLatin1(c.name));
+    ASSERT_TRUE(FreeImage_Save(c.fif, dib, QFile::encodeName(p).constData(), 0));
+    FreeImage_Unload(dib);
+    const IoOutcome r = load(p);
+    ASSERT_TRUE(r.ok()) << r.description.toStdString();
+    const auto px = iotest::panePixels(buffer);
+    ASSERT_EQ(px.size(), 32u);
+    // The ramp survives as a ramp: dark on the left, bright on the right,
+    // grey throughout, colour channels shown whatever the alpha.
+    for (int y = 0; y < 4; ++y) {
+      const std::uint32_t left = px[static_cast<std::size_t>(y * 8)];
+      const std::uint32_t right = px[static_cast<std::size_t>(y * 8 + 7)];
+      EXPECT_LT(left & 0xFF, 40u);
+      EXPECT_GT(right & 0xFF, 200u);
+      EXPECT_EQ((right >> 16) & 0xFF, right & 0xFF);
+    }
+  }
+}
+
+TEST_F(LoadSave, SaveFailuresLeaveNoFileAndKeepTheOldOne) {
+  const gdi::HBITMAP picture = iotest::makePatternBitmap(6, 6);
+  const QByteArray original("ORIGINAL CONTENT");
+  const QString existing = path(QStringLiteral("keep.wbmp"));
+  ASSERT_TRUE(writeAll(existing, original));
+  const QString existingPng = path(QStringLiteral("keep.png"));
+  ASSERT_TRUE(writeAll(existingPng, original));
+
+  struct Case {
+    const char* label;
+    gdi::HBITMAP bitmap;
+    QString target;
+    int fifType;
+    int code;
+    QString text;
+    int flag;
+  };
+  const Case cases[] = {
+      {"format the library cannot write", picture, existing, -1, 900,
+       QStringLiteral("Unable to save picture, unknown error"), 16},
+      {"invalid forced type", picture, existingPng, 999, 900,
+       QStringLiteral("Unable to save picture, unknown error"), 16},
+      {"forced GIF", picture, existingPng, 25, 900, QStringLiteral("Unable to save picture, unknown error"), 16},
+      {"extension not in the map", picture, path(QStringLiteral("a.gif")), -1, 101,
+       QStringLiteral("File format not supported (gif)"), 48},
+      {"no extension", picture, path(QStringLiteral("noext")), -1, 101,
+       QStringLiteral("File format not supported ()"), 48},
+      {"missing directory", picture, path(QStringLiteral("no/such/dir/a.png")), -1, 900,
+       QStringLiteral("Unable to save picture, unknown error"), 16},
+      {"target is a directory", picture, dir.path(), 13, 900,
+       QStringLiteral("Unable to save picture, unknown error"), 16},
+      {"no bitmap", 0, path(QStringLiteral("a.png")), -1, 170,
+       QStringLiteral("Unable to convert bitmap to DIP section"), 48},
+      {"stale bitmap", 0x7ffffff0u, existingPng, -1, 170,
+       QStringLiteral("Unable to convert bitmap to DIP section"), 48},
+  };
+  const QStringList before = entries();
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    const IoOutcome r = SaveBitmap(c.bitmap, c.target, 0, c.fifType);
+    EXPECT_EQ(r.code, c.code);
+    EXPECT_EQ(r.description, c.text);
+    EXPECT_EQ(r.flag, c.flag);
+    EXPECT_EQ(entries(), before) << "a partial or temporary file was left behind";
+    EXPECT_EQ(readAll(existing), original);
+    EXPECT_EQ(readAll(existingPng), original);
+  }
+  gdi::DeleteObject(picture);
+}
+
+TEST_F(LoadSave, SaveIntoAReadOnlyDirectoryFails) {
+  if (permissionsIgnored(dir.path())) GTEST_SKIP() << "permission bits do not apply to this user (root)";
+  const QString sub = path(QStringLiteral("ro"));
+  ASSERT_TRUE(QDir().mkpath(sub));
+  ASSERT_TRUE(writeAll(sub + QStringLiteral("/old.png"), "OLD"));
+  QFile::setPermissions(sub, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+  const gdi::HBITMAP picture = iotest::makePatternBitmap(4, 4);
+  EXPECT_EQ(SaveBitmap(picture, sub + QStringLiteral("/new.png")).code, 900);
+  EXPECT_EQ(SaveBitmap(picture, sub + QStringLiteral("/old.png")).code, 900);
+  gdi::DeleteObject(picture);
+  EXPECT_EQ(QDir(sub).entryList(QDir::Files), QStringList{QStringLiteral("old.png")});
+  EXPECT_EQ(readAll(sub + QStringLiteral("/old.png")), QByteArray("OLD"));
+  QFile::setPermissions(sub, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+}
+
+TEST_F(LoadSave, SaveChoosesFormatAndPassesQuality) {
+  const gdi::HBITMAP picture = iotest::makePatternBitmap(64, 64);
+  // Forced PNG under a .jpg name writes PNG data.
+  const QString p = path(QStringLiteral("forced.jpg"));
+  const IoOutcome r = SaveBitmap(picture, p, 0, FIF_PNG);
+  ASSERT_TRUE(r.ok());
+  EXPECT_EQ(r.fif, FIF_PNG);
+  EXPECT_EQ(FreeImage_GetFileType(QFile::encodeName(p).constData(), 16), FIF_PNG);
+
+  // Quality reaches the library as its save flags.
+  ASSERT_TRUE(SaveBitmap(picture, path(QStringLiteral("q10.jpg")), 10).ok());
+  ASSERT_TRUE(SaveBitmap(picture, path(QStringLiteral("q100.jpg")), 100).ok());
+  EXPECT_LT(QFileInfo(path(QStringLiteral("q10.jpg"))).size(), QFileInfo(path(QStringLiteral("q100.jpg"))).size());
+
+  // An existing file is replaced as a whole.
+  ASSERT_TRUE(writeAll(path(QStringLiteral("over.bmp")), QByteArray(100000, 'x')));
+  ASSERT_TRUE(SaveBitmap(picture, path(QStringLiteral("over.bmp"))).ok());
+  FIBITMAP* back = FreeImage_Load(FIF_BMP, QFile::encodeName(path(QStringLiteral("over.bmp"))).constData(), 0);
+  ASSERT_NE(back, nullptr);
+  EXPECT_EQ(iotest::dibPixels(back), iotest::patternPixels(64, 64));
+  FreeImage_Unload(back);
+  gdi::DeleteObject(picture);
+}
+
+}  // namespace
