@@ -5,11 +5,47 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
+
+#include "processing/Kernel2D.h"
 
 namespace qorv {
 
 class cDIBSection;
+
+// Filter type numbers as the engine stores them (a plain 32-bit value, so that
+// out-of-range numbers can reach the checks and be refused).
+namespace filter {
+inline constexpr std::int32_t _Min = 0;
+inline constexpr std::int32_t eBlur = 1;
+inline constexpr std::int32_t eBlurMore = 2;
+inline constexpr std::int32_t eSoften = 3;
+inline constexpr std::int32_t eSoftenMore = 4;
+inline constexpr std::int32_t eSharpen = 5;
+inline constexpr std::int32_t eSharpenMore = 6;
+inline constexpr std::int32_t eUnSharp = 7;
+inline constexpr std::int32_t eEmboss = 8;
+inline constexpr std::int32_t eMedian = 9;
+inline constexpr std::int32_t eMinimum = 10;
+inline constexpr std::int32_t eMaximum = 11;
+inline constexpr std::int32_t eCount = 12;
+inline constexpr std::int32_t eCustom = 13;
+inline constexpr std::int32_t _Max = 14;
+}  // namespace filter
+
+// Flip orientations (any other number flips nothing).
+namespace flip {
+inline constexpr std::int32_t Horizontal = 0;
+inline constexpr std::int32_t Verticle = 1;
+inline constexpr std::int32_t Hor_And_Vert = 2;
+}  // namespace flip
+
+// Error numbers the engine raises as AutomationError.
+namespace filter_errors {
+inline constexpr std::int32_t SizeMustBeOdd = static_cast<std::int32_t>(0x80040519);
+inline constexpr std::int32_t InvalidValue = static_cast<std::int32_t>(0x8004051A);
+}  // namespace filter_errors
 
 class cImageProcessDIB {
  public:
@@ -23,7 +59,73 @@ class cImageProcessDIB {
   std::function<void(std::int32_t lPosition, const std::string& lDescription)> Progress;
   std::function<void(std::int32_t lTimeMs, const std::string& lDescription)> Complete;
 
-  // (Filters and pixel operations are declared by the processing layer below.)
+  // --- filter settings (raise AutomationError on invalid values) ---------------
+  std::int32_t FilterType() const { return type_; }
+  // Stores the type and, unless it is eCustom, rebuilds kernel and weight.
+  void setFilterType(std::int32_t value);
+  std::int32_t FilterArraySize() const { return size_; }
+  // Odd sizes 1..99; clears the kernel.
+  void setFilterArraySize(std::int32_t value);
+  // Kernel entry at horizontal offset IX and vertical offset iY (each -r..r);
+  // error 9 "Subscript out of range" outside.
+  std::int32_t FilterValue(std::int32_t IX, std::int32_t iY) const;
+  void setFilterValue(std::int32_t IX, std::int32_t iY, std::int32_t value);
+  std::int32_t FilterWeight() const { return weight_; }
+  void setFilterWeight(std::int32_t value) { weight_ = value; }
+  const Kernel2D& Kernel() const { return kernel_; }
+  // Sizes the kernel from the array's first upper bound and copies every
+  // element in; neither the type nor the weight changes.
+  void AddCustomFilter(const Kernel2D& Array2D);
+
+  // Applies the current filter type to cImage, with cBuffer (same size) as
+  // the second surface. False when no filter ran (eCount, empty or mismatched
+  // images).
+  bool ProcessImage(cDIBSection& cImage, cDIBSection& cBuffer);
+  // The two neighbourhood passes, reading src and writing only dst's interior.
+  bool Convolve(const cDIBSection& src, cDIBSection& dst);
+  bool RankFilter(const cDIBSection& src, cDIBSection& dst);
+
+  // --- per-pixel operations ---------------------------------------------------------
+  void Grayscale(cDIBSection& cImage);
+  // Error diffusion of cImageA (turned gray in place) into cImageB.
+  void BlackAndWhite(cDIBSection& cImageA, cDIBSection& cImageB);
+  void AddNoise(cDIBSection& cImage, std::int32_t Percent, bool bRandom);
+  void Fade(cDIBSection& cImage, std::int32_t Amount);
+  // Lightness scaled by (Amount / 100 + 1), through hue-lightness-saturation.
+  void Lighten(cDIBSection& cImage, double Amount);
+  // cImageB = round((A + offsA) * multA + (B + offsB) * multB) per channel,
+  // clamped; offsets are given per channel in blue, green, red order.
+  void AddImages(const cDIBSection& cImageA, cDIBSection& cImageB, float multA, std::int32_t offABlue,
+                 std::int32_t offAGreen, std::int32_t offARed, float multB, std::int32_t offBBlue,
+                 std::int32_t offBGreen, std::int32_t offBRed);
+  // Copy A's pixel into B where it is strictly brighter / darker than B's.
+  void AddLightest(const cDIBSection& cImageA, cDIBSection& cImageB);
+  void AddDarkest(const cDIBSection& cImageA, cDIBSection& cImageB);
+  void Invert(cDIBSection& cImage);
+  void Flip(cDIBSection& cImage, std::int32_t Orientation);
+  // Bilinear resample (height first, as cDIBSection::Resample) with progress.
+  std::unique_ptr<cDIBSection> Resample(const cDIBSection& cImage, std::int32_t lNewHeight,
+                                        std::int32_t lNewWidth);
+
+  // Type names as the convolution reports them ("Blur" ... "Custom").
+  static std::string FilterName(std::int32_t type);
+
+ private:
+  [[noreturn]] static void raise(std::int32_t number, const std::string& description);
+  void rebuildKernel();
+  void notifyInit(std::int32_t max, const std::string& d) {
+    if (InitProgress) InitProgress(max, d);
+  }
+  void notifyProgress(std::int32_t pos, const std::string& d) {
+    if (Progress) Progress(pos, d);
+  }
+  void notifyComplete(std::uint32_t startMs, const std::string& d);
+
+  std::int32_t size_ = 0;
+  std::int32_t half_ = 0;
+  Kernel2D kernel_;
+  std::int32_t weight_ = 0;
+  std::int32_t type_ = 0;
 };
 
 }  // namespace qorv

@@ -1,0 +1,204 @@
+// Square-kernel convolution. Each channel's sum is divided by the weight,
+// truncating toward zero, and clamped to a byte; pixels nearer than the kernel
+// radius to an edge are not written.
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "platform/gdi.h"
+#include "processing/PixelLoops.h"
+#include "processing/cDIBSection.h"
+#include "processing/cImageProcessDIB.h"
+
+#pragma GCC optimize("O3")
+
+namespace qorv {
+
+namespace {
+
+// Below this divisor the reciprocal estimate plus one correction step is
+// exact for every clamped sum (see finishFast).
+constexpr std::int32_t kFastDivisorLimit = 16384;
+
+// Sums in [0, 255 w] divided by w with a float reciprocal: the estimate is at
+// most one below the true quotient (only when that quotient is whole), and
+// the remainder test puts it right. Integers up to 2^24 are exact in float.
+inline void finishFast(const std::int32_t* acc, std::uint8_t* out, std::int32_t n, std::int32_t w) {
+  const float fw = static_cast<float>(w);
+  const float inv = 1.0f / fw;
+  const std::int32_t maxSum = 255 * w;
+  for (std::int32_t k = 0; k < n; ++k) {
+    std::int32_t s = acc[k];
+    s = s < 0 ? 0 : s;
+    s = s > maxSum ? maxSum : s;
+    const float fs = static_cast<float>(s);
+    std::int32_t q = static_cast<std::int32_t>(fs * inv);
+    q += (fs - static_cast<float>(q) * fw) >= fw ? 1 : 0;
+    out[k] = static_cast<std::uint8_t>(q);
+  }
+}
+
+// Exact truncating division for any weight; a weight of 0 leaves every
+// quotient at its starting value, 0.
+template <class Acc>
+void finishExact(const Acc* acc, std::uint8_t* out, std::int32_t n, std::int32_t w) {
+  for (std::int32_t k = 0; k < n; ++k) {
+    const std::int64_t q = w == 0 ? 0 : static_cast<std::int64_t>(acc[k]) / w;
+    out[k] = clampByte(q);
+  }
+}
+
+// Sums for a kernel of fixed radius R over n consecutive bytes: rows[j]
+// points at the first output byte's column in source row y + j - R.
+template <int R>
+[[gnu::always_inline]] inline void sumFixed(const std::uint8_t* const* rows, const std::int32_t* K,
+                                            std::int32_t* acc, std::int32_t n) {
+  constexpr int S = 2 * R + 1;
+  const std::uint8_t* p[S];
+  std::int32_t k[S * S];
+  for (int j = 0; j < S; ++j) p[j] = rows[j] - 3 * R;
+  for (int t = 0; t < S * S; ++t) k[t] = K[t];
+  for (std::int32_t x = 0; x < n; ++x) {
+    std::int32_t s = 0;
+    for (int j = 0; j < S; ++j) {
+      for (int i = 0; i < S; ++i) s += k[j * S + i] * p[j][x + 3 * i];
+    }
+    acc[x] = s;
+  }
+}
+
+void sumR1(const std::uint8_t* const* rows, const std::int32_t* K, std::int32_t* acc, std::int32_t n) {
+  sumFixed<1>(rows, K, acc, n);
+}
+void sumR2(const std::uint8_t* const* rows, const std::int32_t* K, std::int32_t* acc, std::int32_t n) {
+  sumFixed<2>(rows, K, acc, n);
+}
+[[gnu::target("avx2")]] void sumR1Avx2(const std::uint8_t* const* rows, const std::int32_t* K, std::int32_t* acc,
+                                       std::int32_t n) {
+  sumFixed<1>(rows, K, acc, n);
+}
+[[gnu::target("avx2")]] void sumR2Avx2(const std::uint8_t* const* rows, const std::int32_t* K, std::int32_t* acc,
+                                       std::int32_t n) {
+  sumFixed<2>(rows, K, acc, n);
+}
+void finish(const std::int32_t* acc, std::uint8_t* out, std::int32_t n, std::int32_t w) {
+  finishFast(acc, out, n, w);
+}
+[[gnu::target("avx2")]] void finishAvx2(const std::int32_t* acc, std::uint8_t* out, std::int32_t n,
+                                        std::int32_t w) {
+  finishFast(acc, out, n, w);
+}
+
+bool hasAvx2() {
+  static const bool yes = __builtin_cpu_supports("avx2");
+  return yes;
+}
+
+// The kernel laid out row by row (vertical offset outer), with what the
+// fast paths need to know about it.
+struct Plan {
+  std::int32_t r = 0;
+  std::vector<std::int32_t> K;  // (2r+1)^2 entries, index (j+r)*(2r+1) + (i+r)
+  std::int32_t w = 0;
+  bool fastSums = false;   // 32-bit sums cannot overflow and a fixed radius exists
+  bool fastDivide = false; // the float reciprocal path is exact
+};
+
+Plan makePlan(const Kernel2D& kernel, std::int32_t r, std::int32_t weight) {
+  Plan p;
+  p.r = r;
+  p.w = weight;
+  const std::int32_t S = 2 * r + 1;
+  p.K.assign(static_cast<std::size_t>(S) * static_cast<std::size_t>(S), 0);
+  std::int64_t absSum = 0;
+  for (std::int32_t j = -r; j <= r; ++j) {
+    for (std::int32_t i = -r; i <= r; ++i) {
+      // A kernel smaller than its radius (never sized) counts as zeros.
+      const std::int32_t v = kernel.contains(i, j) ? kernel(i, j) : 0;
+      p.K[static_cast<std::size_t>((j + r) * S + (i + r))] = v;
+      absSum += std::abs(static_cast<std::int64_t>(v));
+    }
+  }
+  const bool noOverflow = absSum * 255 <= std::numeric_limits<std::int32_t>::max();
+  p.fastSums = noOverflow && (r == 1 || r == 2);
+  // A negative weight is the same division with the kernel negated.
+  if (p.fastSums && weight < 0 && weight > -kFastDivisorLimit) {
+    for (auto& v : p.K) v = -v;
+    p.w = -weight;
+  }
+  p.fastDivide = p.fastSums && p.w > 0 && p.w < kFastDivisorLimit;
+  return p;
+}
+
+// Rows y0..y1 of the byte columns x0..x1 (+2 for the last pixel's channels).
+void convolveBlock(const Plan& plan, const DibView& src, const DibView& dst, std::int32_t x0, std::int32_t x1,
+                   std::int32_t y0, std::int32_t y1) {
+  const std::int32_t r = plan.r;
+  const std::int32_t S = 2 * r + 1;
+  const std::int32_t n = x1 - x0 + 3;
+  const bool avx2 = hasAvx2();
+  if (plan.fastSums) {
+    std::vector<std::int32_t> acc(static_cast<std::size_t>(n));
+    const std::uint8_t* rows[5];
+    for (std::int32_t y = y0; y <= y1; ++y) {
+      for (std::int32_t j = 0; j < S; ++j) rows[j] = src.row(y + j - r) + x0;
+      if (r == 1) {
+        (avx2 ? sumR1Avx2 : sumR1)(rows, plan.K.data(), acc.data(), n);
+      } else {
+        (avx2 ? sumR2Avx2 : sumR2)(rows, plan.K.data(), acc.data(), n);
+      }
+      std::uint8_t* out = dst.row(y) + x0;
+      if (plan.fastDivide) {
+        (avx2 ? finishAvx2 : finish)(acc.data(), out, n, plan.w);
+      } else {
+        finishExact(acc.data(), out, n, plan.w);
+      }
+    }
+    return;
+  }
+  // Any radius, 64-bit sums: one pass over the row per non-zero entry.
+  std::vector<std::int64_t> acc(static_cast<std::size_t>(n));
+  for (std::int32_t y = y0; y <= y1; ++y) {
+    std::fill(acc.begin(), acc.end(), 0);
+    for (std::int32_t j = -r; j <= r; ++j) {
+      const std::uint8_t* row = src.row(y + j) + x0;
+      for (std::int32_t i = -r; i <= r; ++i) {
+        const std::int64_t kv = plan.K[static_cast<std::size_t>((j + r) * S + (i + r))];
+        if (kv == 0) continue;
+        const std::uint8_t* p = row + 3 * i;
+        for (std::int32_t x = 0; x < n; ++x) acc[static_cast<std::size_t>(x)] += kv * p[x];
+      }
+    }
+    finishExact(acc.data(), dst.row(y) + x0, n, plan.w);
+  }
+}
+
+}  // namespace
+
+bool cImageProcessDIB::Convolve(const cDIBSection& src, cDIBSection& dst) {
+  const DibView s = src.View();
+  const DibView d = dst.View();
+  if (!s.valid() || !d.valid() || !s.sameSize(d)) return false;
+  const std::uint32_t start = gdi::timeGetTime();
+  const std::string desc = FilterName(type_);
+  const std::int32_t r = half_;
+  const std::int32_t first = 3 * r;
+  const std::int32_t last = (s.width - 1) * 3 - 3 * r;
+  notifyInit(last, desc);
+  const Plan plan = makePlan(kernel_, r, weight_);
+  detail::forEachColumnStrip(
+      first, last,
+      [&](std::int32_t x0, std::int32_t x1) {
+        detail::parallelRows(r, s.height - 1 - r, static_cast<std::int64_t>(x1 - x0 + 3) * (2 * r + 1),
+                             [&](std::int32_t y0, std::int32_t y1) { convolveBlock(plan, s, d, x0, x1, y0, y1); });
+      },
+      [&](std::int32_t x) { notifyProgress(x, desc); });
+  notifyComplete(start, desc);
+  return true;
+}
+
+}  // namespace qorv

@@ -1,0 +1,78 @@
+// Flip: mirror left-right (0), top-bottom (1) or both (2); any other
+// orientation leaves the picture alone and reports nothing.
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "platform/gdi.h"
+#include "processing/PixelLoops.h"
+#include "processing/cDIBSection.h"
+#include "processing/cImageProcessDIB.h"
+
+#pragma GCC optimize("O3")
+
+namespace qorv {
+
+namespace {
+
+[[gnu::always_inline]] inline void mirrorRow(std::uint8_t* p, std::int32_t width) {
+  std::uint8_t* l = p;
+  std::uint8_t* r = p + 3 * (width - 1);
+  while (l < r) {
+    const std::uint8_t b = l[0], g = l[1], red = l[2];
+    l[0] = r[0];
+    l[1] = r[1];
+    l[2] = r[2];
+    r[0] = b;
+    r[1] = g;
+    r[2] = red;
+    l += 3;
+    r -= 3;
+  }
+}
+void mirrorRowDefault(std::uint8_t* p, std::int32_t width) { mirrorRow(p, width); }
+[[gnu::target("avx2")]] void mirrorRowAvx2(std::uint8_t* p, std::int32_t width) { mirrorRow(p, width); }
+
+}  // namespace
+
+void cImageProcessDIB::Flip(cDIBSection& cImage, std::int32_t Orientation) {
+  const DibView v = cImage.View();
+  if (!v.valid()) return;
+  const bool horizontal = Orientation == flip::Horizontal || Orientation == flip::Hor_And_Vert;
+  const bool vertical = Orientation == flip::Verticle || Orientation == flip::Hor_And_Vert;
+  if (!horizontal && !vertical) return;
+  static const bool avx2 = __builtin_cpu_supports("avx2");
+  const std::uint32_t start = gdi::timeGetTime();
+  const std::string desc = "Flip";
+  const std::int32_t lastX = v.width * 3 - 3;
+  notifyInit(lastX, desc);
+  const std::int32_t n = v.rowBytes();
+  if (vertical) {
+    // Swap row y with its mirror; pairs are independent of each other.
+    detail::parallelRows(0, v.height / 2 - 1, 2 * static_cast<std::int64_t>(n), [&](std::int32_t y0, std::int32_t y1) {
+      std::vector<std::uint8_t> tmp(static_cast<std::size_t>(n));
+      for (std::int32_t y = y0; y <= y1; ++y) {
+        std::uint8_t* a = v.row(y);
+        std::uint8_t* b = v.row(v.height - 1 - y);
+        std::memcpy(tmp.data(), a, tmp.size());
+        std::memcpy(a, b, tmp.size());
+        std::memcpy(b, tmp.data(), tmp.size());
+        if (horizontal) {
+          (avx2 ? mirrorRowAvx2 : mirrorRowDefault)(a, v.width);
+          (avx2 ? mirrorRowAvx2 : mirrorRowDefault)(b, v.width);
+        }
+      }
+    });
+    if (horizontal && v.height % 2 == 1) (avx2 ? mirrorRowAvx2 : mirrorRowDefault)(v.row(v.height / 2), v.width);
+  } else {
+    detail::parallelRows(0, v.height - 1, n, [&](std::int32_t y0, std::int32_t y1) {
+      for (std::int32_t y = y0; y <= y1; ++y) (avx2 ? mirrorRowAvx2 : mirrorRowDefault)(v.row(y), v.width);
+    });
+  }
+  // Every column changes at once; the per-column reports follow in order.
+  for (std::int32_t x = 0; x <= lastX; x += 3) notifyProgress(x, desc);
+  notifyComplete(start, desc);
+}
+
+}  // namespace qorv

@@ -1,0 +1,250 @@
+// The working image: layout, creation limits, lifecycle, copies in and out,
+// noise, resampling and the clipboard.
+#include <gtest/gtest.h>
+
+#include <QString>
+
+#include "ProcessingTestSupport.h"
+#include "ReferenceFilters.h"
+#include "platform/GdiSurface.h"
+#include "platform/Host.h"
+#include "platform/Random.h"
+
+namespace qorv {
+namespace {
+
+using testing::Bytes;
+
+TEST(DibLayout, BytesPerScanLinePadsToFourBytes) {
+  const std::pair<std::int32_t, std::int32_t> cases[] = {{1, 4}, {2, 8}, {3, 12}, {4, 12}, {5, 16}, {7, 24}, {8, 24}};
+  for (auto [w, stride] : cases) {
+    cDIBSection d;
+    ASSERT_TRUE(d.Create(w, 2));
+    EXPECT_EQ(d.BytesPerScanLine(), stride) << w;
+    EXPECT_EQ(cDIBSection::BytesPerScanLineFor(w), stride);
+    EXPECT_EQ(d.Width(), w);
+    EXPECT_EQ(d.Height(), 2);
+  }
+}
+
+TEST(DibLayout, RowsAreBottomUpBlueGreenRed) {
+  cDIBSection d;
+  ASSERT_TRUE(d.Create(2, 3));
+  testing::fillPixels(d, 0, 0, 0);
+  // Pixel (1, 0) of memory row 0 is the bottom-right pixel of the picture.
+  d.View().at(3, 0) = 10;  // blue
+  d.View().at(5, 0) = 30;  // red
+  gdi::Surface s;
+  ASSERT_TRUE(gdi::BitmapSurface(d.hDib(), s));
+  EXPECT_TRUE(s.bottomUp);
+  EXPECT_EQ(s.bitsPerPixel, 24);
+  EXPECT_EQ(s.row(2)[3], 10);
+  EXPECT_EQ(s.row(2)[5], 30);
+  EXPECT_EQ(gdi::GetObjectType(d.hdc()), gdi::OBJ_MEMDC);
+  EXPECT_EQ(gdi::CurrentBitmap(d.hdc()), d.hDib());
+}
+
+TEST(DibLifecycle, BadSizesFailCleanly) {
+  const std::pair<std::int32_t, std::int32_t> cases[] = {
+      {0, 0}, {0, 5}, {5, 0}, {-1, 4}, {4, -1}, {-7, -7}, {2147483647, 1}, {1, 2147483647}, {100000, 100000}, {65536, 32768}};
+  const std::size_t live = gdi::LiveObjectCount();
+  for (auto [w, h] : cases) {
+    cDIBSection d;
+    EXPECT_FALSE(d.Create(w, h)) << w << "x" << h;
+    EXPECT_TRUE(d.IsEmpty());
+    EXPECT_EQ(d.hdc(), 0u);
+    EXPECT_EQ(d.hDib(), 0u);
+    EXPECT_EQ(d.Width(), 0);
+    EXPECT_EQ(d.Height(), 0);
+  }
+  EXPECT_EQ(gdi::LiveObjectCount(), live);
+}
+
+TEST(DibLifecycle, RecreateAndClearUpReleaseEverything) {
+  const std::size_t live = gdi::LiveObjectCount();
+  {
+    cDIBSection d;
+    d.ClearUp();  // empty: nothing to do
+    ASSERT_TRUE(d.Create(10, 10));
+    ASSERT_TRUE(d.Create(3, 7));  // re-created at another size
+    EXPECT_EQ(d.Width(), 3);
+    EXPECT_GT(gdi::LiveObjectCount(), live);
+    d.ClearUp();
+    d.ClearUp();
+    EXPECT_TRUE(d.IsEmpty());
+    EXPECT_EQ(gdi::LiveObjectCount(), live);
+    ASSERT_TRUE(d.Create(4, 4));
+  }
+  EXPECT_EQ(gdi::LiveObjectCount(), live);
+}
+
+TEST(DibCopies, PictureInAndOutRoundTrips) {
+  const std::size_t live = gdi::LiveObjectCount();
+  cDIBSection src;
+  ASSERT_TRUE(src.Create(7, 5));
+  testing::fillRandom(src, 11);
+  // A device bitmap (32-bit, top-down) as a picture would hold.
+  const gdi::HBITMAP bmp = gdi::CreateCompatibleBitmap(0, 7, 5);
+  const gdi::HDC dc = gdi::CreateCompatibleDC(0);
+  const gdi::HGDIOBJ old = gdi::SelectObject(dc, bmp);
+  src.PaintPicture(dc);
+  gdi::SelectObject(dc, old);
+  {
+    cDIBSection copy;
+    copy.CreateFromPicture(bmp);
+    ASSERT_EQ(copy.Width(), 7);
+    ASSERT_EQ(copy.Height(), 5);
+    for (int y = 0; y < 5; ++y) {
+      for (int x = 0; x < 21; ++x) EXPECT_EQ(copy.View().at(x, y), src.View().at(x, y));
+    }
+  }
+  // Selected into a context of its own, the bitmap still copies in.
+  gdi::SelectObject(dc, bmp);
+  {
+    cDIBSection copy;
+    copy.CreateFromPicture(bmp);
+    ASSERT_EQ(copy.Width(), 7);
+    EXPECT_EQ(copy.View().at(20, 4), src.View().at(20, 4));
+  }
+  gdi::SelectObject(dc, old);
+  gdi::DeleteDC(dc);
+  gdi::DeleteObject(bmp);
+  cDIBSection none;
+  none.CreateFromPicture(0);
+  EXPECT_EQ(none.Width(), 0);
+  none.CreateFromPicture(src.hdc());  // not a bitmap
+  EXPECT_EQ(none.Width(), 0);
+  src.ClearUp();
+  EXPECT_EQ(gdi::LiveObjectCount(), live);
+}
+
+TEST(DibNoise, ColourNoiseKeepsBlueZeroAndPaddingIntact) {
+  for (bool gray : {false, true}) {
+    for (std::int32_t w : {1, 2, 3, 5, 9}) {
+      cDIBSection d;
+      ASSERT_TRUE(d.Create(w, 6));
+      testing::fillPixels(d, 77, 77, 77);
+      d.RandomiseBits(gray);
+      const Bytes b = testing::snapshot(d);
+      EXPECT_TRUE(testing::paddingIntact(b));
+      bool varied = false;
+      for (int y = 0; y < 6; ++y) {
+        for (int x = 0; x < w; ++x) {
+          if (gray) {
+            EXPECT_EQ(b.at(3 * x, y), b.at(3 * x + 1, y));
+            EXPECT_EQ(b.at(3 * x, y), b.at(3 * x + 2, y));
+          } else {
+            EXPECT_EQ(b.at(3 * x, y), 0);
+          }
+          varied = varied || b.at(3 * x + 1, y) != b.at(1, 0);
+        }
+      }
+      if (w >= 3) {
+        EXPECT_TRUE(varied);
+      }
+    }
+  }
+}
+
+TEST(DibNoise, UsesTheGeneratorRoundedToNearest) {
+  std::vector<double> seq = {0.5 / 255, 1.5 / 255, 0.999999, 0.0};
+  std::size_t i = 0;
+  setRandomSource([&] { return seq[i++ % seq.size()]; });
+  cDIBSection d;
+  d.Create(2, 1);
+  d.RandomiseBits(true);
+  setRandomSource({});
+  // 0.5 rounds to 0, 1.5 to 2 (halves to even).
+  EXPECT_EQ(d.View().at(0, 0), 0);
+  EXPECT_EQ(d.View().at(3, 0), 2);
+}
+
+TEST(DibResample, MatchesTheReference) {
+  const std::pair<std::int32_t, std::int32_t> from[] = {{1, 1}, {2, 2}, {1, 6}, {6, 1}, {5, 3}, {9, 7}, {16, 12}};
+  const std::pair<std::int32_t, std::int32_t> to[] = {{1, 1}, {4, 4}, {3, 8}, {7, 2}, {2, 5}, {13, 9}, {31, 1}};
+  for (auto [w, h] : from) {
+    cDIBSection src;
+    ASSERT_TRUE(src.Create(w, h));
+    testing::fillRandom(src, static_cast<std::uint32_t>(w * 10 + h));
+    const Bytes before = testing::snapshot(src);
+    for (auto [nw, nh] : to) {
+      SCOPED_TRACE(std::to_string(w) + "x" + std::to_string(h) + " -> " + std::to_string(nw) + "x" +
+                   std::to_string(nh));
+      auto out = src.Resample(nh, nw);  // height first
+      ASSERT_TRUE(out);
+      ASSERT_EQ(out->Width(), nw);
+      ASSERT_EQ(out->Height(), nh);
+      const Bytes expect = testing::reference::resample(before, nw, nh);
+      const Bytes got = testing::snapshot(*out);
+      for (int y = 0; y < nh; ++y) {
+        for (int x = 0; x < 3 * nw; ++x) ASSERT_EQ(got.at(x, y), expect.at(x, y)) << x << "," << y;
+      }
+    }
+    EXPECT_EQ(testing::snapshot(src), before);  // the source is left as it was
+  }
+}
+
+TEST(DibResample, SameSizeIsAnExactCopy) {
+  cDIBSection src;
+  src.Create(6, 5);
+  testing::fillRandom(src, 3);
+  auto out = src.Resample(5, 6);
+  ASSERT_TRUE(out);
+  for (int y = 0; y < 5; ++y) {
+    for (int x = 0; x < 18; ++x) EXPECT_EQ(out->View().at(x, y), src.View().at(x, y));
+  }
+}
+
+TEST(DibResample, BadSizesGiveNoResult) {
+  cDIBSection src;
+  src.Create(4, 4);
+  const std::size_t live = gdi::LiveObjectCount();
+  for (auto [w, h] : {std::pair{0, 0}, {0, 4}, {4, 0}, {-3, 5}, {5, -3}, {2147483647, 2}, {100000, 100000}}) {
+    EXPECT_EQ(src.Resample(h, w), nullptr) << w << "x" << h;
+  }
+  EXPECT_EQ(gdi::LiveObjectCount(), live);
+}
+
+class RecordingHost : public Host {
+ public:
+  int messageBox(const QString& text, int flags, const QString& title) override {
+    texts.push_back(text);
+    lastFlags = flags;
+    (void)title;
+    return 1;
+  }
+  std::vector<QString> texts;
+  int lastFlags = -1;
+};
+
+TEST(DibClipboard, AsDibShowsItsMessageAndLeavesTheClipboard) {
+  RecordingHost h;
+  setHost(&h);
+  cDIBSection d;
+  d.Create(3, 3);
+  testing::fillPixels(d, 1, 2, 3);
+  EXPECT_FALSE(d.CopyToClipboard(true));
+  setHost(nullptr);
+  ASSERT_EQ(h.texts.size(), 1u);
+  EXPECT_EQ(h.texts[0], QStringLiteral("I don't know how to put a DIB on the clipboard! Copy as bitmap instead!!!"));
+  EXPECT_EQ(h.lastFlags, 0);
+}
+
+TEST(DibClipboard, AsBitmapPutsTheImageThere) {
+  cDIBSection d;
+  d.Create(3, 2);
+  testing::fillPixels(d, 10, 20, 30);
+  ASSERT_TRUE(d.CopyToClipboard(false));
+  ASSERT_TRUE(gdi::OpenClipboard(0));
+  const gdi::HANDLE bmp = gdi::GetClipboardData(gdi::CF_BITMAP);
+  gdi::Surface s;
+  ASSERT_TRUE(gdi::BitmapSurface(bmp, s));
+  EXPECT_EQ(s.width, 3);
+  EXPECT_EQ(s.height, 2);
+  EXPECT_EQ(s.row(0)[0], 10);
+  EXPECT_EQ(s.row(1)[2], 30);
+  gdi::CloseClipboard();
+}
+
+}  // namespace
+}  // namespace qorv

@@ -1,0 +1,178 @@
+// The engine's filter settings: sizes, types, kernels, weights and the errors
+// hosts see when they pass something invalid.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "platform/AutomationError.h"
+#include "processing/cImageProcessDIB.h"
+
+namespace qorv {
+namespace {
+
+constexpr std::int32_t kOddError = static_cast<std::int32_t>(0x80040519);
+constexpr std::int32_t kInvalidError = static_cast<std::int32_t>(0x8004051A);
+
+// Runs f and returns the automation error it raised (number 0 when none).
+template <class F>
+AutomationError caught(F&& f) {
+  try {
+    f();
+  } catch (const AutomationError& e) {
+    return e;
+  }
+  return AutomationError(0, "", "");
+}
+
+TEST(FilterArraySize, AcceptsOddSizesFromOneTo99) {
+  for (std::int32_t n : {1, 3, 5, 9, 11, 99}) {
+    cImageProcessDIB e;
+    e.setFilterArraySize(n);
+    EXPECT_EQ(e.FilterArraySize(), n);
+    const std::int32_t r = n / 2;
+    // A fresh kernel spans -r..r both ways and is all zeros.
+    EXPECT_EQ(e.FilterValue(-r, -r), 0);
+    EXPECT_EQ(e.FilterValue(r, r), 0);
+    EXPECT_EQ(caught([&] { e.FilterValue(r + 1, 0); }).number(), errors::SubscriptOutOfRange);
+  }
+}
+
+TEST(FilterArraySize, RejectsOtherSizesWithTheirOwnMessages) {
+  struct Case {
+    std::int32_t size;
+    std::int32_t number;
+    const char* description;
+  };
+  const Case cases[] = {
+      {0, kOddError, "Size must be an odd number"},
+      {2, kOddError, "Size must be an odd number"},
+      {-4, kOddError, "Size must be an odd number"},
+      {-3, kInvalidError, "Invalid size.  Size should be an odd number from 3 to 9"},
+      {-1, kInvalidError, "Invalid size.  Size should be an odd number from 3 to 9"},
+      {101, kInvalidError, "Invalid size.  Size should be an odd number from 3 to 9"},
+      {100, kOddError, "Size must be an odd number"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.size);
+    cImageProcessDIB e;
+    e.setFilterArraySize(3);
+    e.setFilterValue(1, 1, 42);
+    const AutomationError err = caught([&] { e.setFilterArraySize(c.size); });
+    EXPECT_EQ(err.number(), c.number);
+    EXPECT_EQ(err.description(), c.description);
+    EXPECT_EQ(err.source(), programName() + ".cImageProcess");
+    // Nothing changed.
+    EXPECT_EQ(e.FilterArraySize(), 3);
+    EXPECT_EQ(e.FilterValue(1, 1), 42);
+  }
+}
+
+TEST(FilterType, RejectsNumbersOutsideTheEnumeration) {
+  for (std::int32_t t : {0, 14, -1, 1000}) {
+    SCOPED_TRACE(t);
+    cImageProcessDIB e;
+    e.setFilterType(filter::eSharpen);
+    const AutomationError err = caught([&] { e.setFilterType(t); });
+    EXPECT_EQ(err.number(), kInvalidError);
+    EXPECT_EQ(err.number(), -2147220198);
+    EXPECT_EQ(err.description(), "Invalid filter types.");
+    EXPECT_EQ(err.source(), programName() + ".cImageProcess");
+    EXPECT_EQ(e.FilterType(), filter::eSharpen);
+    EXPECT_EQ(e.FilterWeight(), 7);
+  }
+}
+
+// Every built-in kernel, written out as rows (j = -r first) of entries i = -r..r.
+TEST(FilterType, BuildsTheBuiltInKernels) {
+  struct Case {
+    std::int32_t type;
+    std::int32_t weight;
+    Kernel2D kernel;
+  };
+  const Case cases[] = {
+      {filter::eBlur, 9, Kernel2D{{1, 1, 1}, {1, 1, 1}, {1, 1, 1}}},
+      {filter::eBlurMore, 25, Kernel2D{{1, 1, 1, 1, 1}, {1, 1, 1, 1, 1}, {1, 1, 1, 1, 1}, {1, 1, 1, 1, 1},
+                                       {1, 1, 1, 1, 1}}},
+      {filter::eSoften, 12, Kernel2D{{1, 1, 1}, {1, 4, 1}, {1, 1, 1}}},
+      {filter::eSoftenMore, 44, Kernel2D{{1, 1, 1, 1, 1}, {1, 2, 2, 2, 1}, {1, 2, 12, 2, 1}, {1, 2, 2, 2, 1},
+                                         {1, 1, 1, 1, 1}}},
+      {filter::eSharpen, 7, Kernel2D{{-1, -1, -1}, {-1, 15, -1}, {-1, -1, -1}}},
+      {filter::eSharpenMore, 1, Kernel2D{{0, -1, 0}, {-1, 5, -1}, {0, -1, 0}}},
+      {filter::eEmboss, 1, Kernel2D{{-1, 0, 0}, {0, 0, 0}, {0, 0, 1}}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(cImageProcessDIB::FilterName(c.type));
+    cImageProcessDIB e;
+    e.setFilterWeight(100);
+    e.setFilterType(c.type);
+    EXPECT_EQ(e.FilterType(), c.type);
+    EXPECT_EQ(e.FilterWeight(), c.weight);
+    const std::int32_t r = c.kernel.upper1();
+    EXPECT_EQ(e.FilterArraySize(), 2 * r + 1);
+    for (std::int32_t j = -r; j <= r; ++j) {
+      for (std::int32_t i = -r; i <= r; ++i) EXPECT_EQ(e.FilterValue(i, j), c.kernel(i, j)) << i << "," << j;
+    }
+  }
+}
+
+TEST(FilterType, KernelFreeTypesZeroTheWeightAndKeepTheKernel) {
+  for (std::int32_t t : {filter::eUnSharp, filter::eMedian, filter::eMinimum, filter::eMaximum, filter::eCount}) {
+    SCOPED_TRACE(t);
+    cImageProcessDIB e;
+    e.setFilterType(filter::eSharpen);
+    e.setFilterType(t);
+    EXPECT_EQ(e.FilterWeight(), 0);
+    EXPECT_EQ(e.FilterArraySize(), 3);
+    EXPECT_EQ(e.FilterValue(0, 0), 15);
+  }
+}
+
+TEST(FilterType, CustomKeepsKernelAndWeight) {
+  cImageProcessDIB e;
+  e.AddCustomFilter(Kernel2D{{0, 2, 0}, {2, 3, 2}, {0, 2, 0}});
+  e.setFilterWeight(11);
+  e.setFilterType(filter::eCustom);
+  EXPECT_EQ(e.FilterWeight(), 11);
+  EXPECT_EQ(e.FilterValue(0, 0), 3);
+  EXPECT_EQ(e.FilterValue(0, -1), 2);
+  EXPECT_EQ(e.FilterValue(1, 1), 0);
+}
+
+TEST(AddCustomFilter, SizesFromTheFirstUpperBoundAndLeavesTypeAndWeight) {
+  cImageProcessDIB e;
+  e.setFilterType(filter::eSharpen);
+  Kernel2D k(-2, 2, -2, 2);
+  k(-2, 1) = 7;
+  k(2, -2) = -9;
+  e.AddCustomFilter(k);
+  EXPECT_EQ(e.FilterArraySize(), 5);
+  EXPECT_EQ(e.FilterValue(-2, 1), 7);
+  EXPECT_EQ(e.FilterValue(2, -2), -9);
+  EXPECT_EQ(e.FilterType(), filter::eSharpen);
+  EXPECT_EQ(e.FilterWeight(), 7);
+}
+
+TEST(AddCustomFilter, AsymmetricArraysRunIntoTheBoundsCheck) {
+  cImageProcessDIB e;
+  // First dimension 0..2: sized 5 from its upper bound, fits.
+  e.AddCustomFilter(Kernel2D(0, 2, 0, 2));
+  EXPECT_EQ(e.FilterArraySize(), 5);
+  // Second dimension reaching past the kernel: bounds error during the copy.
+  EXPECT_EQ(caught([&] { e.AddCustomFilter(Kernel2D(-1, 1, -3, 3)); }).number(), errors::SubscriptOutOfRange);
+  // Upper bound -1 asks for size -1.
+  EXPECT_EQ(caught([&] { e.AddCustomFilter(Kernel2D(-3, -1, 0, 0)); }).number(), kInvalidError);
+}
+
+TEST(Kernel2D, RowsAreCentredAndBoundsChecked) {
+  const Kernel2D k{{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
+  EXPECT_EQ(k.lower1(), -1);
+  EXPECT_EQ(k.upper2(), 1);
+  EXPECT_EQ(k(-1, -1), 1);
+  EXPECT_EQ(k(1, -1), 3);
+  EXPECT_EQ(k(-1, 1), 7);
+  EXPECT_THROW(k(2, 0), std::out_of_range);
+  EXPECT_FALSE(Kernel2D(1, 0, 0, 0).contains(0, 0));
+}
+
+}  // namespace
+}  // namespace qorv
