@@ -1,0 +1,350 @@
+// CreateDIBitmap from every supported DIB layout and GetDIBits back into 24 and
+// 32 bits, bottom-up and top-down.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "platform/test_gdi_util.h"
+
+using namespace gdi;
+
+namespace {
+
+struct Layout {
+  std::string name;
+  int bpp;
+  DWORD compression;
+  DWORD masks[3];  // red, green, blue
+  int colours;     // palette entries for the paletted layouts
+  bool topDown;
+};
+
+// Expands an n-bit channel to 8 bits by repeating its high bits.
+std::uint32_t widen(std::uint32_t v, int bits) {
+  switch (bits) {
+    case 5:
+      return (v << 3) | (v >> 2);
+    case 6:
+      return (v << 2) | (v >> 4);
+    case 8:
+      return v;
+    default:
+      ADD_FAILURE() << "unexpected channel width " << bits;
+      return 0;
+  }
+}
+
+int maskBits(DWORD m) {
+  int n = 0;
+  for (; m; m &= m - 1) ++n;
+  return n;
+}
+int maskShift(DWORD m) {
+  int s = 0;
+  while (m && !(m & 1)) {
+    m >>= 1;
+    ++s;
+  }
+  return s;
+}
+
+// DIB data with random content, and the colour every pixel must come out as
+// (top row first).
+struct DibData {
+  std::vector<std::uint8_t> info;  // header + colour table or masks
+  std::vector<std::uint8_t> bits;
+  std::vector<std::uint32_t> expected;
+  int width = 0, height = 0;
+
+  const BITMAPINFO* bmi() const { return reinterpret_cast<const BITMAPINFO*>(info.data()); }
+};
+
+DibData makeDib(const Layout& l, int w, int h, std::mt19937& rng) {
+  DibData d;
+  d.width = w;
+  d.height = h;
+  BITMAPINFOHEADER hdr{};
+  hdr.biSize = sizeof hdr;
+  hdr.biWidth = w;
+  hdr.biHeight = l.topDown ? -h : h;
+  hdr.biPlanes = 1;
+  hdr.biBitCount = static_cast<WORD>(l.bpp);
+  hdr.biCompression = l.compression;
+  hdr.biClrUsed = l.bpp <= 8 && l.colours < (1 << l.bpp) ? static_cast<DWORD>(l.colours) : 0;
+  d.info.resize(sizeof hdr);
+  std::memcpy(d.info.data(), &hdr, sizeof hdr);
+  std::vector<std::uint32_t> palette;
+  if (l.bpp <= 8) {
+    for (int i = 0; i < l.colours; ++i) {
+      const std::uint32_t c = rng() & 0xFFFFFFu;
+      palette.push_back(c);
+      const RGBQUAD q{static_cast<BYTE>(c), static_cast<BYTE>(c >> 8), static_cast<BYTE>(c >> 16), 0};
+      const auto* qb = reinterpret_cast<const std::uint8_t*>(&q);
+      d.info.insert(d.info.end(), qb, qb + 4);
+    }
+  } else if (l.compression == BI_BITFIELDS) {
+    const auto* mb = reinterpret_cast<const std::uint8_t*>(l.masks);
+    d.info.insert(d.info.end(), mb, mb + 12);
+  }
+  const int stride = ((w * l.bpp + 31) / 32) * 4;
+  d.bits.assign(static_cast<std::size_t>(stride) * h, 0);
+  d.expected.assign(static_cast<std::size_t>(w) * h, 0);
+  for (int y = 0; y < h; ++y) {
+    const int memRow = l.topDown ? y : h - 1 - y;
+    std::uint8_t* row = d.bits.data() + static_cast<std::size_t>(memRow) * stride;
+    for (int x = 0; x < w; ++x) {
+      std::uint32_t colour = 0;
+      if (l.bpp <= 8) {
+        const unsigned idx = static_cast<unsigned>(rng() % static_cast<unsigned>(l.colours));
+        colour = palette[idx];
+        const int bitPos = x * l.bpp;
+        row[bitPos / 8] |= static_cast<std::uint8_t>(idx << (8 - l.bpp - bitPos % 8));
+      } else if (l.bpp == 16 || (l.bpp == 32 && l.compression == BI_BITFIELDS)) {
+        const std::uint32_t v = l.bpp == 16 ? rng() & 0xFFFFu : static_cast<std::uint32_t>(rng());
+        for (int c = 0; c < 3; ++c) {
+          const std::uint32_t field = (v & l.masks[c]) >> maskShift(l.masks[c]);
+          colour |= widen(field, maskBits(l.masks[c])) << (16 - 8 * c);
+        }
+        for (int b = 0; b < l.bpp / 8; ++b) row[x * (l.bpp / 8) + b] = static_cast<std::uint8_t>(v >> (8 * b));
+      } else {
+        const std::uint32_t v = static_cast<std::uint32_t>(rng());
+        colour = v & 0xFFFFFFu;
+        for (int b = 0; b < l.bpp / 8; ++b) row[x * (l.bpp / 8) + b] = static_cast<std::uint8_t>(v >> (8 * b));
+      }
+      d.expected[static_cast<std::size_t>(y) * w + x] = colour;
+    }
+  }
+  return d;
+}
+
+const Layout kLayouts[] = {
+    {"1bpp", 1, BI_RGB, {}, 2, false},
+    {"1bpp top-down", 1, BI_RGB, {}, 2, true},
+    {"4bpp", 4, BI_RGB, {}, 16, false},
+    {"4bpp short table", 4, BI_RGB, {}, 5, true},
+    {"8bpp", 8, BI_RGB, {}, 256, false},
+    {"8bpp short table top-down", 8, BI_RGB, {}, 37, true},
+    {"16bpp 5-5-5", 16, BI_RGB, {0x7C00, 0x03E0, 0x001F}, 0, false},
+    {"16bpp 5-5-5 top-down", 16, BI_RGB, {0x7C00, 0x03E0, 0x001F}, 0, true},
+    {"16bpp 5-6-5 bitfields", 16, BI_BITFIELDS, {0xF800, 0x07E0, 0x001F}, 0, false},
+    {"16bpp 5-5-5 bitfields top-down", 16, BI_BITFIELDS, {0x7C00, 0x03E0, 0x001F}, 0, true},
+    {"24bpp", 24, BI_RGB, {}, 0, false},
+    {"24bpp top-down", 24, BI_RGB, {}, 0, true},
+    {"32bpp", 32, BI_RGB, {}, 0, false},
+    {"32bpp top-down", 32, BI_RGB, {}, 0, true},
+    {"32bpp swapped bitfields", 32, BI_BITFIELDS, {0x000000FF, 0x0000FF00, 0x00FF0000}, 0, false},
+};
+
+// Reads rows of a GetDIBits result back as colours, top row first.
+std::vector<std::uint32_t> decodeRows(const std::vector<std::uint8_t>& buf, int w, int rows, int bpp, bool topDown) {
+  const int stride = ((w * bpp + 31) / 32) * 4;
+  std::vector<std::uint32_t> out;
+  for (int y = 0; y < rows; ++y) {
+    const int memRow = topDown ? y : rows - 1 - y;
+    const std::uint8_t* p = buf.data() + static_cast<std::size_t>(memRow) * stride;
+    for (int x = 0; x < w; ++x) {
+      const std::uint8_t* q = p + x * (bpp / 8);
+      out.push_back(q[0] | (q[1] << 8) | (static_cast<std::uint32_t>(q[2]) << 16));
+      if (bpp == 32) {
+        EXPECT_EQ(q[3], 0) << "X byte";
+      }
+    }
+  }
+  return out;
+}
+
+TEST(CreateDIBitmap, EveryLayoutRoundTripsThroughGetDIBits) {
+  std::mt19937 rng(42);
+  HDC screen = GetDC(GetDesktopWindow());
+  ASSERT_NE(screen, 0u);
+  const std::size_t live = LiveObjectCount();
+  for (const Layout& l : kLayouts) {
+    const int w = 13, h = 5;
+    const DibData d = makeDib(l, w, h, rng);
+    const HBITMAP hbm = CreateDIBitmap(screen, &d.bmi()->bmiHeader, CBM_INIT, d.bits.data(), d.bmi(), DIB_RGB_COLORS);
+    ASSERT_NE(hbm, 0u) << l.name;
+    BITMAP bm{};
+    ASSERT_EQ(GetObjectA(hbm, sizeof bm, &bm), 24);
+    EXPECT_EQ(bm.bmWidth, w);
+    EXPECT_EQ(bm.bmHeight, h);
+    EXPECT_EQ(bm.bmBitsPixel, 32);
+    EXPECT_EQ(bm.bmWidthBytes, w * 4);
+    // The device bitmap itself: 32-bit top-down rows.
+    Surface s;
+    ASSERT_TRUE(BitmapSurface(hbm, s));
+    EXPECT_FALSE(s.bottomUp);
+    for (int y = 0; y < h; ++y)
+      for (int x = 0; x < w; ++x) {
+        std::uint32_t v;
+        std::memcpy(&v, s.row(y) + 4 * x, 4);
+        ASSERT_EQ(v & 0xFFFFFFu, d.expected[static_cast<std::size_t>(y) * w + x]) << l.name << " " << x << "," << y;
+      }
+    // Back out in every DIB layout GetDIBits writes.
+    for (int bpp : {24, 32}) {
+      for (bool topDown : {false, true}) {
+        BITMAPINFO bi{};
+        bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+        bi.bmiHeader.biWidth = w;
+        bi.bmiHeader.biHeight = topDown ? -h : h;
+        bi.bmiHeader.biPlanes = 1;
+        bi.bmiHeader.biBitCount = static_cast<WORD>(bpp);
+        std::vector<std::uint8_t> buf(static_cast<std::size_t>(((w * bpp + 31) / 32) * 4) * h, 0xEE);
+        ASSERT_EQ(GetDIBits(screen, hbm, 0, h, buf.data(), &bi, DIB_RGB_COLORS), h) << l.name;
+        EXPECT_EQ(decodeRows(buf, w, h, bpp, topDown), d.expected) << l.name << " into " << bpp << (topDown ? " top-down" : "");
+      }
+    }
+    EXPECT_EQ(DeleteObject(hbm), TRUE);
+  }
+  EXPECT_EQ(LiveObjectCount(), live);
+  ReleaseDC(GetDesktopWindow(), screen);
+}
+
+// A band of rows counted from the bottom, as the classic call numbers them.
+TEST(GetDIBits, BandsAreCountedFromTheBottom) {
+  std::mt19937 rng(7);
+  gditest::Canvas c(6, 8);
+  c.randomise(rng);
+  struct Band {
+    UINT start, lines;
+    int copied;
+  };
+  for (const Band b : {Band{0, 8, 8}, Band{1, 2, 2}, Band{5, 10, 3}, Band{7, 1, 1}}) {
+    for (bool topDown : {false, true}) {
+      BITMAPINFO bi{};
+      bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+      bi.bmiHeader.biWidth = 6;
+      bi.bmiHeader.biHeight = topDown ? -static_cast<LONG>(b.lines) : static_cast<LONG>(b.lines);
+      bi.bmiHeader.biPlanes = 1;
+      bi.bmiHeader.biBitCount = 24;
+      std::vector<std::uint8_t> buf(static_cast<std::size_t>(20) * b.lines, 0);
+      ASSERT_EQ(GetDIBits(0, c.bitmap(), b.start, b.lines, buf.data(), &bi, DIB_RGB_COLORS), b.copied);
+      const auto rows = decodeRows(buf, 6, b.copied, 24, topDown);
+      // Band row 0 (its top) is DIB row start+copied-1, i.e. picture row 8-start-copied.
+      for (int r = 0; r < b.copied; ++r)
+        for (int x = 0; x < 6; ++x)
+          ASSERT_EQ(rows[static_cast<std::size_t>(r) * 6 + x], c.at(x, 8 - static_cast<int>(b.start) - b.copied + r))
+              << "start " << b.start << " row " << r << (topDown ? " top-down" : "");
+    }
+  }
+}
+
+TEST(GetDIBits, HeaderOnlyQueryDescribesTheBitmap) {
+  const HBITMAP hbm = CreateCompatibleBitmap(0, 10, 4);
+  BITMAPINFO bi{};
+  bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+  EXPECT_NE(GetDIBits(0, hbm, 0, 4, nullptr, &bi, DIB_RGB_COLORS), 0);
+  EXPECT_EQ(bi.bmiHeader.biWidth, 10);
+  EXPECT_EQ(bi.bmiHeader.biHeight, 4);
+  EXPECT_EQ(bi.bmiHeader.biBitCount, 32);
+  EXPECT_EQ(bi.bmiHeader.biSizeImage, 160u);
+  DeleteObject(hbm);
+}
+
+TEST(CreateDIBitmap, WithoutInitIsZeroFilled) {
+  BITMAPINFOHEADER h{};
+  h.biSize = sizeof h;
+  h.biWidth = 3;
+  h.biHeight = -2;
+  h.biPlanes = 1;
+  h.biBitCount = 24;
+  const HBITMAP hbm = CreateDIBitmap(0, &h, 0, nullptr, nullptr, DIB_RGB_COLORS);
+  ASSERT_NE(hbm, 0u);
+  Surface s;
+  ASSERT_TRUE(BitmapSurface(hbm, s));
+  EXPECT_EQ(s.width, 3);
+  EXPECT_EQ(s.height, 2);
+  for (int i = 0; i < 24; ++i) EXPECT_EQ(s.rows[i], 0);
+  DeleteObject(hbm);
+}
+
+TEST(CreateDIBitmap, BadInputTable) {
+  std::mt19937 rng(1);
+  const DibData good = makeDib(kLayouts[10], 4, 4, rng);
+  BITMAPINFOHEADER zeroWidth = good.bmi()->bmiHeader;
+  zeroWidth.biWidth = 0;
+  BITMAPINFOHEADER huge = good.bmi()->bmiHeader;
+  huge.biWidth = 100000;
+  huge.biHeight = 100000;
+  DibData badDepth = good;
+  reinterpret_cast<BITMAPINFOHEADER*>(badDepth.info.data())->biBitCount = 12;
+  DibData rle = good;
+  reinterpret_cast<BITMAPINFOHEADER*>(rle.info.data())->biCompression = 1;
+  DibData noMasks = makeDib(kLayouts[8], 4, 4, rng);
+  std::memset(noMasks.info.data() + sizeof(BITMAPINFOHEADER), 0, 12);
+  HDC stale = CreateCompatibleDC(0);
+  DeleteDC(stale);
+  const auto* hdr = &good.bmi()->bmiHeader;
+  struct Case {
+    const char* name;
+    HBITMAP result;
+    DWORD error;
+  };
+  auto run = [&](HDC dc, const BITMAPINFOHEADER* h, DWORD init, const void* bits, const BITMAPINFO* bi, UINT usage) {
+    SetLastError(0);
+    const HBITMAP r = CreateDIBitmap(dc, h, init, bits, bi, usage);
+    return Case{"", r, GetLastError()};
+  };
+  const std::pair<const char*, Case> cases[] = {
+      {"null header", run(0, nullptr, CBM_INIT, good.bits.data(), good.bmi(), 0)},
+      {"init without bits", run(0, hdr, CBM_INIT, nullptr, good.bmi(), 0)},
+      {"init without info", run(0, hdr, CBM_INIT, good.bits.data(), nullptr, 0)},
+      {"palette usage", run(0, hdr, CBM_INIT, good.bits.data(), good.bmi(), 1)},
+      {"zero width", run(0, &zeroWidth, 0, nullptr, nullptr, 0)},
+      {"huge", run(0, &huge, 0, nullptr, nullptr, 0)},
+      {"12 bits", run(0, hdr, CBM_INIT, good.bits.data(), badDepth.bmi(), 0)},
+      {"compressed", run(0, hdr, CBM_INIT, good.bits.data(), rle.bmi(), 0)},
+      {"empty masks", run(0, hdr, CBM_INIT, noMasks.bits.data(), noMasks.bmi(), 0)},
+      {"stale DC", run(stale, hdr, CBM_INIT, good.bits.data(), good.bmi(), 0)},
+  };
+  const DWORD expected[] = {ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER,
+                            ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER, ERROR_NOT_ENOUGH_MEMORY,
+                            ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER,
+                            ERROR_INVALID_HANDLE};
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    EXPECT_EQ(cases[i].second.result, 0u) << cases[i].first;
+    EXPECT_EQ(cases[i].second.error, expected[i]) << cases[i].first;
+  }
+}
+
+TEST(GetDIBits, BadInputTable) {
+  const HBITMAP hbm = CreateCompatibleBitmap(0, 4, 4);
+  HBITMAP stale = CreateCompatibleBitmap(0, 1, 1);
+  DeleteObject(stale);
+  std::vector<std::uint8_t> buf(256);
+  auto info = [](int bpp, LONG height) {
+    BITMAPINFO bi{};
+    bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+    bi.bmiHeader.biWidth = 4;
+    bi.bmiHeader.biHeight = height;
+    bi.bmiHeader.biPlanes = 1;
+    bi.bmiHeader.biBitCount = static_cast<WORD>(bpp);
+    return bi;
+  };
+  struct Case {
+    const char* name;
+    HBITMAP bmp;
+    UINT start, lines;
+    int bpp;
+    bool nullInfo;
+    DWORD error;
+  };
+  const Case cases[] = {
+      {"stale bitmap", stale, 0, 4, 32, false, ERROR_INVALID_HANDLE},
+      {"bitmap 0", 0, 0, 4, 32, false, ERROR_INVALID_HANDLE},
+      {"null info", hbm, 0, 4, 32, true, ERROR_INVALID_PARAMETER},
+      {"8 bits out", hbm, 0, 4, 8, false, ERROR_INVALID_PARAMETER},
+      {"start past the end", hbm, 4, 1, 32, false, ERROR_INVALID_PARAMETER},
+      {"no lines", hbm, 0, 0, 32, false, ERROR_INVALID_PARAMETER},
+  };
+  for (const Case& c : cases) {
+    BITMAPINFO bi = info(c.bpp, 4);
+    SetLastError(0);
+    EXPECT_EQ(GetDIBits(0, c.bmp, c.start, c.lines, buf.data(), c.nullInfo ? nullptr : &bi, DIB_RGB_COLORS), 0)
+        << c.name;
+    EXPECT_EQ(GetLastError(), c.error) << c.name;
+  }
+  DeleteObject(hbm);
+}
+
+}  // namespace

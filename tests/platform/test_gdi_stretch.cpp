@@ -1,0 +1,449 @@
+// StretchBlt and BitBlt pixels against a slow reference written straight from
+// the stretch rules, plus the clipping property and raster operations.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <optional>
+#include <random>
+#include <string>
+
+#include "platform/test_gdi_util.h"
+
+using namespace gdi;
+using gditest::Canvas;
+
+namespace {
+
+using i64 = std::int64_t;
+using u64 = std::uint64_t;
+
+i64 ceilDiv(i64 a, i64 b) { return a >= 0 ? (a + b - 1) / b : -((-a) / b); }
+
+// Source pixels (logical indices) read by logical destination pixel j along one
+// axis, with their weights, found by scanning every source pixel.
+struct AxisRef {
+  std::vector<std::pair<i64, u64>> taps;
+  u64 den = 1;
+};
+
+AxisRef referenceAxis(i64 j, i64 D, i64 S, int mode, bool vertical) {
+  AxisRef a;
+  if (D == S) {
+    a.taps.push_back({j, 1});
+    return a;
+  }
+  if (mode == HALFTONE) {
+    if (D < S) {
+      // Exact area: source k covers [kD, (k+1)D), destination j covers [jS, (j+1)S).
+      a.den = static_cast<u64>(S);
+      for (i64 k = 0; k < S; ++k) {
+        const i64 lo = std::max(k * D, j * S), hi = std::min((k + 1) * D, (j + 1) * S);
+        if (hi > lo) a.taps.push_back({k, static_cast<u64>(hi - lo)});
+      }
+    } else {
+      // Tent around the destination centre, clamped to the outer pixel centres.
+      a.den = static_cast<u64>(2 * D);
+      const i64 centre = std::clamp<i64>((2 * j + 1) * S - D, 0, 2 * D * (S - 1));
+      for (i64 k = 0; k < S; ++k) {
+        const i64 w = 2 * D - std::abs(2 * D * k - centre);
+        if (w > 0) a.taps.push_back({k, static_cast<u64>(w)});
+      }
+    }
+    return a;
+  }
+  if (D > S) {
+    a.taps.push_back({ceilDiv((2 * j + 1) * S, 2 * D) - 1, 1});
+    return a;
+  }
+  std::vector<i64> group;
+  for (i64 k = 0; k < S; ++k)
+    if (ceilDiv((2 * k + 1) * D, 2 * S) - 1 == j) group.push_back(k);
+  if (mode == COLORONCOLOR) {
+    a.taps.push_back({vertical ? group.front() : group.back(), 1});
+  } else {
+    for (i64 k : group) a.taps.push_back({k, 1});
+  }
+  return a;
+}
+
+std::uint32_t ropReference(DWORD rop, std::uint32_t s, std::uint32_t d) {
+  const unsigned code = (rop >> 16) & 0xFF;
+  std::uint32_t out = 0;
+  for (int b = 0; b < 24; ++b) {
+    const unsigned idx = 4u | (((s >> b) & 1u) << 1) | ((d >> b) & 1u);  // pattern bit is 1 (white brush)
+    out |= ((code >> idx) & 1u) << b;
+  }
+  return out;
+}
+
+// The expected destination after a StretchBlt, every pixel computed alone.
+std::vector<std::uint32_t> referenceStretch(const Canvas& dst, const Canvas& src, int xd, int yd, int wd, int hd,
+                                            int xs, int ys, int ws, int hs, int mode, DWORD rop) {
+  std::vector<std::uint32_t> out = dst.pixels();
+  const i64 D[2] = {std::abs(wd), std::abs(hd)}, S[2] = {std::abs(ws), std::abs(hs)};
+  const i64 dOrg[2] = {wd < 0 ? xd + wd + 1 : xd, hd < 0 ? yd + hd + 1 : yd};
+  const i64 sOrg[2] = {ws < 0 ? xs + ws + 1 : xs, hs < 0 ? ys + hs + 1 : ys};
+  const bool mirror[2] = {(wd < 0) != (ws < 0), (hd < 0) != (hs < 0)};
+  const int srcSize[2] = {src.width(), src.height()};
+  for (int Y = 0; Y < dst.height(); ++Y) {
+    for (int X = 0; X < dst.width(); ++X) {
+      const i64 pos[2] = {X, Y};
+      AxisRef axis[2];
+      bool inside = true;
+      for (int a = 0; a < 2 && inside; ++a) {
+        i64 j = pos[a] - dOrg[a];
+        if (j < 0 || j >= D[a]) {
+          inside = false;
+          break;
+        }
+        if (mirror[a]) j = D[a] - 1 - j;
+        axis[a] = referenceAxis(j, D[a], S[a], mode, a == 1);
+        for (auto& t : axis[a].taps) {
+          t.first += sOrg[a];
+          if (t.first < 0 || t.first >= srcSize[a]) inside = false;  // not drawn: source missing
+        }
+      }
+      if (!inside) continue;
+      std::uint32_t value = 0;
+      if (mode == HALFTONE) {
+        const u64 den = axis[0].den * axis[1].den;
+        u64 sum[3] = {0, 0, 0};
+        for (const auto& [ky, wy] : axis[1].taps)
+          for (const auto& [kx, wx] : axis[0].taps) {
+            const std::uint32_t p = src.at(static_cast<int>(kx), static_cast<int>(ky));
+            for (int c = 0; c < 3; ++c) sum[c] += wx * wy * ((p >> (8 * c)) & 0xFF);
+          }
+        for (int c = 0; c < 3; ++c) value |= static_cast<std::uint32_t>((sum[c] + den / 2) / den) << (8 * c);
+      } else {
+        const bool andMode = mode != WHITEONBLACK;
+        value = andMode ? 0xFFFFFFu : 0u;
+        for (const auto& [ky, wy] : axis[1].taps)
+          for (const auto& [kx, wx] : axis[0].taps) {
+            const std::uint32_t p = src.at(static_cast<int>(kx), static_cast<int>(ky));
+            value = andMode ? (value & p) : (value | p);
+          }
+      }
+      std::uint32_t& d = out[static_cast<std::size_t>(Y) * dst.width() + X];
+      d = ropReference(rop, value, d);
+    }
+  }
+  return out;
+}
+
+struct Request {
+  int xd, yd, wd, hd, xs, ys, ws, hs;
+};
+
+std::string describe(const Request& r, int mode) {
+  return "mode " + std::to_string(mode) + " dest (" + std::to_string(r.xd) + "," + std::to_string(r.yd) + " " +
+         std::to_string(r.wd) + "x" + std::to_string(r.hd) + ") src (" + std::to_string(r.xs) + "," +
+         std::to_string(r.ys) + " " + std::to_string(r.ws) + "x" + std::to_string(r.hs) + ")";
+}
+
+int randomExtent(std::mt19937& rng, int maxAbs, bool allowNegative) {
+  std::uniform_int_distribution<int> d(1, maxAbs);
+  int v = d(rng);
+  if (allowNegative && rng() % 5 == 0) v = -v;
+  return v;
+}
+
+// Shapes of the per-axis relation between destination and source lengths.
+enum class Shape { Enlarge, Shrink, Mixed, Equal, OnePixel, Mirrored };
+
+Request randomRequest(std::mt19937& rng, Shape shape, int srcW, int srcH) {
+  Request r{};
+  auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
+  switch (shape) {
+    case Shape::Enlarge:
+      r.ws = pick(1, 9);
+      r.hs = pick(1, 9);
+      r.wd = r.ws + pick(0, 30);
+      r.hd = r.hs + pick(0, 30);
+      break;
+    case Shape::Shrink:
+      r.wd = pick(1, 9);
+      r.hd = pick(1, 9);
+      r.ws = r.wd + pick(0, 30);
+      r.hs = r.hd + pick(0, 30);
+      break;
+    case Shape::Mixed:
+      r.wd = pick(1, 8);
+      r.ws = r.wd + pick(1, 25);
+      r.hs = pick(1, 8);
+      r.hd = r.hs + pick(1, 25);
+      if (rng() % 2) {
+        std::swap(r.wd, r.hd);
+        std::swap(r.ws, r.hs);
+      }
+      break;
+    case Shape::Equal:
+      r.wd = r.ws = pick(1, 30);
+      r.hd = r.hs = pick(1, 30);
+      break;
+    case Shape::OnePixel:
+      r.wd = rng() % 2 ? 1 : pick(1, 30);
+      r.hd = rng() % 2 ? 1 : pick(1, 30);
+      r.ws = rng() % 2 ? 1 : pick(1, 30);
+      r.hs = rng() % 2 ? 1 : pick(1, 30);
+      break;
+    case Shape::Mirrored:
+      r.wd = randomExtent(rng, 30, false);
+      r.hd = randomExtent(rng, 30, false);
+      r.ws = randomExtent(rng, 30, false);
+      r.hs = randomExtent(rng, 30, false);
+      if (rng() % 2) r.wd = -r.wd;
+      if (rng() % 2) r.hd = -r.hd;
+      if (rng() % 2) r.ws = -r.ws;
+      if (rng() % 2) r.hs = -r.hs;
+      break;
+  }
+  r.ws = std::min(std::abs(r.ws), srcW) * (r.ws < 0 ? -1 : 1);
+  r.hs = std::min(std::abs(r.hs), srcH) * (r.hs < 0 ? -1 : 1);
+  // Mostly inside the source; sometimes hanging over its edge.
+  r.xs = r.ws > 0 ? pick(-2, srcW - r.ws + 2) : pick(-r.ws - 3, srcW + 1);
+  r.ys = r.hs > 0 ? pick(-2, srcH - r.hs + 2) : pick(-r.hs - 3, srcH + 1);
+  r.xd = r.wd > 0 ? pick(-5, 10) : pick(std::abs(r.wd) - 6, std::abs(r.wd) + 10);
+  r.yd = r.hd > 0 ? pick(-5, 10) : pick(std::abs(r.hd) - 6, std::abs(r.hd) + 10);
+  return r;
+}
+
+class StretchModes : public ::testing::TestWithParam<int> {};
+
+TEST_P(StretchModes, MatchesReferenceOnRandomShapes) {
+  const int mode = GetParam();
+  std::mt19937 rng(1000 + mode);
+  const Shape shapes[] = {Shape::Enlarge, Shape::Shrink, Shape::Mixed, Shape::Equal, Shape::OnePixel, Shape::Mirrored};
+  const Canvas::Kind kinds[] = {Canvas::Device32, Canvas::Dib24, Canvas::Dib32, Canvas::Dib24TopDown};
+  for (Shape shape : shapes) {
+    for (int iter = 0; iter < 25; ++iter) {
+      const int sw = 1 + static_cast<int>(rng() % 30), sh = 1 + static_cast<int>(rng() % 30);
+      Canvas src(sw, sh, kinds[rng() % 4]);
+      Canvas dst(24 + static_cast<int>(rng() % 20), 24 + static_cast<int>(rng() % 20), kinds[rng() % 4]);
+      src.randomise(rng);
+      dst.randomise(rng);
+      const Request r = randomRequest(rng, shape, sw, sh);
+      const auto expected = referenceStretch(dst, src, r.xd, r.yd, r.wd, r.hd, r.xs, r.ys, r.ws, r.hs, mode, SRCCOPY);
+      ASSERT_EQ(SetStretchBltMode(dst.dc(), mode), BLACKONWHITE);
+      ASSERT_EQ(StretchBlt(dst.dc(), r.xd, r.yd, r.wd, r.hd, src.dc(), r.xs, r.ys, r.ws, r.hs, SRCCOPY), TRUE);
+      ASSERT_EQ(dst.pixels(), expected) << describe(r, mode) << " shape " << static_cast<int>(shape);
+    }
+  }
+}
+
+// Rendering a clipped part gives exactly that part of the unclipped result.
+TEST_P(StretchModes, ClippedBlitEqualsCropOfUnclippedBlit) {
+  const int mode = GetParam();
+  std::mt19937 rng(77 + mode);
+  for (int iter = 0; iter < 60; ++iter) {
+    const int sw = 1 + static_cast<int>(rng() % 25), sh = 1 + static_cast<int>(rng() % 25);
+    Canvas src(sw, sh);
+    src.randomise(rng);
+    const bool stretch = iter % 3 != 0;
+    int wd = stretch ? 1 + static_cast<int>(rng() % 60) : sw;
+    int hd = stretch ? 1 + static_cast<int>(rng() % 60) : sh;
+    const bool flipX = rng() % 4 == 0, flipY = rng() % 4 == 0;
+    // Unclipped: the whole destination rectangle fits in `full`.
+    Canvas full(wd, hd);
+    SetStretchBltMode(full.dc(), mode);
+    const int fx = flipX ? wd - 1 : 0, fy = flipY ? hd - 1 : 0;
+    const int swd = flipX ? -wd : wd, shd = flipY ? -hd : hd;
+    if (stretch)
+      ASSERT_TRUE(StretchBlt(full.dc(), fx, fy, swd, shd, src.dc(), 0, 0, sw, sh, SRCCOPY));
+    else
+      ASSERT_TRUE(BitBlt(full.dc(), 0, 0, wd, hd, src.dc(), 0, 0, SRCCOPY));
+    // Clipped: the same rectangle placed partly outside a small surface.
+    const int cw = 1 + static_cast<int>(rng() % 30), ch = 1 + static_cast<int>(rng() % 30);
+    Canvas part(cw, ch);
+    for (int y = 0; y < ch; ++y)
+      for (int x = 0; x < cw; ++x) part.set(x, y, 0x123456);
+    SetStretchBltMode(part.dc(), mode);
+    const int ox = static_cast<int>(rng() % (wd + cw)) - wd, oy = static_cast<int>(rng() % (hd + ch)) - hd;
+    if (stretch)
+      ASSERT_TRUE(StretchBlt(part.dc(), ox + fx, oy + fy, swd, shd, src.dc(), 0, 0, sw, sh, SRCCOPY));
+    else
+      ASSERT_TRUE(BitBlt(part.dc(), ox, oy, wd, hd, src.dc(), 0, 0, SRCCOPY));
+    for (int y = 0; y < ch; ++y)
+      for (int x = 0; x < cw; ++x) {
+        const int ux = x - ox, uy = y - oy;
+        const bool covered = ux >= 0 && uy >= 0 && ux < wd && uy < hd;
+        ASSERT_EQ(part.at(x, y), covered ? full.at(ux, uy) : 0x123456u)
+            << "iter " << iter << " at " << x << "," << y << " offset " << ox << "," << oy;
+      }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(AllModes, StretchModes,
+                         ::testing::Values(BLACKONWHITE, WHITEONBLACK, COLORONCOLOR, HALFTONE),
+                         [](const auto& p) { return "mode" + std::to_string(p.param); });
+
+TEST(StretchBlt, HugeClippedDestinationMatchesReferenceInTheVisiblePart) {
+  std::mt19937 rng(5);
+  Canvas src(60, 40);
+  src.randomise(rng);
+  for (int mode : {COLORONCOLOR, HALFTONE, BLACKONWHITE}) {
+    Canvas dst(37, 23);
+    for (int y = 0; y < dst.height(); ++y)
+      for (int x = 0; x < dst.width(); ++x) dst.set(x, y, 0xFEDCBA);
+    SetStretchBltMode(dst.dc(), mode);
+    // 1000 % of the source, offset so that the visible part is in the middle.
+    ASSERT_TRUE(StretchBlt(dst.dc(), -211, -107, 600, 400, src.dc(), 0, 0, 60, 40, SRCCOPY));
+    for (int y = 0; y < dst.height(); ++y)
+      for (int x = 0; x < dst.width(); ++x) {
+        ASSERT_NE(dst.at(x, y), 0xFEDCBAu) << "every visible pixel is drawn";
+        // The reference for one pixel: render the request into a 1x1 surface.
+        Canvas one(1, 1);
+        SetStretchBltMode(one.dc(), mode);
+        const auto expected =
+            referenceStretch(one, src, -211 - x, -107 - y, 600, 400, 0, 0, 60, 40, mode, SRCCOPY);
+        ASSERT_EQ(dst.at(x, y), expected[0]) << "mode " << mode << " at " << x << "," << y;
+      }
+  }
+}
+
+TEST(StretchBlt, EqualSizesCopyInEveryMode) {
+  std::mt19937 rng(9);
+  Canvas src(13, 11);
+  src.randomise(rng);
+  for (int mode = BLACKONWHITE; mode <= HALFTONE; ++mode) {
+    Canvas dst(13, 11);
+    SetStretchBltMode(dst.dc(), mode);
+    ASSERT_TRUE(StretchBlt(dst.dc(), 0, 0, 13, 11, src.dc(), 0, 0, 13, 11, SRCCOPY));
+    for (int y = 0; y < 11; ++y)
+      for (int x = 0; x < 13; ++x) ASSERT_EQ(dst.at(x, y), gditest::rgb(src.raw32(x, y))) << mode;
+  }
+}
+
+TEST(StretchBlt, DefaultModeIsBlackOnWhiteAndModesPersist) {
+  Canvas c(2, 2);
+  EXPECT_EQ(GetStretchBltMode(c.dc()), BLACKONWHITE);
+  EXPECT_EQ(SetStretchBltMode(c.dc(), HALFTONE), BLACKONWHITE);
+  EXPECT_EQ(SetStretchBltMode(c.dc(), COLORONCOLOR), HALFTONE);
+  EXPECT_EQ(GetStretchBltMode(c.dc()), COLORONCOLOR);
+}
+
+TEST(StretchBlt, ZeroDestinationDrawsNothing) {
+  Canvas src(4, 4), dst(4, 4);
+  std::mt19937 rng(3);
+  src.randomise(rng);
+  const auto before = dst.pixels();
+  EXPECT_EQ(StretchBlt(dst.dc(), 0, 0, 0, 4, src.dc(), 0, 0, 4, 4, SRCCOPY), TRUE);
+  EXPECT_EQ(BitBlt(dst.dc(), 0, 0, 4, 0, src.dc(), 0, 0, SRCCOPY), TRUE);
+  EXPECT_EQ(dst.pixels(), before);
+}
+
+// Device bitmaps get an X byte of 0 whatever the source held.
+TEST(BitBlt, WritesZeroIntoTheXByte) {
+  Canvas src(5, 5), dst(5, 5);
+  for (int y = 0; y < 5; ++y)
+    for (int x = 0; x < 5; ++x) {
+      src.set(x, y, 0xAB000000u | static_cast<std::uint32_t>(x * 40 + y));
+      dst.set(x, y, 0xFFFFFFFFu);
+    }
+  for (DWORD rop : {SRCCOPY, NOTSRCCOPY, SRCINVERT, WHITENESS}) {
+    ASSERT_TRUE(BitBlt(dst.dc(), 0, 0, 5, 5, src.dc(), 0, 0, rop));
+    for (int y = 0; y < 5; ++y)
+      for (int x = 0; x < 5; ++x) ASSERT_EQ(dst.raw32(x, y) >> 24, 0u) << std::hex << rop;
+  }
+}
+
+TEST(BitBlt, OverlappingCopyWithinOneSurfaceActsOnASnapshot) {
+  std::mt19937 rng(11);
+  for (auto [dx, dy] : std::array<std::pair<int, int>, 4>{{{1, 1}, {-2, 1}, {3, -2}, {-1, -1}}}) {
+    Canvas c(12, 9);
+    c.randomise(rng);
+    const auto before = c.pixels();
+    ASSERT_TRUE(BitBlt(c.dc(), 2 + dx, 2 + dy, 6, 5, c.dc(), 2, 2, SRCCOPY));
+    for (int y = 0; y < 5; ++y)
+      for (int x = 0; x < 6; ++x)
+        ASSERT_EQ(c.at(2 + dx + x, 2 + dy + y), before[static_cast<std::size_t>(2 + y) * 12 + 2 + x]);
+  }
+}
+
+// Raster operations against a per-bit evaluation of their truth tables.
+TEST(BitBlt, RasterOperationsFollowTheirTruthTables) {
+  struct Op {
+    const char* name;
+    DWORD rop;
+  };
+  const Op ops[] = {{"SRCCOPY", SRCCOPY},     {"NOTSRCCOPY", NOTSRCCOPY}, {"SRCAND", SRCAND},
+                    {"SRCPAINT", SRCPAINT},   {"SRCINVERT", SRCINVERT},   {"DSTINVERT", DSTINVERT},
+                    {"BLACKNESS", BLACKNESS}, {"WHITENESS", WHITENESS},   {"MERGEPAINT", 0x00BB0226},
+                    {"SRCERASE", 0x00440328}, {"NOTSRCERASE", 0x001100A6}, {"PATINVERT", 0x005A0049}};
+  std::mt19937 rng(21);
+  for (const Op& op : ops) {
+    for (Canvas::Kind kind : {Canvas::Device32, Canvas::Dib24}) {
+      Canvas src(9, 7), dst(9, 7, kind);
+      src.randomise(rng);
+      dst.randomise(rng);
+      const auto s = src.pixels();
+      const auto d = dst.pixels();
+      ASSERT_TRUE(BitBlt(dst.dc(), 0, 0, 9, 7, src.dc(), 0, 0, op.rop));
+      for (std::size_t i = 0; i < s.size(); ++i)
+        ASSERT_EQ(dst.pixels()[i], ropReference(op.rop, s[i], d[i])) << op.name << " pixel " << i;
+    }
+  }
+}
+
+TEST(BitBlt, OperationsWithoutSourceNeedNoSourceDc) {
+  Canvas dst(3, 3);
+  for (int y = 0; y < 3; ++y)
+    for (int x = 0; x < 3; ++x) dst.set(x, y, 0x00102030);
+  EXPECT_EQ(BitBlt(dst.dc(), 0, 0, 2, 2, 0, 0, 0, DSTINVERT), TRUE);
+  EXPECT_EQ(dst.at(0, 0), 0x00EFDFCFu);
+  EXPECT_EQ(dst.at(2, 2), 0x00102030u);
+  EXPECT_EQ(BitBlt(dst.dc(), -1, -1, 10, 10, 0, 0, 0, BLACKNESS), TRUE);
+  EXPECT_EQ(dst.at(2, 2), 0u);
+  SetLastError(0);
+  EXPECT_EQ(BitBlt(dst.dc(), 0, 0, 2, 2, 0, 0, 0, SRCCOPY), FALSE);
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+}
+
+TEST(StretchBlt, StretchingBetweenFormatsConverts) {
+  // A paletted 8-bit DIB section as source, a 16-bit one as destination.
+  struct {
+    BITMAPINFOHEADER h;
+    RGBQUAD colours[256];
+  } info8{};
+  info8.h.biSize = sizeof(BITMAPINFOHEADER);
+  info8.h.biWidth = 4;
+  info8.h.biHeight = 2;
+  info8.h.biPlanes = 1;
+  info8.h.biBitCount = 8;
+  info8.h.biClrUsed = 3;
+  info8.colours[0] = {0, 0, 0, 0};
+  info8.colours[1] = {255, 0, 0, 0};  // blue
+  info8.colours[2] = {0, 248, 8, 0};
+  void* bits = nullptr;
+  HBITMAP pal = CreateDIBSection(0, reinterpret_cast<BITMAPINFO*>(&info8), DIB_RGB_COLORS, &bits, 0, 0);
+  ASSERT_NE(pal, 0u);
+  auto* b = static_cast<std::uint8_t*>(bits);
+  // Bottom row first: 0 1 2 1 / top row: 2 2 0 1.
+  const std::uint8_t idx[8] = {0, 1, 2, 1, 2, 2, 0, 1};
+  std::memcpy(b, idx, 4);
+  std::memcpy(b + 4, idx + 4, 4);
+  HDC srcDc = CreateCompatibleDC(0);
+  HGDIOBJ old = SelectObject(srcDc, pal);
+  Canvas dst(4, 2);
+  ASSERT_TRUE(BitBlt(dst.dc(), 0, 0, 4, 2, srcDc, 0, 0, SRCCOPY));
+  const std::uint32_t colour[3] = {0x000000, 0x0000FF, 0x08F800};
+  for (int x = 0; x < 4; ++x) {
+    EXPECT_EQ(dst.at(x, 1), colour[idx[x]]);
+    EXPECT_EQ(dst.at(x, 0), colour[idx[4 + x]]);
+  }
+  // And back into the paletted section: nearest colours map to their indices.
+  Canvas back(4, 2);
+  for (int x = 0; x < 4; ++x) {
+    back.set(x, 0, colour[(x + 1) % 3] ^ 0x010101);
+    back.set(x, 1, colour[x % 3]);
+  }
+  ASSERT_TRUE(BitBlt(srcDc, 0, 0, 4, 2, back.dc(), 0, 0, SRCCOPY));
+  for (int x = 0; x < 4; ++x) {
+    EXPECT_EQ(b[4 + x], (x + 1) % 3) << x;  // top row
+    EXPECT_EQ(b[x], x % 3) << x;
+  }
+  SelectObject(srcDc, old);
+  DeleteObject(pal);
+  DeleteDC(srcDc);
+}
+
+}  // namespace

@@ -1,0 +1,93 @@
+// Helpers shared by the gdi tests: DCs with a bitmap selected, pixel access and
+// random content.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "platform/GdiSurface.h"
+
+namespace gditest {
+
+// A memory DC holding a 32-bit device bitmap or a 24/32-bit DIB section.
+class Canvas {
+ public:
+  enum Kind { Device32, Dib24, Dib32, Dib24TopDown };
+
+  Canvas(int w, int h, Kind kind = Device32) : w_(w), h_(h) {
+    dc_ = gdi::CreateCompatibleDC(0);
+    if (kind == Device32) {
+      bmp_ = gdi::CreateCompatibleBitmap(dc_, w, h);
+    } else {
+      gdi::BITMAPINFO bi{};
+      bi.bmiHeader.biSize = sizeof(gdi::BITMAPINFOHEADER);
+      bi.bmiHeader.biWidth = w;
+      bi.bmiHeader.biHeight = kind == Dib24TopDown ? -h : h;
+      bi.bmiHeader.biPlanes = 1;
+      bi.bmiHeader.biBitCount = kind == Dib32 ? 32 : 24;
+      void* bits = nullptr;
+      bmp_ = gdi::CreateDIBSection(dc_, &bi, gdi::DIB_RGB_COLORS, &bits, 0, 0);
+    }
+    old_ = gdi::SelectObject(dc_, bmp_);
+    EXPECT_TRUE(gdi::BitmapSurface(bmp_, s_));
+  }
+  ~Canvas() {
+    gdi::SelectObject(dc_, old_);
+    gdi::DeleteObject(bmp_);
+    gdi::DeleteDC(dc_);
+  }
+  Canvas(const Canvas&) = delete;
+  Canvas& operator=(const Canvas&) = delete;
+
+  gdi::HDC dc() const { return dc_; }
+  gdi::HBITMAP bitmap() const { return bmp_; }
+  int width() const { return w_; }
+  int height() const { return h_; }
+  const gdi::Surface& surface() const { return s_; }
+
+  std::uint32_t at(int x, int y) const {
+    const std::uint8_t* p = s_.row(y) + x * (s_.bitsPerPixel / 8);
+    return p[0] | (p[1] << 8) | (static_cast<std::uint32_t>(p[2]) << 16);
+  }
+  // The whole 32-bit word of a 32-bit surface, X byte included.
+  std::uint32_t raw32(int x, int y) const {
+    std::uint32_t v;
+    std::memcpy(&v, s_.row(y) + x * 4, 4);
+    return v;
+  }
+  void set(int x, int y, std::uint32_t v) {
+    std::uint8_t* p = s_.row(y) + x * (s_.bitsPerPixel / 8);
+    p[0] = static_cast<std::uint8_t>(v);
+    p[1] = static_cast<std::uint8_t>(v >> 8);
+    p[2] = static_cast<std::uint8_t>(v >> 16);
+    if (s_.bitsPerPixel == 32) p[3] = static_cast<std::uint8_t>(v >> 24);
+  }
+  // Random colours; on 32-bit surfaces a random X byte too, which must never matter.
+  void randomise(std::mt19937& rng) {
+    for (int y = 0; y < h_; ++y)
+      for (int x = 0; x < w_; ++x) set(x, y, static_cast<std::uint32_t>(rng()));
+  }
+  std::vector<std::uint32_t> pixels() const {
+    std::vector<std::uint32_t> v;
+    v.reserve(static_cast<std::size_t>(w_) * h_);
+    for (int y = 0; y < h_; ++y)
+      for (int x = 0; x < w_; ++x) v.push_back(at(x, y));
+    return v;
+  }
+
+ private:
+  int w_, h_;
+  gdi::HDC dc_ = 0;
+  gdi::HBITMAP bmp_ = 0;
+  gdi::HGDIOBJ old_ = 0;
+  gdi::Surface s_;
+};
+
+// Colour bits of `v` (0x00RRGGBB).
+inline std::uint32_t rgb(std::uint32_t v) { return v & 0x00FFFFFFu; }
+
+}  // namespace gditest
