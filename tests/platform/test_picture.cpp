@@ -1,0 +1,201 @@
+// Picture objects: conversion to and from images, ownership of the bitmap,
+// and the platform picture loader's formats and failures.
+#include <gtest/gtest.h>
+
+#include <QColor>
+#include <QFile>
+#include <QImage>
+#include <QImageWriter>
+#include <QTemporaryDir>
+
+#include "platform/GdiSurface.h"
+#include "platform/Picture.h"
+
+namespace qorv {
+namespace {
+
+// A deterministic image with distinct channel values everywhere.
+QImage pattern(int w, int h) {
+  QImage img(w, h, QImage::Format_RGB32);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) img.setPixel(x, y, qRgb((x * 37 + y) & 0xFF, (y * 53 + 7 * x) & 0xFF, (x ^ y) * 11 & 0xFF));
+  return img;
+}
+
+// Largest channel difference between two equally sized images (alpha ignored).
+int maxDifference(const QImage& a, const QImage& b) {
+  int worst = 0;
+  for (int y = 0; y < a.height(); ++y)
+    for (int x = 0; x < a.width(); ++x) {
+      const QRgb p = a.pixel(x, y), q = b.pixel(x, y);
+      worst = std::max({worst, std::abs(qRed(p) - qRed(q)), std::abs(qGreen(p) - qGreen(q)), std::abs(qBlue(p) - qBlue(q))});
+    }
+  return worst;
+}
+
+TEST(PictureTest, ImageRoundTripKeepsEveryPixel) {
+  const QImage base = pattern(23, 17);
+  const QImage::Format formats[] = {QImage::Format_RGB32, QImage::Format_ARGB32, QImage::Format_RGB888,
+                                    QImage::Format_ARGB32_Premultiplied, QImage::Format_BGR888};
+  for (QImage::Format f : formats) {
+    const QImage src = base.convertToFormat(f);
+    PicturePtr p = Picture::fromImage(src);
+    ASSERT_TRUE(p) << f;
+    EXPECT_EQ(p->Width(), 23);
+    EXPECT_EQ(p->Height(), 17);
+    EXPECT_EQ(p->Type(), Picture::Bitmap);
+    EXPECT_EQ(gdi::GetObjectType(p->Handle()), gdi::OBJ_BITMAP);
+    const QImage back = p->toImage();
+    ASSERT_EQ(back.format(), QImage::Format_RGB32);
+    ASSERT_EQ(back.size(), base.size());
+    EXPECT_EQ(maxDifference(back, base), 0) << f;
+  }
+}
+
+TEST(PictureTest, PixelsLandInTheDeviceBitmapAsBlueGreenRed) {
+  QImage img(2, 1, QImage::Format_RGB32);
+  img.setPixel(0, 0, qRgb(10, 20, 30));
+  img.setPixel(1, 0, qRgb(200, 100, 50));
+  PicturePtr p = Picture::fromImage(img);
+  ASSERT_TRUE(p);
+  gdi::Surface s;
+  ASSERT_TRUE(gdi::BitmapSurface(p->Handle(), s));
+  ASSERT_EQ(s.bitsPerPixel, 32);
+  const std::uint8_t* r = s.row(0);
+  EXPECT_EQ((std::vector<int>{r[0], r[1], r[2], r[4], r[5], r[6]}), (std::vector<int>{30, 20, 10, 50, 100, 200}));
+}
+
+TEST(PictureTest, NullImageAndNonBitmapHandlesGiveNoPicture) {
+  EXPECT_FALSE(Picture::fromImage(QImage()));
+  EXPECT_FALSE(Picture::fromBitmap(0));
+  const gdi::HDC dc = gdi::CreateCompatibleDC(0);
+  EXPECT_FALSE(Picture::fromBitmap(dc));  // a DC is not a bitmap
+  gdi::DeleteDC(dc);
+  EXPECT_FALSE(Picture::fromBitmap(dc));  // stale
+  EXPECT_FALSE(Picture::fromBitmap(0x7FFFFFF0u));
+  EXPECT_EQ(handleOf(nullptr), 0u);
+}
+
+TEST(PictureTest, OwnsItsBitmapAndDeletesItWithTheLastHolder) {
+  const std::size_t before = gdi::LiveObjectCount();
+  const gdi::HBITMAP hbm = gdi::CreateCompatibleBitmap(0, 5, 4);
+  ASSERT_NE(hbm, 0u);
+  {
+    PicturePtr p = Picture::fromBitmap(hbm, Picture::Icon);
+    ASSERT_TRUE(p);
+    EXPECT_EQ(p->Width(), 5);
+    EXPECT_EQ(p->Height(), 4);
+    EXPECT_EQ(p->Type(), Picture::Icon);
+    PicturePtr shared = p;
+    p.reset();
+    EXPECT_EQ(gdi::GetObjectType(hbm), gdi::OBJ_BITMAP);  // still held
+  }
+  EXPECT_EQ(gdi::GetObjectType(hbm), 0u);
+  EXPECT_EQ(gdi::LiveObjectCount(), before);
+}
+
+TEST(PictureTest, ToImageReadsBottomUpDibSections) {
+  gdi::BITMAPINFO bi{};
+  bi.bmiHeader.biSize = sizeof(gdi::BITMAPINFOHEADER);
+  bi.bmiHeader.biWidth = 3;
+  bi.bmiHeader.biHeight = 2;  // bottom-up
+  bi.bmiHeader.biPlanes = 1;
+  bi.bmiHeader.biBitCount = 24;
+  void* bits = nullptr;
+  const gdi::HBITMAP hbm = gdi::CreateDIBSection(0, &bi, gdi::DIB_RGB_COLORS, &bits, 0, 0);
+  ASSERT_NE(hbm, 0u);
+  auto* b = static_cast<std::uint8_t*>(bits);
+  // First row in memory is the bottom row: make its first pixel pure red.
+  b[0] = 0;
+  b[1] = 0;
+  b[2] = 255;
+  PicturePtr p = Picture::fromBitmap(hbm);
+  ASSERT_TRUE(p);
+  const QImage img = p->toImage();
+  ASSERT_EQ(img.size(), QSize(3, 2));
+  EXPECT_EQ(img.pixel(0, 1) & 0xFFFFFF, 0xFF0000u);
+  EXPECT_EQ(img.pixel(0, 0) & 0xFFFFFF, 0u);
+}
+
+class PictureLoadTest : public ::testing::Test {
+ protected:
+  QString path(const QString& name) const { return dir_.filePath(name); }
+  QString write(const QString& name, const QByteArray& bytes) const {
+    QFile f(path(name));
+    EXPECT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(bytes);
+    return path(name);
+  }
+  QTemporaryDir dir_;
+};
+
+// Smooth content, so that lossy formats stay close to the original.
+QImage smooth(int w, int h) {
+  QImage img(w, h, QImage::Format_RGB32);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) img.setPixel(x, y, qRgb(x * 5, y * 7, 120 + x + y));
+  return img;
+}
+
+TEST_F(PictureLoadTest, ReadsClassicFormatsWrittenByQt) {
+  const QImage src = smooth(40, 30);
+  struct Case {
+    const char* file;
+    const char* format;
+    int tolerance;
+    int type;
+  } cases[] = {{"a.bmp", "bmp", 0, Picture::Bitmap},
+               {"b.jpg", "jpg", 16, Picture::Bitmap},
+               {"c.jpeg", "jpeg", 16, Picture::Bitmap},
+               {"renamed.gif.bmp", "bmp", 0, Picture::Bitmap},
+               {"d.ico", "ico", 0, Picture::Icon}};
+  for (const Case& c : cases) {
+    if (!QImageWriter::supportedImageFormats().contains(c.format)) continue;
+    ASSERT_TRUE(src.save(path(c.file), c.format, 95)) << c.file;
+    QString error = QStringLiteral("stale");
+    PicturePtr p = Picture::load(path(c.file), &error);
+    ASSERT_TRUE(p) << c.file << ": " << error.toStdString();
+    EXPECT_TRUE(error.isEmpty()) << c.file;
+    EXPECT_EQ(p->Type(), c.type) << c.file;
+    const QImage got = p->toImage();
+    ASSERT_EQ(got.size(), src.size()) << c.file;
+    EXPECT_LE(maxDifference(got, src), c.tolerance) << c.file;
+  }
+}
+
+TEST_F(PictureLoadTest, ContentDecidesTheFormatNotTheExtension) {
+  ASSERT_TRUE(pattern(8, 8).save(path("really-a-bitmap.jpg"), "bmp"));
+  PicturePtr p = Picture::load(path("really-a-bitmap.jpg"));
+  ASSERT_TRUE(p);
+  EXPECT_EQ(maxDifference(p->toImage(), pattern(8, 8)), 0);
+}
+
+TEST_F(PictureLoadTest, FailuresGiveNoPictureAndAReason) {
+  ASSERT_TRUE(pattern(8, 8).save(path("modern.png"), "png"));
+  write(QStringLiteral("garbage.bmp"), QByteArray("BM this is not a bitmap at all", 30));
+  write(QStringLiteral("empty.jpg"), QByteArray());
+  write(QStringLiteral("drawing.wmf"), QByteArray(64, '\x01'));
+  write(QStringLiteral("drawing.EMF"), QByteArray(64, '\x01'));
+  struct Case {
+    QString path;
+    const char* mustMention;
+  } cases[] = {{path("missing.bmp"), "not found"},
+               {QString(), "not found"},
+               {dir_.path(), "read"},
+               {path("garbage.bmp"), "Invalid picture"},
+               {path("empty.jpg"), "Invalid picture"},
+               {path("modern.png"), "Invalid picture"},
+               {path("drawing.wmf"), "not supported"},
+               {path("drawing.EMF"), "not supported"}};
+  for (const Case& c : cases) {
+    QString error;
+    PicturePtr p = Picture::load(c.path, &error);
+    EXPECT_FALSE(p) << c.path.toStdString();
+    EXPECT_TRUE(error.contains(QLatin1String(c.mustMention), Qt::CaseInsensitive))
+        << c.path.toStdString() << " -> " << error.toStdString();
+    EXPECT_FALSE(Picture::load(c.path));  // no error sink: still no crash
+  }
+}
+
+}  // namespace
+}  // namespace qorv

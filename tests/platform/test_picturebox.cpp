@@ -1,0 +1,797 @@
+// Picture boxes: the persistent image, its geometry, the classic drawing
+// methods and draw modes, pictures on the pane, and the bound widget's input.
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QDragEnterEvent>
+#include <QGuiApplication>
+#include <QImage>
+#include <QKeyEvent>
+#include <QMimeData>
+#include <QMouseEvent>
+#include <QPalette>
+#include <QWidget>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "platform/AutomationError.h"
+#include "platform/GdiSurface.h"
+#include "platform/PictureBox.h"
+
+namespace qorv {
+namespace {
+
+constexpr COLORREF kRed = RGB(255, 0, 0);
+constexpr COLORREF kGreen = RGB(0, 255, 0);
+constexpr COLORREF kBlue = RGB(0, 0, 255);
+constexpr COLORREF kWhite = RGB(255, 255, 255);
+constexpr COLORREF kBack = RGB(10, 20, 30);
+
+// The colour of a pane pixel as a COLORREF (0x00BBGGRR).
+COLORREF at(const PictureBox& box, int x, int y) {
+  const QRgb p = box.imageView().pixel(x, y);
+  return RGB(qRed(p), qGreen(p), qBlue(p));
+}
+
+// A copy of the pane's pixels without the unused fourth byte.
+std::vector<COLORREF> snapshot(const PictureBox& box) {
+  std::vector<COLORREF> out;
+  const QImage v = box.imageView();
+  for (int y = 0; y < v.height(); ++y)
+    for (int x = 0; x < v.width(); ++x) out.push_back(at(box, x, y));
+  return out;
+}
+
+// A box of w x h pixels without border, cleared to kBack.
+struct Pane {
+  Pane(int w, int h) {
+    box.Move(0, 0, w, h);
+    box.setBackColor(kBack);
+  }
+  PictureBox box;
+};
+
+// Pixel content that differs everywhere, drawn straight into the image.
+void fillNoise(PictureBox& box) {
+  QImage v = box.imageView();
+  for (int y = 0; y < v.height(); ++y)
+    for (int x = 0; x < v.width(); ++x) v.setPixel(x, y, qRgb((x * 47 + y * 3) & 0xFF, (x * 5 + y * 61) & 0xFF, (x * y + 90) & 0xFF));
+}
+
+PicturePtr solidPicture(int w, int h, QRgb colour) {
+  QImage img(w, h, QImage::Format_RGB32);
+  img.fill(colour);
+  return Picture::fromImage(img);
+}
+
+// --- surface and geometry --------------------------------------------------------
+
+TEST(PictureBoxTest, NewBoxHasClassicDefaultsAndAMemoryDC) {
+  PictureBox box(QStringLiteral("picPane"));
+  EXPECT_EQ(box.objectName(), QStringLiteral("picPane"));
+  EXPECT_EQ(box.DrawMode(), 13);
+  EXPECT_EQ(box.DrawStyle(), 0);
+  EXPECT_EQ(box.DrawWidth(), 1);
+  EXPECT_EQ(box.FillStyle(), 1);
+  EXPECT_EQ(box.FillColor(), 0u);
+  EXPECT_EQ(box.BackColor(), vbButtonFace);
+  EXPECT_EQ(box.ForeColor(), vbButtonText);
+  EXPECT_TRUE(box.AutoRedraw());
+  EXPECT_EQ(box.BorderStyle(), 0);
+  EXPECT_TRUE(box.Font());
+  EXPECT_EQ(gdi::GetObjectType(box.hDC()), gdi::OBJ_MEMDC);
+  // No area yet: nothing to show or snapshot, but a DC all the same.
+  EXPECT_EQ(box.ScaleWidth(), 0.0f);
+  EXPECT_TRUE(box.imageView().isNull());
+  EXPECT_FALSE(box.Image());
+  box.Cls();
+  box.Line(0, 0, 10, 10);
+  box.Print(QStringLiteral("nowhere to go"));
+}
+
+TEST(PictureBoxTest, InnerSizeIsOuterSizeLessTheBorder) {
+  struct Case {
+    int border, w, h;
+    float sw, sh;
+  } cases[] = {{0, 100, 50, 100, 50}, {1, 100, 50, 96, 46}, {1, 3, 3, 0, 0}, {0, 0, 0, 0, 0},
+               {0, -5, 10, 0, 10},    {1, 4, 5, 0, 1},      {0, 1, 1, 1, 1}};
+  for (const Case& c : cases) {
+    PictureBox box;
+    box.setBorderStyle(c.border);
+    box.Move(3, 4, c.w, c.h);
+    EXPECT_EQ(box.ScaleWidth(), c.sw) << c.border << " " << c.w;
+    EXPECT_EQ(box.ScaleHeight(), c.sh) << c.border << " " << c.h;
+    EXPECT_EQ(box.Left(), 3);
+    EXPECT_EQ(box.Top(), 4);
+    const QImage v = box.imageView();
+    EXPECT_EQ(v.width(), c.sw > 0 && c.sh > 0 ? static_cast<int>(c.sw) : 0);
+    gdi::BITMAP bm{};
+    ASSERT_EQ(gdi::GetObjectA(gdi::CurrentBitmap(box.hDC()), sizeof bm, &bm), static_cast<int>(sizeof bm));
+    EXPECT_EQ(bm.bmWidth, std::max(1, static_cast<int>(c.sw)));
+    EXPECT_EQ(bm.bmBitsPixel, 32);
+  }
+}
+
+TEST(PictureBoxTest, ResizingKeepsTopLeftContentAndFillsNewAreaWithBackColor) {
+  Pane p(20, 10);
+  p.box.Line(0, 0, 19, 9, kRed, PictureBox::BoxFilled);
+  p.box.PSet(19, 9, kGreen);
+  int resizes = 0;
+  QObject::connect(&p.box, &PictureBox::Resize, [&] { ++resizes; });
+
+  p.box.setWidth(30);
+  p.box.setHeight(15);
+  EXPECT_EQ(resizes, 2);
+  EXPECT_EQ(at(p.box, 0, 0), kRed);
+  EXPECT_EQ(at(p.box, 19, 9), kGreen);
+  EXPECT_EQ(at(p.box, 20, 9), kBack);
+  EXPECT_EQ(at(p.box, 29, 14), kBack);
+  EXPECT_EQ(at(p.box, 5, 10), kBack);
+
+  p.box.Move(0, 0, 5, 5);
+  EXPECT_EQ(at(p.box, 4, 4), kRed);
+  p.box.Move(0, 0, 25, 12);  // what was cut off is gone
+  EXPECT_EQ(at(p.box, 19, 9), kBack);
+  p.box.Move(7, 7, 25, 12);  // moving alone is not a resize
+  EXPECT_EQ(resizes, 4);
+}
+
+TEST(PictureBoxTest, HugeSizeFailsWithAnErrorAndKeepsTheOldSurface) {
+  Pane p(8, 8);
+  p.box.PSet(1, 1, kRed);
+  try {
+    p.box.Move(0, 0, 2000000000, 2000000000);
+    FAIL() << "an impossible surface was allocated";
+  } catch (const AutomationError& e) {
+    EXPECT_EQ(e.number(), 7);
+  }
+  EXPECT_EQ(p.box.ScaleWidth(), 8.0f);
+  EXPECT_EQ(at(p.box, 1, 1), kRed);
+}
+
+TEST(PictureBoxTest, BackColorResolvesSystemColoursAndClears) {
+  Pane p(6, 4);
+  p.box.PSet(2, 2, kRed);
+  const QColor face = QGuiApplication::palette().color(QPalette::Active, QPalette::Button);
+  p.box.setBackColor(vbButtonFace);
+  EXPECT_EQ(p.box.BackColor(), vbButtonFace);
+  EXPECT_EQ(at(p.box, 2, 2), RGB(face.red(), face.green(), face.blue()));
+  p.box.setBackColor(RGB(1, 2, 3));
+  EXPECT_EQ(at(p.box, 5, 3), RGB(1, 2, 3));
+}
+
+// --- pictures on the pane -----------------------------------------------------------
+
+TEST(PictureBoxTest, ClsKeepsTheBackgroundPicture) {
+  Pane p(20, 20);
+  QImage img(8, 6, QImage::Format_RGB32);
+  img.fill(qRgb(0, 0, 255));
+  img.setPixel(7, 5, qRgb(255, 0, 0));
+  p.box.setPicture(Picture::fromImage(img));
+  EXPECT_EQ(at(p.box, 0, 0), kBlue);
+  EXPECT_EQ(at(p.box, 7, 5), kRed);
+  EXPECT_EQ(at(p.box, 8, 5), kBack);
+
+  p.box.Line(0, 0, 19, 19, kGreen, PictureBox::BoxFilled);
+  p.box.setCurrentX(5);
+  p.box.setCurrentY(6);
+  p.box.Cls();
+  EXPECT_EQ(at(p.box, 3, 3), kBlue);
+  EXPECT_EQ(at(p.box, 7, 5), kRed);
+  EXPECT_EQ(at(p.box, 15, 15), kBack);
+  EXPECT_EQ(p.box.CurrentX(), 0.0f);
+  EXPECT_EQ(p.box.CurrentY(), 0.0f);
+
+  p.box.setPicture(nullptr);
+  EXPECT_EQ(at(p.box, 3, 3), kBack);
+}
+
+TEST(PictureBoxTest, AutoSizeTakesThePictureSizePlusBorder) {
+  for (int border : {0, 1}) {
+    PictureBox box;
+    box.setBorderStyle(border);
+    box.Move(0, 0, 5, 5);
+    box.setAutoSize(true);
+    box.setPicture(solidPicture(33, 21, qRgb(9, 9, 9)));
+    EXPECT_EQ(box.ScaleWidth(), 33.0f);
+    EXPECT_EQ(box.ScaleHeight(), 21.0f);
+    EXPECT_EQ(box.Width(), 33 + 4 * border);
+    EXPECT_EQ(at(box, 32, 20), RGB(9, 9, 9));
+  }
+}
+
+TEST(PictureBoxTest, ImageIsAnIndependentSnapshot) {
+  Pane p(12, 9);
+  fillNoise(p.box);
+  const std::vector<COLORREF> before = snapshot(p.box);
+  PicturePtr img = p.box.Image();
+  ASSERT_TRUE(img);
+  EXPECT_EQ(img->Width(), 12);
+  EXPECT_EQ(img->Height(), 9);
+  EXPECT_NE(img->Handle(), gdi::CurrentBitmap(p.box.hDC()));
+  p.box.Cls();
+
+  PictureBox other;
+  other.Move(0, 0, 12, 9);
+  other.setPicture(img);
+  EXPECT_EQ(snapshot(other), before);
+}
+
+TEST(PictureBoxTest, PaintPictureDrawsWholePartsStretchedAndInverted) {
+  QImage src(4, 2, QImage::Format_RGB32);
+  for (int x = 0; x < 4; ++x) {
+    src.setPixel(x, 0, qRgb(x * 60, 0, 0));
+    src.setPixel(x, 1, qRgb(0, x * 60, 0));
+  }
+  PicturePtr pic = Picture::fromImage(src);
+  auto srcAt = [&](int x, int y) { return RGB(qRed(src.pixel(x, y)), qGreen(src.pixel(x, y)), qBlue(src.pixel(x, y))); };
+
+  {  // omitted sizes: the picture's own
+    Pane p(10, 10);
+    p.box.PaintPicture(pic, 3, 4);
+    for (int y = 0; y < 2; ++y)
+      for (int x = 0; x < 4; ++x) EXPECT_EQ(at(p.box, 3 + x, 4 + y), srcAt(x, y));
+    EXPECT_EQ(at(p.box, 7, 4), kBack);
+    EXPECT_EQ(at(p.box, 2, 4), kBack);
+  }
+  {  // doubled: each source pixel becomes a 2x2 block
+    Pane p(10, 10);
+    p.box.PaintPicture(pic, 0, 0, 8.0f, 4.0f);
+    for (int y = 0; y < 4; ++y)
+      for (int x = 0; x < 8; ++x) EXPECT_EQ(at(p.box, x, y), srcAt(x / 2, y / 2)) << x << "," << y;
+  }
+  {  // a part of the source, drawn at its own size
+    Pane p(10, 10);
+    p.box.PaintPicture(pic, 1, 1, 2.0f, 1.0f, 2.0f, 1.0f, 2.0f, 1.0f);
+    EXPECT_EQ(at(p.box, 1, 1), srcAt(2, 1));
+    EXPECT_EQ(at(p.box, 2, 1), srcAt(3, 1));
+    EXPECT_EQ(at(p.box, 3, 1), kBack);
+    EXPECT_EQ(at(p.box, 1, 2), kBack);
+  }
+  {  // a part with omitted destination size: stretched to the picture's size
+    Pane p(10, 10);
+    p.box.PaintPicture(pic, 1, 1, std::nullopt, std::nullopt, 2.0f, 1.0f, 2.0f, 1.0f);
+    for (int y = 1; y <= 2; ++y) {
+      EXPECT_EQ(at(p.box, 1, y), srcAt(2, 1));
+      EXPECT_EQ(at(p.box, 2, y), srcAt(2, 1));
+      EXPECT_EQ(at(p.box, 3, y), srcAt(3, 1));
+      EXPECT_EQ(at(p.box, 4, y), srcAt(3, 1));
+    }
+    EXPECT_EQ(at(p.box, 5, 1), kBack);
+  }
+  {  // a raster operation: inverted source
+    Pane p(10, 10);
+    p.box.PaintPicture(pic, 0, 0, std::nullopt, std::nullopt, std::nullopt, std::nullopt, std::nullopt, std::nullopt,
+                       gdi::NOTSRCCOPY);
+    EXPECT_EQ(at(p.box, 1, 0), srcAt(1, 0) ^ 0xFFFFFFu);
+  }
+}
+
+TEST(PictureBoxTest, PaintPictureWithHugeOrOddSizesStaysSafe) {
+  Pane p(16, 16);
+  PicturePtr pic = solidPicture(3, 3, qRgb(0, 0, 255));
+  const float inf = std::numeric_limits<float>::infinity();
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  struct Case {
+    float x, y, w, h;
+  } cases[] = {{0, 0, 1e9f, 1e9f}, {-1e9f, -1e9f, 2e9f, 2e9f}, {0, 0, 0, 0}, {5, 5, -3, -3}, {nan, nan, nan, nan}, {inf, 0, -inf, 4}};
+  for (const Case& c : cases) p.box.PaintPicture(pic, c.x, c.y, c.w, c.h);
+  // A picture stretched over the whole surface colours all of it.
+  p.box.Cls();
+  p.box.PaintPicture(pic, 0, 0, 1e9f, 1e9f);
+  EXPECT_EQ(at(p.box, 15, 15), kBlue);
+  EXPECT_THROW(p.box.PaintPicture(nullptr, 0, 0), AutomationError);
+}
+
+// --- lines, boxes, points, circles ------------------------------------------------------
+
+TEST(PictureBoxTest, BoxOutlinesWhileFilledBoxCoversTheInterior) {
+  struct Case {
+    PictureBox::LineKind kind;
+    int fillStyle;
+    COLORREF interior;
+  } cases[] = {{PictureBox::Box, 1, kBack}, {PictureBox::Box, 0, kGreen}, {PictureBox::BoxFilled, 1, kRed},
+               {PictureBox::BoxFilled, 0, kRed}};
+  for (const Case& c : cases) {
+    Pane p(12, 10);
+    p.box.setFillStyle(c.fillStyle);
+    p.box.setFillColor(kGreen);
+    p.box.Line(8, 6, 2, 2, kRed, c.kind);  // corners in either order
+    for (int x = 2; x <= 8; ++x) {
+      EXPECT_EQ(at(p.box, x, 2), kRed) << x;
+      EXPECT_EQ(at(p.box, x, 6), kRed) << x;
+    }
+    for (int y = 2; y <= 6; ++y) {
+      EXPECT_EQ(at(p.box, 2, y), kRed) << y;
+      EXPECT_EQ(at(p.box, 8, y), kRed) << y;
+    }
+    for (int y = 3; y <= 5; ++y)
+      for (int x = 3; x <= 7; ++x) EXPECT_EQ(at(p.box, x, y), c.interior) << c.kind << " " << x << "," << y;
+    for (auto [x, y] : {std::pair{1, 4}, {9, 4}, {5, 1}, {5, 7}}) EXPECT_EQ(at(p.box, x, y), kBack) << x << "," << y;
+    EXPECT_EQ(p.box.CurrentX(), 2.0f);
+    EXPECT_EQ(p.box.CurrentY(), 2.0f);
+  }
+}
+
+TEST(PictureBoxTest, LinesUseForeColorUnlessGivenAndEndAtTheSecondPoint) {
+  Pane p(10, 10);
+  p.box.setForeColor(kBlue);
+  p.box.Line(0, 3, 9, 3);
+  for (int x = 0; x <= 9; ++x) EXPECT_EQ(at(p.box, x, 3), kBlue) << x;
+  EXPECT_EQ(at(p.box, 4, 2), kBack);
+  p.box.Line(5, 0, 5, 9, kRed);
+  EXPECT_EQ(at(p.box, 5, 0), kRed);
+  EXPECT_EQ(at(p.box, 5, 9), kRed);
+  EXPECT_EQ(p.box.CurrentX(), 5.0f);
+  EXPECT_EQ(p.box.CurrentY(), 9.0f);
+  p.box.PSet(1.4f, 7.6f, kGreen);  // rounds to the nearest pixel
+  EXPECT_EQ(at(p.box, 1, 8), kGreen);
+  EXPECT_EQ(p.box.CurrentX(), 1.4f);
+}
+
+TEST(PictureBoxTest, DrawStylesAndWidthsShapeTheLine) {
+  auto drawn = [](int style, int width) {
+    Pane p(40, 9);
+    p.box.setDrawStyle(style);
+    p.box.setDrawWidth(width);
+    p.box.Line(0, 4, 39, 4, kRed);
+    int onLine = 0, beside = 0;
+    for (int x = 0; x < 40; ++x) {
+      onLine += at(p.box, x, 4) == kRed ? 1 : 0;
+      beside += at(p.box, x, 5) == kRed ? 1 : 0;
+    }
+    return std::pair{onLine, beside};
+  };
+  struct Case {
+    int style, width;
+    bool full, gaps, thick;
+  } cases[] = {{0, 1, true, false, false}, {1, 1, false, true, false}, {2, 1, false, true, false},
+               {3, 1, false, true, false}, {4, 1, false, true, false}, {5, 1, false, false, false},
+               {6, 1, true, false, false}, {1, 3, true, false, true},  {0, 3, true, false, true},
+               {99, 1, true, false, false}};
+  for (const Case& c : cases) {
+    const auto [onLine, beside] = drawn(c.style, c.width);
+    if (c.full) {
+      EXPECT_GE(onLine, 39) << c.style << "/" << c.width;
+    }
+    if (c.gaps) {
+      EXPECT_GT(onLine, 0) << c.style;
+      EXPECT_LT(onLine, 38) << c.style;
+    }
+    if (c.style == 5) {
+      EXPECT_EQ(onLine, 0);
+    }
+    EXPECT_EQ(beside > 0, c.thick) << c.style << "/" << c.width;
+  }
+}
+
+TEST(PictureBoxTest, HatchedFillsRunInTheirDirection) {
+  auto interior = [](int fillStyle) {
+    Pane p(40, 40);
+    p.box.setFillStyle(fillStyle);
+    p.box.setFillColor(kGreen);
+    p.box.Line(0, 0, 39, 39, kRed, PictureBox::Box);
+    return p.box.imageView().copy(5, 5, 30, 30);
+  };
+  auto uniformRows = [](const QImage& img) {
+    for (int y = 0; y < img.height(); ++y)
+      for (int x = 1; x < img.width(); ++x)
+        if (img.pixel(x, y) != img.pixel(0, y)) return false;
+    return true;
+  };
+  auto mixed = [](const QImage& img) {
+    bool green = false, back = false;
+    for (int y = 0; y < img.height(); ++y)
+      for (int x = 0; x < img.width(); ++x) {
+        green = green || (img.pixel(x, y) & 0xFFFFFF) == 0x00FF00u;
+        back = back || (img.pixel(x, y) & 0xFFFFFF) == 0x0A141Eu;
+      }
+    return green && back;
+  };
+  const QImage horizontal = interior(2);
+  EXPECT_TRUE(mixed(horizontal));
+  EXPECT_TRUE(uniformRows(horizontal));
+  const QImage vertical = interior(3);
+  EXPECT_TRUE(mixed(vertical));
+  EXPECT_FALSE(uniformRows(vertical));
+  EXPECT_TRUE(uniformRows(vertical.transformed(QTransform().rotate(90))));
+  for (int style : {4, 5, 6, 7}) EXPECT_TRUE(mixed(interior(style))) << style;
+  EXPECT_FALSE(mixed(interior(1)));
+}
+
+TEST(PictureBoxTest, CircleIsCentredWithTheGivenRadius) {
+  Pane p(21, 21);
+  p.box.Circle(10, 10, 6, kRed);
+  EXPECT_EQ(at(p.box, 16, 10), kRed);
+  EXPECT_EQ(at(p.box, 4, 10), kRed);
+  EXPECT_EQ(at(p.box, 10, 4), kRed);
+  EXPECT_EQ(at(p.box, 10, 16), kRed);
+  EXPECT_EQ(at(p.box, 10, 10), kBack);  // transparent fill
+  EXPECT_EQ(at(p.box, 18, 10), kBack);
+  p.box.setFillStyle(0);
+  p.box.setFillColor(kBlue);
+  p.box.Circle(10, 10, 6, kRed);
+  EXPECT_EQ(at(p.box, 10, 10), kBlue);
+  EXPECT_EQ(p.box.CurrentX(), 10.0f);
+}
+
+TEST(PictureBoxTest, BadCoordinatesNeverCrash) {
+  Pane p(10, 10);
+  const float inf = std::numeric_limits<float>::infinity();
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const float values[] = {nan, inf, -inf, 3e38f, -3e38f, 1e7f};
+  for (float v : values) {
+    p.box.Line(v, 0, 5, v);
+    p.box.Line(0, v, v, 5, kRed, PictureBox::Box);
+    p.box.Line(v, v, v, v, kRed, PictureBox::BoxFilled);
+    p.box.PSet(v, v);
+    p.box.Circle(5, 5, v);
+    p.box.Circle(v, v, 3);
+    p.box.setCurrentX(v);
+    p.box.Print(QStringLiteral("x"));
+  }
+  for (int mode : {0, -1, 17, 1000}) {
+    p.box.setDrawMode(mode);
+    p.box.setDrawWidth(mode);
+    p.box.setFillStyle(mode);
+    p.box.Line(0, 0, 9, 9, kRed, PictureBox::Box);
+  }
+  SUCCEED();
+}
+
+// --- draw modes ---------------------------------------------------------------------------
+
+// The classic binary raster operation `mode` (1..16) of pen and destination,
+// straight from its truth table: bit (P<<1 | D) of (mode - 1) gives the result.
+COLORREF referenceRop2(int mode, COLORREF pen, COLORREF dst) {
+  const unsigned table = static_cast<unsigned>(mode - 1);
+  COLORREF out = 0;
+  for (int bit = 0; bit < 24; ++bit) {
+    const unsigned pb = (pen >> bit) & 1u, db = (dst >> bit) & 1u;
+    out |= static_cast<COLORREF>((table >> (pb << 1 | db)) & 1u) << bit;
+  }
+  return out;
+}
+
+TEST(PictureBoxTest, EveryDrawModeFollowsItsTruthTable) {
+  const COLORREF pens[] = {RGB(0xF0, 0x0F, 0x55), RGB(0, 0, 0), RGB(255, 255, 255)};
+  const COLORREF dsts[] = {RGB(0xCC, 0x33, 0xA5), RGB(0x12, 0x34, 0x56)};
+  for (int mode = 1; mode <= 16; ++mode)
+    for (COLORREF pen : pens)
+      for (COLORREF dst : dsts) {
+        Pane p(5, 5);
+        p.box.setBackColor(dst);
+        p.box.setDrawMode(mode);
+        p.box.PSet(2, 2, pen);
+        p.box.Line(0, 4, 4, 4, pen);
+        const COLORREF want = referenceRop2(mode, pen, dst);
+        EXPECT_EQ(at(p.box, 2, 2), want) << "mode " << mode << std::hex << " pen " << pen << " dst " << dst;
+        EXPECT_EQ(at(p.box, 3, 4), want) << "mode " << mode;
+        EXPECT_EQ(at(p.box, 0, 0), dst) << "mode " << mode;
+      }
+}
+
+TEST(PictureBoxTest, XorPenDrawnTwiceRestoresThePixels) {
+  using Figure = void (*)(PictureBox&);
+  const Figure figures[] = {
+      [](PictureBox& b) { b.Line(1, 2, 28, 17, kRed); },
+      [](PictureBox& b) { b.Line(3, 3, 20, 15, kGreen, PictureBox::Box); },
+      [](PictureBox& b) { b.Line(3, 3, 20, 15, kBlue, PictureBox::BoxFilled); },
+      [](PictureBox& b) { b.Circle(15, 10, 7, kWhite); },
+      [](PictureBox& b) { b.PSet(4, 4, kRed); },
+  };
+  for (int mode : {7, 6}) {
+    for (Figure f : figures) {
+      Pane p(30, 20);
+      fillNoise(p.box);
+      const std::vector<COLORREF> before = snapshot(p.box);
+      p.box.setDrawMode(mode);
+      f(p.box);
+      EXPECT_NE(snapshot(p.box), before) << "mode " << mode;
+      f(p.box);
+      EXPECT_EQ(snapshot(p.box), before) << "mode " << mode;
+    }
+  }
+}
+
+// --- text -------------------------------------------------------------------------------------
+
+TEST(PictureBoxTest, PrintDrawsAtThePrintPositionAndMovesToTheNextLine) {
+  Pane p(200, 80);
+  p.box.setForeColor(kWhite);
+  p.box.setCurrentX(30);
+  p.box.setCurrentY(5);
+  const float lineHeight = p.box.TextHeight(QStringLiteral("Hg"));
+  ASSERT_GT(lineHeight, 4.0f);
+  p.box.Print(QStringLiteral("HHHH"));
+  EXPECT_EQ(p.box.CurrentX(), 0.0f);
+  EXPECT_FLOAT_EQ(p.box.CurrentY(), 5 + lineHeight);
+
+  // Text lies right of and below the print position, within one line.
+  int inked = 0;
+  for (int y = 0; y < 80; ++y)
+    for (int x = 0; x < 200; ++x)
+      if (at(p.box, x, y) == kWhite) {
+        ++inked;
+        EXPECT_GE(x, 30);
+        EXPECT_GE(y, 5);
+        EXPECT_LT(y, 5 + lineHeight);
+      }
+  EXPECT_GT(inked, 10);
+
+  // The second line starts at the left edge, below the first.
+  p.box.Print(QStringLiteral("HHHH"));
+  bool secondLine = false;
+  for (int y = static_cast<int>(5 + lineHeight); y < 80; ++y)
+    for (int x = 0; x < 30; ++x) secondLine = secondLine || at(p.box, x, y) == kWhite;
+  EXPECT_TRUE(secondLine);
+  EXPECT_FLOAT_EQ(p.box.CurrentY(), 5 + 2 * lineHeight);
+}
+
+TEST(PictureBoxTest, TextMetricsGrowWithTextAndFont) {
+  PictureBox box;
+  box.setFont(Font::create(QFont(QStringLiteral("DejaVu Sans"), 10)));
+  const QString texts[] = {QString(), QStringLiteral("i"), QStringLiteral("iW"), QStringLiteral("iWW"),
+                           QStringLiteral("iWW and more")};
+  float previous = -1;
+  for (const QString& t : texts) {
+    const float w = box.TextWidth(t);
+    EXPECT_GT(w, previous) << t.toStdString();
+    previous = w;
+  }
+  EXPECT_EQ(box.TextWidth(QString()), 0.0f);
+  const float one = box.TextHeight(QStringLiteral("x"));
+  EXPECT_FLOAT_EQ(box.TextHeight(QStringLiteral("x\ny")), 2 * one);
+  EXPECT_FLOAT_EQ(box.TextWidth(QStringLiteral("ab\nabcd")), box.TextWidth(QStringLiteral("abcd")));
+
+  const float small = box.TextWidth(QStringLiteral("Sample"));
+  box.Font()->setSize(20);  // the box sees changes of its shared font
+  EXPECT_GT(box.TextWidth(QStringLiteral("Sample")), 1.5f * small);
+  EXPECT_GT(box.TextHeight(QStringLiteral("x")), one);
+  box.setFont(nullptr);  // ignored: a box always has a font
+  EXPECT_TRUE(box.Font());
+}
+
+TEST(PictureBoxTest, TwoBoxesSharingAFontSeeTheSameChange) {
+  PictureBox a, b;
+  b.setFont(a.Font());
+  const float before = b.TextWidth(QStringLiteral("Bold?"));
+  a.Font()->setBold(true);
+  a.Font()->setSize(a.Font()->Size() * 2);
+  EXPECT_TRUE(b.Font()->Bold());
+  EXPECT_GT(b.TextWidth(QStringLiteral("Bold?")), before);
+}
+
+// --- handles ---------------------------------------------------------------------------------
+
+TEST(PictureBoxTest, WindowHandleDrawsOnThePersistentImageAcrossResizes) {
+  Pane p(10, 10);
+  PicturePtr blue = solidPicture(4, 4, qRgb(0, 0, 255));
+  const gdi::HWND wnd = p.box.hWnd();
+  ASSERT_NE(wnd, 0u);
+  EXPECT_EQ(p.box.hWnd(), wnd);
+  auto blitThroughWindow = [&](int x) {
+    const gdi::HDC wdc = gdi::GetDC(wnd);
+    const gdi::HDC src = gdi::CreateCompatibleDC(0);
+    const gdi::HGDIOBJ old = gdi::SelectObject(src, blue->Handle());
+    EXPECT_TRUE(gdi::BitBlt(wdc, x, 0, 4, 4, src, 0, 0, gdi::SRCCOPY));
+    gdi::SelectObject(src, old);
+    gdi::DeleteDC(src);
+    gdi::ReleaseDC(wnd, wdc);
+  };
+  blitThroughWindow(0);
+  EXPECT_EQ(at(p.box, 3, 3), kBlue);
+  p.box.Move(0, 0, 30, 10);
+  blitThroughWindow(20);
+  EXPECT_EQ(at(p.box, 23, 3), kBlue);
+}
+
+TEST(PictureBoxTest, ReleasesEveryHandle) {
+  const std::size_t before = gdi::LiveObjectCount();
+  {
+    PictureBox box;
+    box.Move(0, 0, 50, 40);
+    (void)box.hWnd();
+    box.setPicture(solidPicture(5, 5, qRgb(1, 1, 1)));
+    box.Move(0, 0, 70, 20);
+    PicturePtr snap = box.Image();
+    box.PaintPicture(snap, 1, 1, 100.0f, 100.0f);
+  }
+  EXPECT_EQ(gdi::LiveObjectCount(), before);
+}
+
+// --- the bound widget -------------------------------------------------------------------------
+
+class BoundPaneTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    parent_.resize(200, 150);
+    box_.setBorderStyle(1);
+    box_.Move(10, 20, 64, 48);
+    box_.setBackColor(kBack);
+    w_ = box_.bind(&parent_);
+  }
+  void mouse(QEvent::Type type, Qt::MouseButton b, Qt::MouseButtons held, Qt::KeyboardModifiers mods, QPointF pos) {
+    QMouseEvent e(type, pos, w_->mapToGlobal(pos), b, held, mods);
+    QCoreApplication::sendEvent(w_, &e);
+  }
+  QWidget parent_;
+  PictureBox box_;
+  QWidget* w_ = nullptr;
+};
+
+TEST_F(BoundPaneTest, WidgetFollowsTheBoxAndPaintsItsImage) {
+  ASSERT_NE(w_, nullptr);
+  EXPECT_EQ(box_.widget(), w_);
+  EXPECT_EQ(w_->parentWidget(), &parent_);
+  EXPECT_EQ(w_->geometry(), QRect(10, 20, 64, 48));
+  box_.Line(0, 0, 59, 43, kRed, PictureBox::BoxFilled);
+  box_.PSet(59, 43, kGreen);
+  const QImage shot = w_->grab().toImage();
+  ASSERT_EQ(shot.size(), QSize(64, 48));
+  EXPECT_EQ(shot.pixel(2, 2) & 0xFFFFFF, 0xFF0000u);  // inside the two-pixel border
+  EXPECT_EQ(shot.pixel(61, 45) & 0xFFFFFF, 0x00FF00u);
+  EXPECT_EQ(qAlpha(shot.pixel(30, 30)), 255);
+  EXPECT_NE(shot.pixel(0, 0) & 0xFFFFFF, 0xFF0000u);  // the border itself
+
+  box_.Move(5, 5, 100, 30);
+  EXPECT_EQ(w_->geometry(), QRect(5, 5, 100, 30));
+  parent_.show();
+  w_->resize(120, 40);  // a layout resizing the widget resizes the box
+  EXPECT_EQ(box_.Width(), 120);
+  EXPECT_EQ(box_.ScaleHeight(), 36.0f);
+  box_.bind(&parent_);
+  EXPECT_EQ(parent_.findChildren<QWidget*>().size(), 1);
+}
+
+TEST_F(BoundPaneTest, MouseEventsCarryClassicButtonsShiftAndInnerCoordinates) {
+  struct Seen {
+    int kind, button, shift;
+    float x, y;
+  };
+  std::vector<Seen> seen;
+  int clicks = 0, doubles = 0;
+  QObject::connect(&box_, &PictureBox::MouseDown, [&](int b, int s, float x, float y) { seen.push_back({0, b, s, x, y}); });
+  QObject::connect(&box_, &PictureBox::MouseMove, [&](int b, int s, float x, float y) { seen.push_back({1, b, s, x, y}); });
+  QObject::connect(&box_, &PictureBox::MouseUp, [&](int b, int s, float x, float y) { seen.push_back({2, b, s, x, y}); });
+  QObject::connect(&box_, &PictureBox::Click, [&] { ++clicks; });
+  QObject::connect(&box_, &PictureBox::DblClick, [&] { ++doubles; });
+
+  mouse(QEvent::MouseButtonPress, Qt::RightButton, Qt::RightButton, Qt::ShiftModifier | Qt::AltModifier, {12, 7});
+  mouse(QEvent::MouseMove, Qt::NoButton, Qt::RightButton | Qt::MiddleButton, Qt::ControlModifier, {13, 9});
+  mouse(QEvent::MouseButtonRelease, Qt::RightButton, Qt::NoButton, Qt::NoModifier, {13, 9});
+  mouse(QEvent::MouseButtonPress, Qt::MiddleButton, Qt::MiddleButton, Qt::NoModifier, {2, 2});
+  mouse(QEvent::MouseButtonPress, Qt::LeftButton, Qt::LeftButton, Qt::ControlModifier, {2, 2});
+  ASSERT_EQ(seen.size(), 5u);
+  const Seen expected[] = {{0, 2, 5, 10, 5}, {1, 6, 2, 11, 7}, {2, 2, 0, 11, 7}, {0, 4, 0, 0, 0}, {0, 1, 2, 0, 0}};
+  for (std::size_t i = 0; i < 5; ++i) {
+    EXPECT_EQ(seen[i].kind, expected[i].kind) << i;
+    EXPECT_EQ(seen[i].button, expected[i].button) << i;
+    EXPECT_EQ(seen[i].shift, expected[i].shift) << i;
+    EXPECT_FLOAT_EQ(seen[i].x, expected[i].x) << i;
+    EXPECT_FLOAT_EQ(seen[i].y, expected[i].y) << i;
+  }
+  EXPECT_EQ(clicks, 0);  // only a left release completes a click
+  mouse(QEvent::MouseButtonRelease, Qt::LeftButton, Qt::NoButton, Qt::NoModifier, {2, 2});
+  EXPECT_EQ(clicks, 1);
+  mouse(QEvent::MouseButtonDblClick, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier, {2, 2});
+  mouse(QEvent::MouseButtonRelease, Qt::LeftButton, Qt::NoButton, Qt::NoModifier, {2, 2});
+  EXPECT_EQ(doubles, 1);
+  EXPECT_EQ(clicks, 1);
+}
+
+TEST_F(BoundPaneTest, KeysArriveAsClassicKeyCodes) {
+  struct Case {
+    int qtKey;
+    Qt::KeyboardModifiers mods;
+    QString text;
+    int keyCode, shift, ascii;
+  } cases[] = {{Qt::Key_Plus, Qt::KeypadModifier, QStringLiteral("+"), 107, 0, '+'},
+               {Qt::Key_Minus, Qt::KeypadModifier, QStringLiteral("-"), 109, 0, '-'},
+               {Qt::Key_Plus, Qt::ShiftModifier, QStringLiteral("+"), 187, 1, '+'},
+               {Qt::Key_A, Qt::NoModifier, QStringLiteral("a"), 65, 0, 'a'},
+               {Qt::Key_A, Qt::ShiftModifier, QStringLiteral("A"), 65, 1, 'A'},
+               {Qt::Key_7, Qt::NoModifier, QStringLiteral("7"), 55, 0, '7'},
+               {Qt::Key_7, Qt::KeypadModifier, QStringLiteral("7"), 103, 0, '7'},
+               {Qt::Key_Left, Qt::ControlModifier, QString(), 37, 2, -1},
+               {Qt::Key_Up, Qt::NoModifier, QString(), 38, 0, -1},
+               {Qt::Key_Right, Qt::AltModifier, QString(), 39, 4, -1},
+               {Qt::Key_Down, Qt::NoModifier, QString(), 40, 0, -1},
+               {Qt::Key_Return, Qt::NoModifier, QStringLiteral("\r"), 13, 0, 13},
+               {Qt::Key_Escape, Qt::NoModifier, QStringLiteral("\x1b"), 27, 0, 27},
+               {Qt::Key_F5, Qt::NoModifier, QString(), 116, 0, -1},
+               {Qt::Key_PageDown, Qt::NoModifier, QString(), 34, 0, -1}};
+  for (const Case& c : cases) {
+    int down = -1, up = -1, shiftDown = -1, ascii = -1;
+    auto k1 = QObject::connect(&box_, &PictureBox::KeyDown, [&](int* code, int shift) {
+      down = *code;
+      shiftDown = shift;
+    });
+    auto k2 = QObject::connect(&box_, &PictureBox::KeyUp, [&](int* code, int) { up = *code; });
+    auto k3 = QObject::connect(&box_, &PictureBox::KeyPress, [&](int* a) { ascii = *a; });
+    QKeyEvent press(QEvent::KeyPress, c.qtKey, c.mods, c.text);
+    QKeyEvent release(QEvent::KeyRelease, c.qtKey, c.mods, c.text);
+    QCoreApplication::sendEvent(w_, &press);
+    QCoreApplication::sendEvent(w_, &release);
+    EXPECT_EQ(down, c.keyCode) << c.qtKey;
+    EXPECT_EQ(up, c.keyCode) << c.qtKey;
+    EXPECT_EQ(shiftDown, c.shift) << c.qtKey;
+    EXPECT_EQ(ascii, c.ascii) << c.qtKey;
+    QObject::disconnect(k1);
+    QObject::disconnect(k2);
+    QObject::disconnect(k3);
+  }
+}
+
+TEST_F(BoundPaneTest, CursorToolTipAndVisibilityFollowTheBox) {
+  struct Case {
+    int pointer;
+    Qt::CursorShape shape;
+  } cases[] = {{0, Qt::ArrowCursor}, {15, Qt::SizeAllCursor}, {11, Qt::WaitCursor}, {2, Qt::CrossCursor}, {99, Qt::ArrowCursor}};
+  for (const Case& c : cases) {
+    box_.setMousePointer(c.pointer);
+    EXPECT_EQ(w_->cursor().shape(), c.shape) << c.pointer;
+  }
+  QImage icon(16, 16, QImage::Format_RGB32);
+  icon.fill(Qt::red);
+  box_.setMouseIcon(Picture::fromImage(icon));
+  box_.setMousePointer(99);
+  EXPECT_EQ(w_->cursor().shape(), Qt::BitmapCursor);
+  EXPECT_EQ(w_->cursor().pixmap().size(), QSize(16, 16));
+
+  box_.setToolTipText(QStringLiteral("Zoom with the wheel"));
+  EXPECT_EQ(w_->toolTip(), QStringLiteral("Zoom with the wheel"));
+  box_.setVisible(false);
+  EXPECT_TRUE(w_->isHidden());
+  box_.setVisible(true);
+  EXPECT_FALSE(w_->isHidden());
+}
+
+TEST_F(BoundPaneTest, DropsAreOfferedOnlyInManualDropModeAndHandlersDecide) {
+  EXPECT_FALSE(w_->acceptDrops());
+  box_.setOLEDropMode(1);
+  EXPECT_TRUE(w_->acceptDrops());
+
+  QMimeData data;
+  data.setText(QStringLiteral("picture.png"));
+  std::vector<int> states;
+  int answer = 1;
+  const QMimeData* droppedData = nullptr;
+  float dropX = -1;
+  QObject::connect(&box_, &PictureBox::OLEDragOver,
+                   [&](const QMimeData*, int* effect, int, int, float, float, int state) {
+                     states.push_back(state);
+                     EXPECT_EQ(*effect, 3);  // copy and move offered
+                     *effect = answer;
+                   });
+  QObject::connect(&box_, &PictureBox::OLEDragDrop, [&](const QMimeData* d, int* effect, int, int, float x, float) {
+    droppedData = d;
+    dropX = x;
+    *effect = answer;
+  });
+  const Qt::DropActions offered = Qt::CopyAction | Qt::MoveAction;
+  QDragEnterEvent enter(QPoint(12, 12), offered, &data, Qt::LeftButton, Qt::NoModifier);
+  QCoreApplication::sendEvent(w_, &enter);
+  QDragMoveEvent move(QPoint(14, 12), offered, &data, Qt::LeftButton, Qt::NoModifier);
+  QCoreApplication::sendEvent(w_, &move);
+  EXPECT_TRUE(move.isAccepted());
+  EXPECT_EQ(move.dropAction(), Qt::CopyAction);
+  answer = 0;  // the handler refuses
+  QDragMoveEvent refused(QPoint(15, 12), offered, &data, Qt::LeftButton, Qt::NoModifier);
+  QCoreApplication::sendEvent(w_, &refused);
+  EXPECT_FALSE(refused.isAccepted());
+  EXPECT_EQ(states, (std::vector<int>{0, 2, 2}));
+
+  answer = 2;
+  QDropEvent drop(QPointF(22, 12), offered, &data, Qt::LeftButton, Qt::NoModifier);
+  QCoreApplication::sendEvent(w_, &drop);
+  EXPECT_EQ(droppedData, &data);
+  EXPECT_FLOAT_EQ(dropX, 20.0f);  // inside the border
+  EXPECT_TRUE(drop.isAccepted());
+  EXPECT_EQ(drop.dropAction(), Qt::MoveAction);
+}
+
+}  // namespace
+}  // namespace qorv
