@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <thread>
 #include <utility>
 
 namespace gdi::detail {
@@ -157,7 +158,13 @@ template <unsigned N>
 void storeRow(const Image& dst, int y, int x0, int n, const std::uint32_t* s, std::uint32_t* tmp) {
   if (dst.fmt.plain32()) {
     auto* d = reinterpret_cast<std::uint32_t*>(dst.row(y)) + x0;
-    for (int i = 0; i < n; ++i) d[i] = ropApply<N>(s[i], d[i]);
+    if constexpr (N == 0xCu) {
+      for (int i = 0; i < n; ++i) d[i] = s[i] & kColourBits;
+    } else if constexpr (N == 0x3u) {
+      for (int i = 0; i < n; ++i) d[i] = ~s[i] & kColourBits;
+    } else {
+      for (int i = 0; i < n; ++i) d[i] = ropApply<N>(s[i], d[i]);
+    }
     return;
   }
   if constexpr (N == 0xCu) {
@@ -216,17 +223,47 @@ bool allSingle(const AxisMap& a) {
   return std::all_of(a.len.begin(), a.len.end(), [](std::int32_t l) { return l == 1; });
 }
 
-void pickPath(const Image& dst, const Image& src, const AxisMap& ax, const AxisMap& ay, StoreFn store) {
+// Runs body(from, to) over [0, total) rows, split between this thread and one
+// helper when the job is large enough to pay for the thread. Each part writes
+// its own destination rows, so the result does not depend on the split.
+template <typename Body>
+void splitRows(int total, std::int64_t pixelsPerRow, Body body) {
+  const std::int64_t work = pixelsPerRow * total;
+  if (total < 2 || work < (std::int64_t{1} << 17) || std::thread::hardware_concurrency() < 2) {
+    body(0, total);
+    return;
+  }
+  const int half = total / 2;
+  std::thread helper;
+  try {
+    helper = std::thread([&] { body(half, total); });
+  } catch (...) {
+    body(0, total);  // no thread to be had: do it all here
+    return;
+  }
+  body(0, half);
+  helper.join();
+}
+
+bool contiguousColumns(const AxisMap& ax) {
+  for (std::size_t x = 1; x < ax.first.size(); ++x)
+    if (ax.first[x] != ax.first[x - 1] + 1) return false;
+  return true;
+}
+
+void pickPath(const Image& dst, const Image& src, const AxisMap& ax, const AxisMap& ay, StoreFn store, int i0,
+              int i1) {
   int c0 = 0, cn = 0;
   columnRange(ax, c0, cn);
   RowSource rows(src, c0, cn);
   const int n = ax.count;
   std::vector<std::uint32_t> out(static_cast<std::size_t>(n)), tmp(static_cast<std::size_t>(n));
-  bool contiguous = true;
-  for (int x = 1; x < n && contiguous; ++x)
-    contiguous = ax.first[static_cast<std::size_t>(x)] == ax.first[static_cast<std::size_t>(x - 1)] + 1;
+  const bool contiguous = contiguousColumns(ax);
+  // Column offsets relative to the fetched span, once per call.
+  std::vector<std::int32_t> col(static_cast<std::size_t>(n));
+  for (std::size_t x = 0; x < col.size(); ++x) col[x] = ax.first[x] - c0;
   int lastRow = -1;
-  for (int i = 0; i < ay.count; ++i) {
+  for (int i = i0; i < i1; ++i) {
     const int sy = ay.first[static_cast<std::size_t>(i)];
     const std::uint32_t* s = rows.get(sy);
     const std::uint32_t* line = nullptr;
@@ -234,7 +271,9 @@ void pickPath(const Image& dst, const Image& src, const AxisMap& ax, const AxisM
       line = s + (ax.first[0] - c0);
     } else {
       if (sy != lastRow) {
-        for (int x = 0; x < n; ++x) out[static_cast<std::size_t>(x)] = s[ax.first[static_cast<std::size_t>(x)] - c0];
+        const std::int32_t* c = col.data();
+        std::uint32_t* o = out.data();
+        for (int x = 0; x < n; ++x) o[x] = s[c[x]];
         lastRow = sy;
       }
       line = out.data();
@@ -244,14 +283,14 @@ void pickPath(const Image& dst, const Image& src, const AxisMap& ax, const AxisM
 }
 
 void groupPath(const Image& dst, const Image& src, const AxisMap& ax, const AxisMap& ay, bool andMode,
-               StoreFn store) {
+               StoreFn store, int i0, int i1) {
   int c0 = 0, cn = 0;
   columnRange(ax, c0, cn);
   RowSource rows(src, c0, cn);
   const int n = ax.count;
   std::vector<std::uint32_t> acc(static_cast<std::size_t>(n)), tmp(static_cast<std::size_t>(n));
   const std::uint32_t init = andMode ? 0xFFFFFFFFu : 0u;
-  for (int i = 0; i < ay.count; ++i) {
+  for (int i = i0; i < i1; ++i) {
     std::fill(acc.begin(), acc.end(), init);
     const int y0 = ay.first[static_cast<std::size_t>(i)];
     for (int sy = y0; sy < y0 + ay.len[static_cast<std::size_t>(i)]; ++sy) {
@@ -273,41 +312,83 @@ void groupPath(const Image& dst, const Image& src, const AxisMap& ax, const Axis
   }
 }
 
-void weightsPath(const Image& dst, const Image& src, const AxisMap& ax, const AxisMap& ay, StoreFn store) {
+// Rounded quotient by a fixed divisor without a hardware division per pixel: a
+// floating estimate is within one of the truth and is then corrected exactly.
+struct RoundingDivider {
+  u64 den;
+  u64 half;
+  double inv;
+  explicit RoundingDivider(u64 d) : den(d), half(d / 2), inv(1.0 / static_cast<double>(d)) {}
+  std::uint32_t operator()(u64 n) const {
+    n += half;
+    u64 q = static_cast<u64>(static_cast<double>(n) * inv);
+    if (q * den > n) {
+      --q;
+    } else if ((q + 1) * den <= n) {
+      ++q;
+    }
+    return static_cast<std::uint32_t>(q);
+  }
+};
+
+void weightsPath(const Image& dst, const Image& src, const AxisMap& ax, const AxisMap& ay, StoreFn store, int i0,
+                 int i1) {
   int c0 = 0, cn = 0;
   columnRange(ax, c0, cn);
   RowSource rows(src, c0, cn);
   const int n = ax.count;
   const std::size_t un = static_cast<std::size_t>(n);
+  // Horizontal sums of recently used source rows, planar per channel. Source
+  // rows are visited in order and one destination row needs at most `maxLen`
+  // consecutive ones, so a ring of maxLen+1 slots never evicts a row in use.
+  int maxLen = 1;
+  for (int i = i0; i < i1; ++i) maxLen = std::max(maxLen, ay.len[static_cast<std::size_t>(i)]);
+  const int slots = maxLen + 1;
+  std::vector<u64> ring(static_cast<std::size_t>(slots) * 3 * un);
+  std::vector<int> ringKey(static_cast<std::size_t>(slots), -1);
+  std::vector<std::int32_t> col(un);
+  for (std::size_t x = 0; x < un; ++x) col[x] = ax.first[x] - c0;
+  auto horizontal = [&](int sy) -> const u64* {
+    const std::size_t slot = static_cast<std::size_t>(sy % slots);
+    u64* h = &ring[slot * 3 * un];
+    if (ringKey[slot] == sy) return h;
+    ringKey[slot] = sy;
+    const std::uint32_t* s = rows.get(sy);
+    u64* hb = h;
+    u64* hg = h + un;
+    u64* hr = h + 2 * un;
+    for (std::size_t x = 0; x < un; ++x) {
+      const std::uint32_t* p = s + col[x];
+      const u64* w = &ax.w[ax.wofs[x]];
+      u64 b = 0, g = 0, r = 0;
+      for (int k = 0; k < ax.len[x]; ++k) {
+        const std::uint32_t v = p[k];
+        b += w[k] * (v & 0xFFu);
+        g += w[k] * ((v >> 8) & 0xFFu);
+        r += w[k] * ((v >> 16) & 0xFFu);
+      }
+      hb[x] = b;
+      hg[x] = g;
+      hr[x] = r;
+    }
+    return h;
+  };
   std::vector<u64> acc(3 * un);
   std::vector<std::uint32_t> out(un), tmp(un);
-  const u64 den = ax.den * ay.den;
-  const u64 half = den / 2;
-  for (int i = 0; i < ay.count; ++i) {
-    std::fill(acc.begin(), acc.end(), u64{0});
+  const RoundingDivider divide(ax.den * ay.den);
+  for (int i = i0; i < i1; ++i) {
     const std::size_t yi = static_cast<std::size_t>(i);
-    for (int t = 0; t < ay.len[yi]; ++t) {
-      const u64 wy = ay.w[ay.wofs[yi] + static_cast<std::size_t>(t)];
-      const std::uint32_t* s = rows.get(ay.first[yi] + t);
-      for (std::size_t x = 0; x < un; ++x) {
-        const std::uint32_t* p = s + (ax.first[x] - c0);
-        const u64* w = &ax.w[ax.wofs[x]];
-        u64 hb = 0, hg = 0, hr = 0;
-        for (int k = 0; k < ax.len[x]; ++k) {
-          const std::uint32_t v = p[k];
-          hb += w[k] * (v & 0xFFu);
-          hg += w[k] * ((v >> 8) & 0xFFu);
-          hr += w[k] * ((v >> 16) & 0xFFu);
-        }
-        acc[3 * x] += wy * hb;
-        acc[3 * x + 1] += wy * hg;
-        acc[3 * x + 2] += wy * hr;
-      }
+    const int len = ay.len[yi];
+    const u64* wy = &ay.w[ay.wofs[yi]];
+    const u64* h0 = horizontal(ay.first[yi]);
+    for (std::size_t k = 0; k < 3 * un; ++k) acc[k] = wy[0] * h0[k];
+    for (int t = 1; t < len; ++t) {
+      const u64* h = horizontal(ay.first[yi] + t);
+      const u64 w = wy[t];
+      for (std::size_t k = 0; k < 3 * un; ++k) acc[k] += w * h[k];
     }
-    for (std::size_t x = 0; x < un; ++x) {
-      const u64 b = (acc[3 * x] + half) / den, g = (acc[3 * x + 1] + half) / den, r = (acc[3 * x + 2] + half) / den;
-      out[x] = static_cast<std::uint32_t>(b | (g << 8) | (r << 16));
-    }
+    for (std::size_t x = 0; x < un; ++x)
+      out[x] = divide(acc[x]) | (divide(acc[un + x]) << 8) | (divide(acc[2 * un + x]) << 16);
     store(dst, ay.start + i, ax.start, n, out.data(), tmp.data());
   }
 }
@@ -359,12 +440,14 @@ void stretchImage(const Image& dst, const Image* src, const StretchRequest& r) {
   buildAxis(dy0, DH, sy0, SH, mirrorY, cy0, cy1, src->height, ky, ay);
   if (ay.count == 0) return;
 
+  const Image& source = *src;
   if (allSingle(ax) && allSingle(ay)) {
-    pickPath(dst, *src, ax, ay, store);
+    splitRows(ay.count, ax.count, [&](int a, int b) { pickPath(dst, source, ax, ay, store, a, b); });
   } else if (r.mode == HALFTONE) {
-    weightsPath(dst, *src, ax, ay, store);
+    splitRows(ay.count, ax.count * 4, [&](int a, int b) { weightsPath(dst, source, ax, ay, store, a, b); });
   } else {
-    groupPath(dst, *src, ax, ay, r.mode != WHITEONBLACK, store);
+    const bool andMode = r.mode != WHITEONBLACK;
+    splitRows(ay.count, ax.count * 2, [&](int a, int b) { groupPath(dst, source, ax, ay, andMode, store, a, b); });
   }
 }
 
