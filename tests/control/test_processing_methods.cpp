@@ -1,0 +1,215 @@
+// The control's image operations as a host sees them: the picture afterwards,
+// the forwarded progress events, and the errors of bad arguments.
+#include <QImage>
+
+#include "ControlFixture.h"
+#include "platform/AutomationError.h"
+#include "processing/cImageProcessDIB.h"
+
+namespace qorv::testing_support {
+namespace {
+
+QImage solid(int w, int h, QRgb c) {
+  QImage img(w, h, QImage::Format_RGB32);
+  img.fill(c);
+  return img;
+}
+
+QImage noise(int w, int h, unsigned seed) {
+  QImage img(w, h, QImage::Format_RGB32);
+  for (int y = 0; y < h; ++y) {
+    for (int x = 0; x < w; ++x) {
+      seed = seed * 1103515245u + 12345u;
+      img.setPixel(x, y, 0xFF000000u | (seed >> 8));
+    }
+  }
+  return img;
+}
+
+QImage rgb(const QImage& i) { return i.convertToFormat(QImage::Format_RGB32); }
+
+class ProcessingMethods : public ControlTest {
+ protected:
+  void show(const QImage& img) {
+    sizeTo(120, 90);
+    ctl->setPicture(Picture::fromImage(img));
+  }
+  QImage current() const { return rgb(ctl->Picture()->toImage()); }
+  struct Raised {
+    int id;
+    QVariantList args;
+  };
+  void record() {
+    ctl->setEventHook([this](int id, QVariantList& a) {
+      if (id >= 18 && id <= 20) events.push_back({id, a});
+    });
+  }
+  std::vector<Raised> events;
+};
+
+TEST_F(ProcessingMethods, ProgressEventsAreForwardedInOrder) {
+  show(noise(5, 4, 1));
+  record();
+  ctl->ApplyFilter(static_cast<qint32>(gEFilterTypes::eBlur));
+  // Byte columns 3 .. (5 - 1) * 3 - 3 = 9.
+  ASSERT_EQ(events.size(), 5u);
+  EXPECT_EQ(events[0].id, 18);
+  EXPECT_EQ(events[0].args, (QVariantList{9, QStringLiteral("Blur")}));
+  for (int k = 1; k <= 3; ++k) {
+    EXPECT_EQ(events[static_cast<std::size_t>(k)].id, 19);
+    EXPECT_EQ(events[static_cast<std::size_t>(k)].args, (QVariantList{3 * k, QStringLiteral("Blur")}));
+  }
+  EXPECT_EQ(events[4].id, 20);
+  EXPECT_EQ(events[4].args, QVariantList{QStringLiteral("Blur")});  // no elapsed time
+}
+
+TEST_F(ProcessingMethods, BuiltInFiltersIgnoreTheGivenWeight) {
+  show(solid(5, 5, qRgb(100, 100, 100)));
+  ctl->ApplyFilter(static_cast<qint32>(gEFilterTypes::eSharpen), 100);
+  EXPECT_EQ(ctl->mImageProcessDIB().FilterWeight(), 7);
+  // A flat picture sharpened with weight 7 stays flat (7 v / 7).
+  EXPECT_EQ(current(), solid(5, 5, qRgb(100, 100, 100)));
+}
+
+TEST_F(ProcessingMethods, CustomKernelThroughAutomation) {
+  show(solid(5, 5, qRgb(10, 20, 30)));
+  const QVariantList rows{QVariantList{0, 0, 0}, QVariantList{0, 3, 0}, QVariantList{0, 0, 0}};
+  ctl->invoke(QStringLiteral("AddCustomFilter"), QorvPicture::Method, QVariantList{QVariant(rows)});
+  ctl->ApplyFilter(static_cast<qint32>(gEFilterTypes::eCustom), 2);
+  const QImage out = current();
+  EXPECT_EQ(out.pixel(2, 2), qRgb(15, 30, 45));  // 3 v / 2, truncated
+  EXPECT_EQ(out.pixel(0, 0), qRgb(10, 20, 30));  // the border is not filtered
+  EXPECT_THROW(ctl->ApplyFilter(14), AutomationError);
+  EXPECT_EQ(current(), out);
+}
+
+TEST_F(ProcessingMethods, DarkenAndLightenNeedANumber) {
+  show(solid(3, 2, qRgb(200, 100, 255)));
+  for (const QVariant& bad : {QVariant(), QVariant(QStringLiteral("abc")), QVariant(QStringLiteral(""))}) {
+    try {
+      ctl->Darken(bad);
+      ADD_FAILURE() << "no error for " << bad.toString().toStdString();
+    } catch (const AutomationError& e) {
+      EXPECT_EQ(e.number(), errors::TypeMismatch);
+      EXPECT_EQ(e.description(), "Type mismatch");
+    }
+    EXPECT_THROW(ctl->Lighten(bad), AutomationError);
+  }
+  EXPECT_THROW(ctl->invoke(QStringLiteral("Darken"), QorvPicture::Method, QVariantList{QStringLiteral("abc")}),
+               AutomationError);
+  EXPECT_EQ(current(), solid(3, 2, qRgb(200, 100, 255)));
+  ctl->Darken(QStringLiteral("128"));
+  EXPECT_EQ(current(), solid(3, 2, qRgb(100, 50, 128)));
+  ctl->Darken(255);
+  EXPECT_EQ(current(), solid(3, 2, qRgb(100, 50, 128)));
+  ctl->Lighten(0);
+  EXPECT_EQ(current(), solid(3, 2, qRgb(100, 50, 128)));
+}
+
+TEST_F(ProcessingMethods, OperationsChainOnTheProcessedPicture) {
+  const QImage start = noise(7, 5, 3);
+  show(start);
+  ctl->Invert();
+  QImage inverted = start;
+  inverted.invertPixels();
+  EXPECT_EQ(current(), rgb(inverted));
+  ctl->Invert();
+  EXPECT_EQ(current(), rgb(start));
+  ctl->Flip(static_cast<qint32>(FlipOrientations::Verticle));
+  EXPECT_EQ(current(), rgb(start.mirrored(false, true)));
+  ctl->Flip(static_cast<qint32>(FlipOrientations::Hor_And_Vert));
+  EXPECT_EQ(current(), rgb(start.mirrored(true, false)));
+  ctl->Flip(7);
+  EXPECT_EQ(current(), rgb(start.mirrored(true, false)));
+  ctl->Grayscale();
+  const QImage g = current();
+  for (int y = 0; y < 5; ++y) {
+    for (int x = 0; x < 7; ++x) {
+      EXPECT_EQ(qRed(g.pixel(x, y)), qGreen(g.pixel(x, y)));
+      EXPECT_EQ(qRed(g.pixel(x, y)), qBlue(g.pixel(x, y)));
+    }
+  }
+  ctl->BlackAndWhite();
+  const QImage bw = current();
+  for (int y = 0; y < 5; ++y) {
+    for (int x = 0; x < 7; ++x) EXPECT_TRUE(bw.pixel(x, y) == qRgb(0, 0, 0) || bw.pixel(x, y) == qRgb(255, 255, 255));
+  }
+  ctl->AddNoise(0, false);
+  EXPECT_EQ(current(), bw);
+}
+
+TEST_F(ProcessingMethods, RotateTurnsTheBufferAQuarter) {
+  const QImage start = noise(400, 200, 9);
+  show(start);
+  bool cw = true;
+  EXPECT_FALSE(ctl->Rotate(&cw));
+  const QImage once = current();
+  ASSERT_EQ(once.size(), QSize(200, 400));
+  EXPECT_EQ(once.pixel(0, 0), start.pixel(0, 199));
+  EXPECT_EQ(once.pixel(199, 399), start.pixel(399, 0));
+  EXPECT_EQ(ctl->OrgPictureWidth(), 200);
+  for (int k = 0; k < 3; ++k) ctl->Rotate(true);
+  EXPECT_EQ(current(), rgb(start));
+  ctl->Rotate(false);
+  EXPECT_EQ(current().pixel(0, 0), start.pixel(399, 0));
+}
+
+TEST_F(ProcessingMethods, ResampleChangesTheSizeOrNothing) {
+  const QImage start = noise(6, 4, 5);
+  show(start);
+  for (auto [w, h] : {std::pair{0, 0}, {-1, 5}, {5, -1}, {100000, 100000}, {2147483647, 3}}) {
+    ctl->Resample(w, h);
+    EXPECT_EQ(current(), rgb(start)) << w << "x" << h;
+  }
+  ctl->Resample(6, 4);
+  EXPECT_EQ(current(), rgb(start));
+  ctl->Resample(12, 3);
+  EXPECT_EQ(current().size(), QSize(12, 3));
+  EXPECT_EQ(ctl->OrgPictureWidth(), 12);
+  // Bilinear from the picture's corner: the first pixel is kept.
+  EXPECT_EQ(current().pixel(0, 2), start.pixel(0, 3));
+}
+
+TEST_F(ProcessingMethods, CombinePicturesOfOtherSizesOrNone) {
+  show(solid(4, 3, qRgb(9, 9, 9)));
+  const PicturePtr big = Picture::fromImage(solid(6, 6, qRgb(255, 255, 255)));
+  const PicturePtr small = Picture::fromImage(solid(2, 2, qRgb(100, 100, 100)));
+  const PicturePtr mid = Picture::fromImage(solid(4, 3, qRgb(50, 60, 70)));
+  // Unknown combination: nothing changes.
+  ctl->CombinePictures(big, mid, 0, 1, 1, 0, 0);
+  EXPECT_EQ(current(), solid(4, 3, qRgb(9, 9, 9)));
+  // Picture1 (cut to Buffer's size) is lighter everywhere than the missing Picture2.
+  ctl->CombinePictures(big, nullptr, static_cast<qint32>(ECombinationTypeConstants::eLightest));
+  EXPECT_EQ(current(), solid(4, 3, qRgb(255, 255, 255)));
+  // Picture1 covers only the top-left 2 x 2.
+  ctl->CombinePictures(small, mid, static_cast<qint32>(ECombinationTypeConstants::eAdd), 1.0f, 1.0f, 0, 10);
+  QImage expect = solid(4, 3, qRgb(60, 70, 80));
+  for (int y = 0; y < 2; ++y) {
+    for (int x = 0; x < 2; ++x) expect.setPixel(x, y, qRgb(160, 170, 180));
+  }
+  EXPECT_EQ(current(), expect);
+  // A missing Picture1 is black, darker than all of Picture2.
+  ctl->CombinePictures(nullptr, mid, static_cast<qint32>(ECombinationTypeConstants::eDarkest));
+  EXPECT_EQ(current(), solid(4, 3, qRgb(0, 0, 0)));
+}
+
+TEST_F(ProcessingMethods, WithoutAPictureNothingHappens) {
+  sizeTo(50, 50);
+  record();
+  ctl->Invert();
+  ctl->Flip(0);
+  ctl->ApplyFilter(static_cast<qint32>(gEFilterTypes::eBlur));
+  ctl->Grayscale();
+  ctl->BlackAndWhite();
+  ctl->AddNoise(50, true);
+  ctl->Darken(3);
+  ctl->Lighten(3);
+  ctl->Resample(10, 10);
+  ctl->Rotate(true);
+  ctl->CombinePictures(nullptr, nullptr, 1);
+  EXPECT_EQ(handleOf(ctl->Picture()), 0u);
+  EXPECT_TRUE(events.empty());
+}
+
+}  // namespace
+}  // namespace qorv::testing_support
