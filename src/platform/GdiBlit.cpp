@@ -37,6 +37,11 @@ bool detachIfShared(SurfaceRef& src, const SurfaceRef& dst) {
 
 bool extentOk(std::int64_t v) { return v >= -kMaxExtent && v <= kMaxExtent; }
 
+// The parallelogram arithmetic is exact in 128 bits for any int coordinates;
+// this bound only keeps the numbers far from its limits.
+constexpr std::int64_t kMaxPlgCoordinate = std::int64_t{1} << 28;
+bool plgCoordinateOk(std::int64_t v) { return v >= -kMaxPlgCoordinate && v <= kMaxPlgCoordinate; }
+
 BOOL doStretch(HDC hdcDest, const StretchRequest& req, HDC hdcSrc, bool useDestMode) {
   SurfaceRef dst, src;
   int mode = BLACKONWHITE;
@@ -114,10 +119,11 @@ BOOL PlgBlt(HDC hdcDest, const POINT* lpPoint, HDC hdcSrc, int xSrc, int ySrc, i
     if (!resolveDC(hdcDest, dst, nullptr) || !resolveDC(hdcSrc, src, nullptr))
       return fail(ERROR_INVALID_HANDLE, FALSE);
   }
-  if (!lpPoint || hbmMask != 0 || width <= 0 || height <= 0 || width > kMaxExtent || height > kMaxExtent)
+  if (!lpPoint || hbmMask != 0 || width <= 0 || height <= 0 || width > kMaxPlgCoordinate ||
+      height > kMaxPlgCoordinate)
     return fail(ERROR_INVALID_PARAMETER, FALSE);
   for (int i = 0; i < 3; ++i)
-    if (!extentOk(lpPoint[i].x) || !extentOk(lpPoint[i].y)) return fail(ERROR_INVALID_PARAMETER, FALSE);
+    if (!plgCoordinateOk(lpPoint[i].x) || !plgCoordinateOk(lpPoint[i].y)) return fail(ERROR_INVALID_PARAMETER, FALSE);
   if (!detachIfShared(src, dst)) return fail(ERROR_NOT_ENOUGH_MEMORY, FALSE);
   if (!plgImage(dst.image, lpPoint, src.image, xSrc, ySrc, width, height))
     return fail(ERROR_INVALID_PARAMETER, FALSE);

@@ -6,6 +6,10 @@
 #include <thread>
 #include <utility>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace gdi::detail {
 
 namespace {
@@ -28,7 +32,7 @@ i64 groupStart(i64 j, i64 D, i64 S) {
 struct Tap {
   i64 first = 0;
   i64 len = 1;
-  std::array<u64, 2> w{};  // the two weights of an enlarging halftone tap
+  std::array<std::uint32_t, 2> w{};  // the two weights of an enlarging halftone tap
 };
 
 // The footprint of logical destination pixel j in logical source indices. For
@@ -52,17 +56,17 @@ Tap tapFor(i64 j, i64 D, i64 S, Footprint kind) {
     const i64 num = (2 * j + 1) * S - D;
     if (num <= 0) {
       t.first = 0;
-      t.w[0] = static_cast<u64>(den);
+      t.w[0] = static_cast<std::uint32_t>(den);
     } else if (num / den >= S - 1) {
       t.first = S - 1;
-      t.w[0] = static_cast<u64>(den);
+      t.w[0] = static_cast<std::uint32_t>(den);
     } else {
       t.first = num / den;
       const i64 frac = num % den;
-      t.w[0] = static_cast<u64>(den - frac);
+      t.w[0] = static_cast<std::uint32_t>(den - frac);
       if (frac != 0) {
         t.len = 2;
-        t.w[1] = static_cast<u64>(frac);
+        t.w[1] = static_cast<std::uint32_t>(frac);
       }
     }
     return t;
@@ -87,10 +91,10 @@ Tap tapFor(i64 j, i64 D, i64 S, Footprint kind) {
 }
 
 // Weight of logical source pixel k in shrinking destination pixel j (units 1/D).
-u64 shrinkWeight(i64 j, i64 k, i64 D, i64 S) {
+std::uint32_t shrinkWeight(i64 j, i64 k, i64 D, i64 S) {
   const i64 lo = std::max(k * D, j * S);
   const i64 hi = std::min((k + 1) * D, (j + 1) * S);
-  return hi > lo ? static_cast<u64>(hi - lo) : 0;
+  return hi > lo ? static_cast<std::uint32_t>(hi - lo) : 0;
 }
 
 }  // namespace
@@ -331,6 +335,50 @@ struct RoundingDivider {
   }
 };
 
+// acc = w * h and acc += w * h over n entries: widening 32x32->64 products,
+// which the compiler turns into vector code.
+__attribute__((optimize("O3"))) void accumulateFirst(u64* __restrict acc, const std::uint32_t* __restrict h,
+                                                     std::uint32_t w, std::size_t n) {
+  for (std::size_t k = 0; k < n; ++k) acc[k] = static_cast<u64>(w) * h[k];
+}
+__attribute__((optimize("O3"))) void accumulate(u64* __restrict acc, const std::uint32_t* __restrict h,
+                                                std::uint32_t w, std::size_t n) {
+  for (std::size_t k = 0; k < n; ++k) acc[k] += static_cast<u64>(w) * h[k];
+}
+
+#ifdef __SSE2__
+// Horizontal weighted sums two taps at a time: the channels of two pixels are
+// paired as 16-bit values and multiplied by their weights with one madd. Needs
+// every weight below 2^15.
+void horizontalSse2(const std::uint32_t* s, const std::int32_t* col, const AxisMap& ax, std::uint32_t* hb,
+                    std::uint32_t* hg, std::uint32_t* hr, std::size_t n) {
+  const __m128i zero = _mm_setzero_si128();
+  alignas(16) std::uint32_t lanes[4];
+  for (std::size_t x = 0; x < n; ++x) {
+    const std::uint32_t* p = s + col[x];
+    const std::uint32_t* w = &ax.w[ax.wofs[x]];
+    const int len = ax.len[x];
+    __m128i acc = zero;
+    int k = 0;
+    for (; k + 1 < len; k += 2) {
+      const __m128i two = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + k)), zero);
+      const __m128i paired = _mm_unpacklo_epi16(two, _mm_srli_si128(two, 8));  // b0 b1 g0 g1 r0 r1 x0 x1
+      const __m128i ww = _mm_set1_epi32(static_cast<int>(w[k] | (w[k + 1] << 16)));
+      acc = _mm_add_epi32(acc, _mm_madd_epi16(paired, ww));
+    }
+    if (k < len) {
+      const __m128i one = _mm_unpacklo_epi8(_mm_cvtsi32_si128(static_cast<int>(p[k])), zero);
+      const __m128i spread = _mm_unpacklo_epi16(one, zero);  // b 0 g 0 r 0 x 0
+      acc = _mm_add_epi32(acc, _mm_madd_epi16(spread, _mm_set1_epi32(static_cast<int>(w[k]))));
+    }
+    _mm_store_si128(reinterpret_cast<__m128i*>(lanes), acc);
+    hb[x] = lanes[0];
+    hg[x] = lanes[1];
+    hr[x] = lanes[2];
+  }
+}
+#endif
+
 void weightsPath(const Image& dst, const Image& src, const AxisMap& ax, const AxisMap& ay, StoreFn store, int i0,
                  int i1) {
   int c0 = 0, cn = 0;
@@ -344,23 +392,31 @@ void weightsPath(const Image& dst, const Image& src, const AxisMap& ax, const Ax
   int maxLen = 1;
   for (int i = i0; i < i1; ++i) maxLen = std::max(maxLen, ay.len[static_cast<std::size_t>(i)]);
   const int slots = maxLen + 1;
-  std::vector<u64> ring(static_cast<std::size_t>(slots) * 3 * un);
+  std::vector<std::uint32_t> ring(static_cast<std::size_t>(slots) * 3 * un);
   std::vector<int> ringKey(static_cast<std::size_t>(slots), -1);
   std::vector<std::int32_t> col(un);
   for (std::size_t x = 0; x < un; ++x) col[x] = ax.first[x] - c0;
-  auto horizontal = [&](int sy) -> const u64* {
+  // A row's sums stay below 255 * den <= 2^32 (see kMaxExtent).
+  const bool smallWeights = ax.den < 32768;
+  auto horizontal = [&](int sy) -> const std::uint32_t* {
     const std::size_t slot = static_cast<std::size_t>(sy % slots);
-    u64* h = &ring[slot * 3 * un];
+    std::uint32_t* h = &ring[slot * 3 * un];
     if (ringKey[slot] == sy) return h;
     ringKey[slot] = sy;
     const std::uint32_t* s = rows.get(sy);
-    u64* hb = h;
-    u64* hg = h + un;
-    u64* hr = h + 2 * un;
+    std::uint32_t* hb = h;
+    std::uint32_t* hg = h + un;
+    std::uint32_t* hr = h + 2 * un;
+#ifdef __SSE2__
+    if (smallWeights) {
+      horizontalSse2(s, col.data(), ax, hb, hg, hr, un);
+      return h;
+    }
+#endif
     for (std::size_t x = 0; x < un; ++x) {
       const std::uint32_t* p = s + col[x];
-      const u64* w = &ax.w[ax.wofs[x]];
-      u64 b = 0, g = 0, r = 0;
+      const std::uint32_t* w = &ax.w[ax.wofs[x]];
+      std::uint32_t b = 0, g = 0, r = 0;
       for (int k = 0; k < ax.len[x]; ++k) {
         const std::uint32_t v = p[k];
         b += w[k] * (v & 0xFFu);
@@ -375,18 +431,13 @@ void weightsPath(const Image& dst, const Image& src, const AxisMap& ax, const Ax
   };
   std::vector<u64> acc(3 * un);
   std::vector<std::uint32_t> out(un), tmp(un);
-  const RoundingDivider divide(ax.den * ay.den);
+  const RoundingDivider divide(static_cast<u64>(ax.den) * ay.den);
   for (int i = i0; i < i1; ++i) {
     const std::size_t yi = static_cast<std::size_t>(i);
     const int len = ay.len[yi];
-    const u64* wy = &ay.w[ay.wofs[yi]];
-    const u64* h0 = horizontal(ay.first[yi]);
-    for (std::size_t k = 0; k < 3 * un; ++k) acc[k] = wy[0] * h0[k];
-    for (int t = 1; t < len; ++t) {
-      const u64* h = horizontal(ay.first[yi] + t);
-      const u64 w = wy[t];
-      for (std::size_t k = 0; k < 3 * un; ++k) acc[k] += w * h[k];
-    }
+    const std::uint32_t* wy = &ay.w[ay.wofs[yi]];
+    accumulateFirst(acc.data(), horizontal(ay.first[yi]), wy[0], 3 * un);
+    for (int t = 1; t < len; ++t) accumulate(acc.data(), horizontal(ay.first[yi] + t), wy[t], 3 * un);
     for (std::size_t x = 0; x < un; ++x)
       out[x] = divide(acc[x]) | (divide(acc[un + x]) << 8) | (divide(acc[2 * un + x]) << 16);
     store(dst, ay.start + i, ax.start, n, out.data(), tmp.data());

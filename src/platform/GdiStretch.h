@@ -10,9 +10,10 @@
 
 namespace gdi::detail {
 
-// Largest extent (either sign) a stretch accepts on any axis. It keeps every
-// product of the exact halftone arithmetic inside 64 bits.
-inline constexpr std::int64_t kMaxExtent = std::int64_t{1} << 26;
+// Largest extent (either sign) a stretch accepts on any axis. It keeps a row's
+// exact halftone sums inside 32 bits (255 * 2 * extent < 2^32) and every
+// product of the two axes inside 64 bits.
+inline constexpr std::int64_t kMaxExtent = std::int64_t{1} << 23;
 
 // The raster operation as a function of source and destination bits, the
 // pattern (the DC's white brush) being all ones: bit (S << 1 | D) of the result.
@@ -48,7 +49,7 @@ struct AxisMap {
   std::vector<std::int32_t> first;
   std::vector<std::int32_t> len;
   std::vector<std::uint32_t> wofs;
-  std::vector<std::uint64_t> w;
+  std::vector<std::uint32_t> w;
   std::uint64_t den = 1;
 };
 

@@ -280,23 +280,26 @@ TEST(StretchBlt, HugeClippedDestinationMatchesReferenceInTheVisiblePart) {
   std::mt19937 rng(5);
   Canvas src(60, 40);
   src.randomise(rng);
-  for (int mode : {COLORONCOLOR, HALFTONE, BLACKONWHITE}) {
-    Canvas dst(37, 23);
-    for (int y = 0; y < dst.height(); ++y)
-      for (int x = 0; x < dst.width(); ++x) dst.set(x, y, 0xFEDCBA);
-    SetStretchBltMode(dst.dc(), mode);
-    // 1000 % of the source, offset so that the visible part is in the middle.
-    ASSERT_TRUE(StretchBlt(dst.dc(), -211, -107, 600, 400, src.dc(), 0, 0, 60, 40, SRCCOPY));
-    for (int y = 0; y < dst.height(); ++y)
-      for (int x = 0; x < dst.width(); ++x) {
-        ASSERT_NE(dst.at(x, y), 0xFEDCBAu) << "every visible pixel is drawn";
-        // The reference for one pixel: render the request into a 1x1 surface.
-        Canvas one(1, 1);
-        SetStretchBltMode(one.dc(), mode);
-        const auto expected =
-            referenceStretch(one, src, -211 - x, -107 - y, 600, 400, 0, 0, 60, 40, mode, SRCCOPY);
-        ASSERT_EQ(dst.at(x, y), expected[0]) << "mode " << mode << " at " << x << "," << y;
-      }
+  // 1000 % of the source, and a 40000-wide stretch whose weights no longer fit
+  // 16 bits; both offset so that the visible part is inside the picture.
+  const Request requests[] = {{-211, -107, 600, 400, 0, 0, 60, 40}, {-19011, -107, 40000, 400, 0, 0, 60, 40}};
+  for (const Request& r : requests) {
+    for (int mode : {COLORONCOLOR, HALFTONE, BLACKONWHITE}) {
+      Canvas dst(37, 23);
+      for (int y = 0; y < dst.height(); ++y)
+        for (int x = 0; x < dst.width(); ++x) dst.set(x, y, 0xFEDCBA);
+      SetStretchBltMode(dst.dc(), mode);
+      ASSERT_TRUE(StretchBlt(dst.dc(), r.xd, r.yd, r.wd, r.hd, src.dc(), r.xs, r.ys, r.ws, r.hs, SRCCOPY));
+      for (int y = 0; y < dst.height(); ++y)
+        for (int x = 0; x < dst.width(); ++x) {
+          ASSERT_NE(dst.at(x, y), 0xFEDCBAu) << "every visible pixel is drawn";
+          // The reference for one pixel: the request rendered into a 1x1 surface.
+          Canvas one(1, 1);
+          const auto expected =
+              referenceStretch(one, src, r.xd - x, r.yd - y, r.wd, r.hd, r.xs, r.ys, r.ws, r.hs, mode, SRCCOPY);
+          ASSERT_EQ(dst.at(x, y), expected[0]) << describe(r, mode) << " at " << x << "," << y;
+        }
+    }
   }
 }
 
