@@ -387,6 +387,11 @@ class QorvPicture : public QWidget {
   // The filter engine whose notifications become ProcessInit/Process/ProcessComplete.
   cImageProcessDIB& mImageProcessDIB() const;
 
+  // Pictures declaring more pixels than this fail to load (error 170) before
+  // their pixels are read; 0 or less lifts the limit. Default 268435456.
+  qint64 MaxLoadPixels() const { return maxLoadPixels_; }
+  void setMaxLoadPixels(qint64 v) { maxLoadPixels_ = v; }
+
   // Writes the whole error record at once (flag 48 warning, 16 critical).
   void setError(qint32 code, const QString& description, qint32 flag);
   void setCurrentFile(const QString& path);
@@ -515,6 +520,7 @@ class QorvPicture : public QWidget {
   QString currentFile_;
   qint32 offsetX_ = 0;
   qint32 offsetY_ = 0;
+  qint64 maxLoadPixels_ = 268435456;
 
   // Render and gesture state.
   bool rendering_ = false;

@@ -1,0 +1,428 @@
+// The control's loading, saving and dialog members: what a host observes
+// (return values, error record, current file, offsets, busy pointer, events).
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QTemporaryDir>
+
+#include "ControlFixture.h"
+#include "imageio/ImageLoad.h"
+#include "platform/AutomationError.h"
+#include "platform/FileDialog.h"
+#include "platform/Shell.h"
+
+#include <FreeImage.h>
+
+namespace qorv::testing_support {
+namespace {
+
+class PointerHost : public RecordingHost {
+ public:
+  void setScreenMousePointer(int p) override {
+    pointers.push_back(p);
+    RecordingHost::setScreenMousePointer(p);
+  }
+  std::vector<int> pointers;
+};
+
+class ScriptedDialog final : public FileDialogService {
+ public:
+  std::vector<FileDialogResult> replies;
+  std::vector<FileDialogRequest> seen;
+  FileDialogResult run(const FileDialogRequest& r) override {
+    seen.push_back(r);
+    if (replies.empty()) return {};
+    FileDialogResult next = replies.front();
+    replies.erase(replies.begin());
+    return next;
+  }
+};
+
+// Reads a file with FreeImage directly, independently of the control.
+QImage readWithLibrary(const QString& path) {
+  const QByteArray native = QFile::encodeName(path);
+  FIBITMAP* dib = FreeImage_Load(FreeImage_GetFileType(native.constData(), 0), native.constData(), 0);
+  if (!dib) return QImage();
+  FIBITMAP* d32 = FreeImage_ConvertTo32Bits(dib);
+  FreeImage_Unload(dib);
+  const int w = static_cast<int>(FreeImage_GetWidth(d32));
+  const int h = static_cast<int>(FreeImage_GetHeight(d32));
+  QImage img(w, h, QImage::Format_RGB32);
+  for (int y = 0; y < h; ++y) {
+    const auto* row = reinterpret_cast<const quint32*>(FreeImage_GetScanLine(d32, static_cast<unsigned>(h - 1 - y)));
+    for (int x = 0; x < w; ++x) img.setPixel(x, y, row[x] | 0xFF000000u);
+  }
+  FreeImage_Unload(d32);
+  return img;
+}
+
+struct Event {
+  int id;
+  QVariantList args;
+};
+
+class ImageIOMethods : public ControlTest {
+ protected:
+  void SetUp() override {
+    ControlTest::SetUp();
+    setHost(&pointerHost);
+    setFileDialogService(&dialog);
+    ASSERT_TRUE(dir.isValid());
+    sizeTo(120, 90);
+    ctl->setEventHook([this](int id, QVariantList& args) { events.push_back({id, args}); });
+  }
+  void TearDown() override {
+    imageio::setFreeImageLoader(nullptr);
+    setFileDialogService(nullptr);
+    ControlTest::TearDown();
+  }
+
+  // A picture file written by Qt (not by the code under test).
+  QString writeImage(const QString& name, int w, int h, const char* format) {
+    const QString p = dir.filePath(name);
+    return testmodel::patternImage(w, h).save(p, format) ? p : QString();
+  }
+
+  // Ids of the load/save events only (frames raise their own events too).
+  std::vector<int> ioEvents() const {
+    std::vector<int> ids;
+    for (const Event& e : events)
+      if (e.id == 14 || e.id == 16 || e.id == 17 || e.id == 21) ids.push_back(e.id);
+    return ids;
+  }
+  const Event* last(int id) const {
+    for (auto it = events.rbegin(); it != events.rend(); ++it)
+      if (it->id == id) return &*it;
+    return nullptr;
+  }
+
+  PointerHost pointerHost;
+  ScriptedDialog dialog;
+  QTemporaryDir dir;
+  std::vector<Event> events;
+};
+
+TEST_F(ImageIOMethods, SuccessfulLoadHandsOverAndRaisesEventsInOrder) {
+  const QString png = writeImage(QStringLiteral("a.png"), 40, 30, "PNG");
+  ctl->setOffsetsSilently(7, 9);
+  QString path = png;
+  ASSERT_TRUE(ctl->LoadFreeImage(&path, -1, nullptr, true));
+  EXPECT_EQ(ctl->CurrentFile(), png);
+  EXPECT_EQ(ctl->OffsetX(), 0);
+  EXPECT_EQ(ctl->OffsetY(), 0);
+  EXPECT_EQ(ctl->LastErrorCode(), 0);
+  ASSERT_NE(ctl->Picture(), nullptr);
+  EXPECT_EQ(ctl->Picture()->Width(), 40);
+  EXPECT_EQ(ctl->Picture()->Height(), 30);
+  EXPECT_EQ(ctl->Picture()->toImage(), testmodel::patternImage(40, 30).convertToFormat(QImage::Format_RGB32));
+  EXPECT_EQ(ioEvents(), (std::vector<int>{17, 14, 21}));
+  EXPECT_EQ(last(14)->args, (QVariantList{png, 13}));
+  EXPECT_EQ(last(21)->args, (QVariantList{png}));
+  EXPECT_EQ(pointerHost.pointers.front(), 11);
+  EXPECT_EQ(pointerHost.pointers.back(), 0);
+}
+
+TEST_F(ImageIOMethods, RenderedLoadEndsWithTheSameThreeEvents) {
+  const QString png = writeImage(QStringLiteral("b.png"), 50, 20, "PNG");
+  ctl->setFastLoad(true);
+  ASSERT_TRUE(ctl->LoadFreeImage(png));
+  const std::vector<int> ids = ioEvents();
+  ASSERT_GE(ids.size(), 3u);
+  EXPECT_EQ(std::vector<int>(ids.end() - 3, ids.end()), (std::vector<int>{17, 14, 21}));
+  for (std::size_t i = 0; i + 3 < ids.size(); ++i) EXPECT_EQ(ids[i], 17);
+  EXPECT_GT(ctl->framesComposed(), 0);
+  ASSERT_NE(ctl->Picture(), nullptr);
+  EXPECT_EQ(ctl->Picture()->toImage(), testmodel::patternImage(50, 20).convertToFormat(QImage::Format_RGB32));
+}
+
+TEST_F(ImageIOMethods, FailuresKeepStateAndRaiseNothing) {
+  const QString good = writeImage(QStringLiteral("good.bmp"), 16, 12, "BMP");
+  ASSERT_TRUE(ctl->LoadFreeImage(good));
+  ctl->setOffsetsSilently(3, 4);
+  const gdi::HBITMAP shown = handleOf(ctl->Picture());
+  QFile junk(dir.filePath(QStringLiteral("junk.png")));
+  ASSERT_TRUE(junk.open(QIODevice::WriteOnly));
+  junk.write("definitely not a picture");
+  junk.close();
+
+  struct Case {
+    QString file;
+    int code;
+    QString text;
+    int flag;
+  };
+  const Case cases[] = {
+      {dir.filePath(QStringLiteral("junk.png")), 170,
+       QStringLiteral("Error loading file. File may be too large or corrupted."), 48},
+      {dir.filePath(QStringLiteral("missing.xyz")), 101, QStringLiteral("File format not supported (xyz)"), 48},
+      {dir.filePath(QStringLiteral("x.png")), 101, QStringLiteral("File format not supported (png)"), 48},
+  };
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    const Case& c = cases[i];
+    SCOPED_TRACE(c.file.toStdString());
+    events.clear();
+    // The last case goes through the platform loader, which takes only its own formats.
+    const bool ok = i == 2 ? ctl->LoadVBPicture(c.file) : ctl->LoadFreeImage(c.file);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(ctl->LastErrorCode(), c.code);
+    EXPECT_EQ(ctl->LastErrorDescription(), c.text);
+    EXPECT_EQ(ctl->LastErrorFlag(), c.flag);
+    EXPECT_EQ(ctl->CurrentFile(), good);
+    EXPECT_EQ(ctl->OffsetX(), 3);
+    EXPECT_EQ(ctl->OffsetY(), 4);
+    EXPECT_EQ(handleOf(ctl->Picture()), shown);
+    EXPECT_TRUE(events.empty());
+    EXPECT_EQ(pointerHost.pointers.back(), 0);
+  }
+  // The next load starts from a clean record.
+  ASSERT_TRUE(ctl->LoadFreeImage(good));
+  EXPECT_EQ(ctl->LastErrorCode(), 0);
+  EXPECT_EQ(ctl->LastErrorDescription(), QString());
+}
+
+TEST_F(ImageIOMethods, PixelLimitIsAPropertyOfTheControl) {
+  const QString png = writeImage(QStringLiteral("c.png"), 20, 10, "PNG");
+  EXPECT_EQ(ctl->MaxLoadPixels(), 268435456);
+  ctl->setMaxLoadPixels(199);
+  EXPECT_FALSE(ctl->LoadFreeImage(png));
+  EXPECT_EQ(ctl->LastErrorCode(), 170);
+  ctl->setMaxLoadPixels(200);
+  EXPECT_TRUE(ctl->LoadFreeImage(png));
+}
+
+TEST_F(ImageIOMethods, NoLoadingHourGlassKeepsTheBusyPointerAway) {
+  const QString png = writeImage(QStringLiteral("d.png"), 8, 8, "PNG");
+  ctl->setNoLoadingHourGlass(true);
+  pointerHost.pointers.clear();
+  ASSERT_TRUE(ctl->LoadFreeImage(png));
+  EXPECT_EQ(std::count(pointerHost.pointers.begin(), pointerHost.pointers.end(), 11), 0);
+}
+
+TEST_F(ImageIOMethods, JpegQualityPropertyReachesTheLibraryForJpegOnly) {
+  const QString jpg = writeImage(QStringLiteral("e.jpg"), 16, 16, "JPG");
+  const QString png = writeImage(QStringLiteral("e.png"), 16, 16, "PNG");
+  std::vector<std::pair<int, int>> calls;
+  imageio::setFreeImageLoader([&](std::int32_t fif, const char* p, std::int32_t flags) {
+    calls.emplace_back(fif, flags & ~FIF_LOAD_NOPIXELS);
+    return imageio::DefaultFreeImageLoad(fif, p, flags);
+  });
+  ctl->setJPEG_LOAD_QUALITY(1);
+  ASSERT_TRUE(ctl->LoadFreeImage(jpg));
+  ASSERT_TRUE(ctl->LoadFreeImage(png));
+  ASSERT_FALSE(calls.empty());
+  for (const auto& [fif, flags] : calls) EXPECT_EQ(flags, fif == FIF_JPEG ? 1 : 0) << fif;
+  EXPECT_TRUE(std::any_of(calls.begin(), calls.end(), [](auto c) { return c.first == FIF_JPEG; }));
+}
+
+TEST_F(ImageIOMethods, PlatformFormatsBypassTheImageLibrary) {
+  // BMP data under a .gif name: only the platform loader (which reads content)
+  // accepts it, whatever type is forced.
+  const QString bmp = writeImage(QStringLiteral("photo.bmp"), 12, 6, "BMP");
+  const QString gif = dir.filePath(QStringLiteral("photo.gif"));
+  ASSERT_TRUE(QFile::copy(bmp, gif));
+  bool libraryCalled = false;
+  imageio::setFreeImageLoader([&](std::int32_t, const char*, std::int32_t) {
+    libraryCalled = true;
+    return static_cast<FIBITMAP*>(nullptr);
+  });
+  ASSERT_TRUE(ctl->LoadFreeImage(gif, FIF_JPEG));
+  EXPECT_FALSE(libraryCalled);
+  EXPECT_EQ(ctl->CurrentFile(), gif);
+  EXPECT_EQ(ctl->Picture()->Width(), 12);
+  EXPECT_EQ(last(14)->args, (QVariantList{gif, -1}));
+
+  // A format the platform loader cannot read.
+  QFile wmf(dir.filePath(QStringLiteral("drawing.wmf")));
+  ASSERT_TRUE(wmf.open(QIODevice::WriteOnly));
+  wmf.write("not really a metafile");
+  wmf.close();
+  EXPECT_FALSE(ctl->LoadFreeImage(wmf.fileName()));
+  EXPECT_EQ(ctl->LastErrorCode(), 500);
+  EXPECT_EQ(ctl->LastErrorDescription(), QStringLiteral("Invalid file format!"));
+  EXPECT_EQ(ctl->LastErrorFlag(), 16);
+  EXPECT_EQ(ctl->CurrentFile(), gif);
+}
+
+TEST_F(ImageIOMethods, LoadDialogIsAskedWhenThePathIsEmpty) {
+  const QString png = writeImage(QStringLiteral("f.png"), 10, 10, "PNG");
+  ASSERT_TRUE(ctl->LoadFreeImage(png));
+  const QString second = writeImage(QStringLiteral("g.png"), 11, 9, "PNG");
+  dialog.replies = {{true, second, 14}, {false, QString(), 1}};
+
+  QString path;
+  QString initDir = QStringLiteral("/somewhere/else");
+  ASSERT_TRUE(ctl->LoadFreeImage(&path, -1, &initDir, false));
+  EXPECT_EQ(path, second);
+  EXPECT_EQ(initDir, QDir(dir.path()).path() + u'/');
+  ASSERT_EQ(dialog.seen.size(), 1u);
+  const FileDialogRequest& r = dialog.seen[0];
+  EXPECT_EQ(r.title, QStringLiteral("Load Picture..."));
+  EXPECT_EQ(r.filterIndex, 1);
+  EXPECT_FALSE(r.save);
+  EXPECT_EQ(r.initialDir, initDir);
+  EXPECT_EQ(r.descriptions.value(0), QStringLiteral("All Supported formats"));
+  EXPECT_EQ(r.descriptions.size(), 27);
+  EXPECT_EQ(ctl->CurrentFile(), second);
+
+  // Cancelled: nothing recorded, nothing raised, the picture stays.
+  events.clear();
+  const gdi::HBITMAP shown = handleOf(ctl->Picture());
+  QString none;
+  EXPECT_FALSE(ctl->LoadFreeImage(&none));
+  EXPECT_TRUE(none.isEmpty());
+  EXPECT_TRUE(events.empty());
+  EXPECT_EQ(ctl->LastErrorCode(), 0);
+  EXPECT_EQ(handleOf(ctl->Picture()), shown);
+  EXPECT_EQ(ctl->CurrentFile(), second);
+}
+
+TEST_F(ImageIOMethods, SaveRaisesItsEventsAndUpdatesTheCurrentFileOnRequest) {
+  const QString png = writeImage(QStringLiteral("h.png"), 21, 13, "PNG");
+  ASSERT_TRUE(ctl->LoadFreeImage(png));
+  struct Case {
+    const char* name;
+    int fifType;
+    bool useNew;
+    int fif;
+    std::vector<int> ids;
+  };
+  const Case cases[] = {
+      {"out.bmp", -1, false, FIF_BMP, {16}},
+      {"out.tif", -1, true, FIF_TIFF, {21, 16}},
+      {"png-data.jpg", FIF_PNG, false, FIF_PNG, {16}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    events.clear();
+    const QString before = ctl->CurrentFile();
+    QString target = dir.filePath(QString::fromLatin1(c.name));
+    ASSERT_TRUE(ctl->SaveFreeImage(&target, 0, c.fifType, c.useNew));
+    EXPECT_EQ(ioEvents(), c.ids);
+    EXPECT_EQ(last(16)->args, (QVariantList{target, c.fif}));
+    EXPECT_EQ(ctl->CurrentFile(), c.useNew ? target : before);
+    EXPECT_EQ(readWithLibrary(target), testmodel::patternImage(21, 13));
+  }
+  EXPECT_EQ(pointerHost.pointers.back(), 0);
+}
+
+TEST_F(ImageIOMethods, SaveFailuresRecordErrorsThatLaterSavesDoNotClear) {
+  QString target = dir.filePath(QStringLiteral("nothing.png"));
+  EXPECT_FALSE(ctl->SaveFreeImage(&target));
+  EXPECT_EQ(ctl->LastErrorCode(), 400);
+  EXPECT_EQ(ctl->LastErrorDescription(), QStringLiteral("There is no picture to save"));
+  EXPECT_EQ(ctl->LastErrorFlag(), 48);
+  EXPECT_FALSE(QFile::exists(target));
+
+  ASSERT_TRUE(ctl->LoadFreeImage(writeImage(QStringLiteral("i.png"), 9, 9, "PNG")));
+  events.clear();
+  QString gif = dir.filePath(QStringLiteral("anim.gif"));
+  EXPECT_FALSE(ctl->SaveFreeImage(&gif));
+  EXPECT_EQ(ctl->LastErrorCode(), 101);
+  EXPECT_EQ(ctl->LastErrorDescription(), QStringLiteral("File format not supported (gif)"));
+  QString missingDir = dir.filePath(QStringLiteral("no/dir/a.png"));
+  EXPECT_FALSE(ctl->SaveFreeImage(&missingDir));
+  EXPECT_EQ(ctl->LastErrorCode(), 900);
+  EXPECT_EQ(ctl->LastErrorFlag(), 16);
+  EXPECT_TRUE(events.empty());
+
+  QString fine = dir.filePath(QStringLiteral("fine.png"));
+  ASSERT_TRUE(ctl->SaveFreeImage(&fine));
+  EXPECT_EQ(ctl->LastErrorCode(), 900);
+}
+
+TEST_F(ImageIOMethods, SaveDialogAppendsTheSelectedFiltersExtension) {
+  const QString png = writeImage(QStringLiteral("photo.png"), 8, 8, "PNG");
+  ASSERT_TRUE(ctl->LoadFreeImage(png));
+  struct Case {
+    QString typed;
+    int filterLeft;
+    QString saved;
+  };
+  const QString d = dir.path() + u'/';
+  const Case cases[] = {
+      {d + QStringLiteral("photo.png"), 9, d + QStringLiteral("photo.png.JPG")},
+      {d + QStringLiteral("photo"), 9, d + QStringLiteral("photo.JPG")},
+      {d + QStringLiteral("copy.png"), 10, d + QStringLiteral("copy.png")},
+      {d + QStringLiteral("copy.TIF"), 11, d + QStringLiteral("copy.TIF")},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.typed.toStdString());
+    dialog.seen.clear();
+    dialog.replies = {{true, c.typed, c.filterLeft}};
+    QString path;
+    ASSERT_TRUE(ctl->SaveFreeImage(&path));
+    EXPECT_EQ(path, c.saved);
+    EXPECT_TRUE(QFile::exists(c.saved));
+    ASSERT_EQ(dialog.seen.size(), 1u);
+    const FileDialogRequest& r = dialog.seen[0];
+    EXPECT_EQ(r.title, QStringLiteral("Save Picture..."));
+    EXPECT_TRUE(r.save);
+    EXPECT_EQ(r.flags, 2u);
+    EXPECT_EQ(r.filterIndex, 10);  // the current file is a PNG
+    EXPECT_EQ(r.fileName, QStringLiteral("photo.png"));
+    EXPECT_EQ(r.descriptions.size(), 11);
+  }
+  // Cancelled: no error, no event.
+  events.clear();
+  dialog.replies = {{false, QString(), 10}};
+  QString path;
+  ctl->ClearError();
+  EXPECT_FALSE(ctl->SaveFreeImage(&path));
+  EXPECT_EQ(ctl->LastErrorCode(), 0);
+  EXPECT_TRUE(events.empty());
+}
+
+TEST_F(ImageIOMethods, DialogMemberWritesItsByReferenceArgumentsBack) {
+  dialog.replies = {{true, QStringLiteral("/tmp/x.png"), 3}};
+  QString pattern = QStringLiteral("A|*.a|B|*.b|C|*.c");
+  QString title;
+  QVariant filter = QStringLiteral("2");
+  EXPECT_EQ(ctl->Dialog(&pattern, 0, QString(), &title, 0, false, &filter, QString()), QStringLiteral("/tmp/x.png"));
+  EXPECT_FALSE(pattern.contains(u'|'));
+  EXPECT_EQ(title, qorv::host().appTitle());
+  EXPECT_EQ(dialog.seen.at(0).filterIndex, 2);
+  EXPECT_EQ(filter.toInt(), 3);
+
+  QVariant bad = QStringLiteral("two");
+  EXPECT_THROW(ctl->Dialog(&pattern, 0, QString(), &title, 0, false, &bad, QString()), AutomationError);
+
+  // Through the dispatch table, by name.
+  dialog.replies = {{false, QString(), 2}};
+  QVariantList args{QStringLiteral("A|*.a"), 0, QString(), QString(), QVariant(), QVariant(), 1, QVariant()};
+  EXPECT_EQ(ctl->invoke(QStringLiteral("Dialog"), QorvPicture::Method, args).toString(), QString());
+  EXPECT_EQ(args[2 + 1].toString(), qorv::host().appTitle());
+  EXPECT_EQ(args[6].toInt(), 2);
+}
+
+TEST_F(ImageIOMethods, ShellExecuteAndPathMembers) {
+  struct Shell final : ShellService {
+    int code = 2;
+    std::int32_t execute(std::uint32_t, const QString&, const QString&, const QString&, const QString&,
+                         int) override {
+      return code;
+    }
+  } shell;
+  setShellService(&shell);
+  EXPECT_EQ(ctl->ShellExecute(QStringLiteral("/nope.txt"), QString()), 0);
+  shell.code = 3;
+  EXPECT_EQ(ctl->ShellExecute(QStringLiteral("/no/dir/x"), QString()), 3);
+  shell.code = 42;
+  EXPECT_EQ(ctl->ShellExecute(QStringLiteral("/x"), QString()), 42);
+  setShellService(nullptr);
+
+  EXPECT_EQ(ctl->FileExtension(QStringLiteral("photo.jpg"), true), QStringLiteral(".jpg"));
+  EXPECT_EQ(ctl->FileName(QStringLiteral("a/b.png")), QStringLiteral("b.png"));
+  EXPECT_EQ(ctl->RemoveFileExtension(QStringLiteral("README")), QString());
+  EXPECT_EQ(ctl->GetFIFFormatFromExtension(QStringLiteral("C:\\pics\\a.JPEG")), 2);
+  EXPECT_EQ(ctl->FreeImageFormatCount(), 26);
+  QString ext = QStringLiteral("jpg");
+  EXPECT_EQ(ctl->FreeImageGetFormatExtensionIndex(10, &ext), -1);
+  EXPECT_EQ(ext, QStringLiteral(".jpg"));
+  qint32 idx = 0;
+  ctl->FreeImageSavePattern(&idx, QStringLiteral("JPE"));
+  EXPECT_EQ(idx, 9);
+  EXPECT_THROW(ctl->FreeImageFormat(26), AutomationError);
+}
+
+}  // namespace
+}  // namespace qorv::testing_support
