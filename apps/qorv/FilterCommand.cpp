@@ -1,0 +1,257 @@
+#include "FilterCommand.h"
+
+#include <unistd.h>
+
+#include <QApplication>
+#include <QFile>
+#include <QRegularExpression>
+#include <QTextStream>
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "control/QorvPicture.h"
+#include "platform/AutomationError.h"
+
+namespace {
+
+using qorv::QorvPicture;
+
+void err(const QString& text) {
+  std::fputs(text.toLocal8Bit().constData(), stderr);
+  std::fputc('\n', stderr);
+}
+
+struct Step {
+  QString name;
+  std::function<void(QorvPicture&)> run;
+};
+
+// Reads the words of the command line one operation at a time.
+class Parser {
+ public:
+  explicit Parser(const QStringList& words) : w_(words) {}
+  bool done() const { return i_ >= w_.size(); }
+  QString next() { return i_ < w_.size() ? w_[i_++] : QString(); }
+  std::optional<QString> peek() const { return i_ < w_.size() ? std::optional<QString>(w_[i_]) : std::nullopt; }
+  std::optional<qint32> integer(const QString& op) {
+    const QString word = next();
+    bool ok = false;
+    const qint32 v = word.toInt(&ok);
+    if (!ok) {
+      err(QStringLiteral("qorv filter: %1 needs a whole number, got \"%2\"").arg(op, word));
+      return std::nullopt;
+    }
+    return v;
+  }
+
+ private:
+  QStringList w_;
+  qsizetype i_ = 0;
+};
+
+// A kernel file: whitespace-separated integers, one row per line, an odd
+// number of rows each as long as there are rows. Line k is vertical offset
+// k - r; entry m of a line is horizontal offset m - r.
+std::optional<qorv::IntArray2D> readKernel(const QString& path) {
+  QFile f(path);
+  if (!f.open(QIODevice::ReadOnly | QIODevice::Text)) {
+    err(QStringLiteral("qorv filter: cannot read kernel file \"%1\"").arg(path));
+    return std::nullopt;
+  }
+  std::vector<std::vector<qint16>> rows;
+  QTextStream in(&f);
+  while (!in.atEnd()) {
+    const QString line = in.readLine().trimmed();
+    if (line.isEmpty()) continue;
+    std::vector<qint16> row;
+    for (const QString& word : line.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts)) {
+      bool ok = false;
+      const int v = word.toInt(&ok);
+      if (!ok || v < -32768 || v > 32767) {
+        err(QStringLiteral("qorv filter: \"%1\" in %2 is not a 16-bit integer").arg(word, path));
+        return std::nullopt;
+      }
+      row.push_back(static_cast<qint16>(v));
+    }
+    rows.push_back(std::move(row));
+  }
+  const int n = static_cast<int>(rows.size());
+  bool square = n % 2 == 1;
+  for (const auto& r : rows) square = square && static_cast<int>(r.size()) == n;
+  if (!square) {
+    err(QStringLiteral("qorv filter: the kernel in %1 must be an odd square of integers").arg(path));
+    return std::nullopt;
+  }
+  qorv::IntArray2D a = qorv::IntArray2D::centred(n / 2);
+  for (int line = 0; line < n; ++line) {
+    for (int m = 0; m < n; ++m) {
+      // Stored with the horizontal offset as the first index.
+      a.values[static_cast<std::size_t>(m * a.count2() + line)] = rows[static_cast<std::size_t>(line)][static_cast<std::size_t>(m)];
+    }
+  }
+  return a;
+}
+
+std::optional<std::vector<Step>> parseSteps(Parser& p) {
+  using qorv::gEFilterTypes;
+  static const std::pair<const char*, gEFilterTypes> filters[] = {
+      {"blur", gEFilterTypes::eBlur},         {"blurmore", gEFilterTypes::eBlurMore},
+      {"soften", gEFilterTypes::eSoften},     {"softenmore", gEFilterTypes::eSoftenMore},
+      {"sharpen", gEFilterTypes::eSharpen},   {"sharpenmore", gEFilterTypes::eSharpenMore},
+      {"unsharp", gEFilterTypes::eUnSharp},   {"emboss", gEFilterTypes::eEmboss},
+      {"median", gEFilterTypes::eMedian},     {"minimum", gEFilterTypes::eMinimum},
+      {"maximum", gEFilterTypes::eMaximum},
+  };
+  std::vector<Step> steps;
+  while (!p.done()) {
+    const QString op = p.next();
+    bool known = false;
+    for (const auto& [name, type] : filters) {
+      if (op == QLatin1String(name)) {
+        const auto t = static_cast<qint32>(type);
+        steps.push_back({op, [t](QorvPicture& c) { c.ApplyFilter(t); }});
+        known = true;
+      }
+    }
+    if (known) continue;
+    if (op == QLatin1String("custom")) {
+      const QString file = p.next();
+      const auto kernel = readKernel(file);
+      if (!kernel) return std::nullopt;
+      const auto weight = p.integer(op);
+      if (!weight) return std::nullopt;
+      steps.push_back({op, [k = *kernel, w = *weight](QorvPicture& c) {
+                         c.AddCustomFilter(k);
+                         c.ApplyFilter(static_cast<qint32>(qorv::gEFilterTypes::eCustom), w);
+                       }});
+    } else if (op == QLatin1String("grayscale")) {
+      steps.push_back({op, [](QorvPicture& c) { c.Grayscale(); }});
+    } else if (op == QLatin1String("bw")) {
+      steps.push_back({op, [](QorvPicture& c) { c.BlackAndWhite(); }});
+    } else if (op == QLatin1String("invert")) {
+      steps.push_back({op, [](QorvPicture& c) { c.Invert(); }});
+    } else if (op == QLatin1String("noise")) {
+      const auto percent = p.integer(op);
+      if (!percent) return std::nullopt;
+      const bool random = p.peek() == QStringLiteral("random");
+      if (random) p.next();
+      steps.push_back({op, [v = *percent, random](QorvPicture& c) { c.AddNoise(v, random); }});
+    } else if (op == QLatin1String("darken") || op == QLatin1String("lighten")) {
+      const auto amount = p.integer(op);
+      if (!amount) return std::nullopt;
+      const bool darken = op == QLatin1String("darken");
+      steps.push_back({op, [v = *amount, darken](QorvPicture& c) {
+                         darken ? c.Darken(QVariant(v)) : c.Lighten(QVariant(v));
+                       }});
+    } else if (op == QLatin1String("flip")) {
+      const auto o = p.integer(op);
+      if (!o || *o < 0 || *o > 2) {
+        err(QStringLiteral("qorv filter: flip takes 0 (horizontal), 1 (vertical) or 2 (both)"));
+        return std::nullopt;
+      }
+      steps.push_back({op, [v = *o](QorvPicture& c) { c.Flip(v); }});
+    } else if (op == QLatin1String("rotate")) {
+      const QString dir = p.next();
+      if (dir != QLatin1String("cw") && dir != QLatin1String("ccw")) {
+        err(QStringLiteral("qorv filter: rotate takes cw or ccw"));
+        return std::nullopt;
+      }
+      const bool cw = dir == QLatin1String("cw");
+      steps.push_back({op, [cw](QorvPicture& c) { c.Rotate(cw); }});
+    } else if (op == QLatin1String("resample")) {
+      const QString size = p.next();
+      const QRegularExpressionMatch m =
+          QRegularExpression(QStringLiteral("^(\\d{1,9})[xX](\\d{1,9})$")).match(size);
+      const int w = m.hasMatch() ? m.captured(1).toInt() : 0;
+      const int h = m.hasMatch() ? m.captured(2).toInt() : 0;
+      if (w < 1 || h < 1) {
+        err(QStringLiteral("qorv filter: resample takes WIDTHxHEIGHT, got \"%1\"").arg(size));
+        return std::nullopt;
+      }
+      steps.push_back({op, [w, h](QorvPicture& c) {
+                         const int before = c.OrgPictureWidth();
+                         c.Resample(w, h);
+                         if (c.OrgPictureWidth() != w && before != w) {
+                           throw qorv::AutomationError(7, "qorv", "Out of memory");
+                         }
+                       }});
+    } else {
+      err(QStringLiteral("qorv filter: unknown operation \"%1\"").arg(op));
+      return std::nullopt;
+    }
+  }
+  return steps;
+}
+
+}  // namespace
+
+QString filterCommandUsage() {
+  return QStringLiteral(
+      "usage: qorv filter IN OUT OP [ARGS] [OP [ARGS]...]\n"
+      "operations, applied in order:\n"
+      "  blur blurmore soften softenmore sharpen sharpenmore unsharp emboss\n"
+      "  median minimum maximum grayscale bw invert\n"
+      "  custom KERNELFILE WEIGHT   (whitespace-separated integers, one row per line, odd square)\n"
+      "  noise PERCENT [random]     darken AMOUNT     lighten AMOUNT\n"
+      "  flip 0|1|2                 rotate cw|ccw     resample WxH");
+}
+
+int runFilterCommand(const QStringList& args) {
+  if (args.size() < 3) {
+    err(filterCommandUsage());
+    return 2;
+  }
+  Parser parser(args.mid(2));
+  const auto steps = parseSteps(parser);
+  if (!steps) return 2;
+
+  std::unique_ptr<QApplication> ownApp;
+  if (QCoreApplication::instance() == nullptr) {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    static int argc = 1;
+    static char name[] = "qorv";
+    static char* argv[] = {name, nullptr};
+    ownApp = std::make_unique<QApplication>(argc, argv);
+  }
+
+  QorvPicture control;
+  control.resize(64, 64);
+  const bool progress = isatty(STDERR_FILENO) != 0;
+  if (progress) {
+    auto maxSeen = std::make_shared<int>(0);
+    QObject::connect(&control, &QorvPicture::ProcessInit, [maxSeen](int max, const QString&) { *maxSeen = max; });
+    QObject::connect(&control, &QorvPicture::Process, [maxSeen](int value, const QString& d) {
+      const int pct = *maxSeen > 0 ? static_cast<int>(100LL * value / *maxSeen) : 100;
+      std::fprintf(stderr, "\r%s %3d%%", d.toLocal8Bit().constData(), pct);
+    });
+    QObject::connect(&control, &QorvPicture::ProcessComplete, [](const QString& d) {
+      std::fprintf(stderr, "\r%s done\n", d.toLocal8Bit().constData());
+    });
+  }
+
+  QString in = args[0];
+  if (!control.LoadFreeImage(&in, -1, nullptr, true)) {
+    err(QStringLiteral("qorv filter: cannot load \"%1\": %2").arg(args[0], control.LastErrorDescription()));
+    return 1;
+  }
+  for (const Step& s : *steps) {
+    try {
+      s.run(control);
+    } catch (const qorv::AutomationError& e) {
+      err(QStringLiteral("qorv filter: %1 failed: %2").arg(s.name, QString::fromStdString(e.description())));
+      return 1;
+    } catch (const std::bad_alloc&) {
+      err(QStringLiteral("qorv filter: %1 failed: out of memory").arg(s.name));
+      return 1;
+    }
+  }
+  QString out = args[1];
+  if (!control.SaveFreeImage(&out)) {
+    err(QStringLiteral("qorv filter: cannot save \"%1\": %2").arg(args[1], control.LastErrorDescription()));
+    return 1;
+  }
+  return 0;
+}
