@@ -36,10 +36,6 @@ class Clipboard : public ::testing::Test {
 
 TEST_F(Clipboard, CallsNeedAnOpenClipboard) {
   const HBITMAP hbm = filledBitmap(2, 2, 0x010203);
-  struct Case {
-    const char* name;
-    std::int64_t result;
-  };
   SetLastError(0);
   EXPECT_EQ(EmptyClipboard(), FALSE);
   EXPECT_EQ(GetLastError(), ERROR_CLIPBOARD_NOT_OPEN);
