@@ -128,7 +128,9 @@ struct POINT {
 HDC CreateCompatibleDC(HDC hdc);
 // A device-dependent bitmap: 32-bit B,G,R,X rows, top-down, zero-filled.
 // (Unlike the classic model, a memory DC's stock bitmap does not make the result
-// monochrome: every compatible bitmap has colour.)
+// monochrome: every compatible bitmap has colour.) A size <= 0 fails with
+// ERROR_INVALID_PARAMETER rather than giving the classic 1x1 monochrome bitmap;
+// more than 2 GiB of pixels fails with ERROR_NOT_ENOUGH_MEMORY.
 HBITMAP CreateCompatibleBitmap(HDC hdc, int cx, int cy);
 // A DIB section with the layout of `pbmi` (1, 4, 8, 16, 24 or 32 bits; positive
 // height is bottom-up). `*ppvBits` receives the first byte of pixel memory.
@@ -148,8 +150,12 @@ int GetDIBits(HDC hdc, HBITMAP hbm, UINT start, UINT cLines, void* lpvBits, BITM
 // Selects a bitmap into a memory DC and returns the previous one (0 on failure).
 // A bitmap can be selected into one DC at a time.
 HGDIOBJ SelectObject(HDC hdc, HGDIOBJ h);
-// Fails (FALSE) for a bitmap that is selected into a DC.
+// Fails (FALSE, ERROR_INVALID_PARAMETER) for a bitmap that is selected into a
+// DC. The stock bitmap is shared: deleting it returns TRUE and does nothing. A
+// DC handle is deleted as DeleteDC would. A window bound to a deleted bitmap
+// draws nowhere (its DCs fail with ERROR_INVALID_HANDLE) until rebound.
 BOOL DeleteObject(HGDIOBJ ho);
+// Deletes a memory DC (giving its bitmap back) or a DC from GetDC.
 BOOL DeleteDC(HDC hdc);
 // Fills a BITMAP (c >= 24) for a bitmap handle; returns the bytes written.
 int GetObjectA(HANDLE h, int c, void* pv);
@@ -157,6 +163,14 @@ int GetObjectA(HANDLE h, int c, void* pv);
 DWORD GetObjectType(HGDIOBJ h);
 
 // --- blits ------------------------------------------------------------------
+// Blits clip to the destination first and then to the source: destination
+// pixels whose source pixels lie outside the source surface are left alone.
+// A negative extent w at x covers x+w+1 .. x; when the destination and source
+// signs differ the result is mirrored (the unmirrored result drawn reversed).
+// 32-bit destinations get an X byte of 0. Extents beyond +-2^23 fail with
+// ERROR_INVALID_PARAMETER, as does a zero source extent; a zero destination
+// extent draws nothing and succeeds. HALFTONE is exact integer arithmetic,
+// rounding halves up. A blit onto its own surface reads a snapshot.
 
 BOOL BitBlt(HDC hdc, int x, int y, int cx, int cy, HDC hdcSrc, int x1, int y1, DWORD rop);
 BOOL StretchBlt(HDC hdcDest, int xDest, int yDest, int wDest, int hDest, HDC hdcSrc, int xSrc, int ySrc,
@@ -165,7 +179,8 @@ int GetStretchBltMode(HDC hdc);
 // Returns the previous mode, 0 on failure (invalid handle or mode outside 1..4).
 int SetStretchBltMode(HDC hdc, int mode);
 // lpPoint[0..2]: where the source's top-left, top-right and bottom-left corners
-// land. Only hbmMask == 0 is supported.
+// land. Only hbmMask == 0 is supported. Collinear points, or coordinates beyond
+// +-2^28, fail with ERROR_INVALID_PARAMETER.
 BOOL PlgBlt(HDC hdcDest, const POINT* lpPoint, HDC hdcSrc, int xSrc, int ySrc, int width, int height,
             HBITMAP hbmMask, int xMask, int yMask);
 
@@ -179,6 +194,8 @@ int ReleaseDC(HWND hwnd, HDC hdc);
 
 // --- clipboard ----------------------------------------------------------------
 
+// Opening again on the same thread succeeds; while another thread has it open,
+// fails with ERROR_ACCESS_DENIED (5).
 BOOL OpenClipboard(HWND hwnd);
 BOOL EmptyClipboard();
 // CF_BITMAP only: the clipboard takes ownership of the bitmap, and the image
