@@ -108,6 +108,7 @@ void buildAxis(i64 dOrigin, i64 D, i64 sOrigin, i64 S, bool mirror, int clipLo, 
   out.wofs.clear();
   out.w.clear();
   out.den = 1;
+  out.shrinking = D < S;
   if (clipHi <= clipLo || D <= 0 || S <= 0) return;
   if (kind == Footprint::Weights) out.den = D == S ? 1 : D > S ? static_cast<u64>(2 * D) : static_cast<u64>(S);
 
@@ -451,6 +452,63 @@ void weightsPath(const Image& dst, const Image& src, const AxisMap& ax, const Ax
   }
 }
 
+// Shrinking vertically, the source rows of one destination row are first
+// summed column by column (weighted), then the single row of column sums is
+// reduced horizontally: every source pixel is touched about once, in order.
+void addWeightedRow(std::uint32_t* __restrict sums, const std::uint32_t* __restrict s, std::uint32_t w, int n) {
+  int x = 0;
+#ifdef __SSE2__
+  if (w < 32768) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i ww = _mm_set1_epi32(static_cast<int>(w));
+    for (; x + 2 <= n; x += 2) {
+      const __m128i two = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(s + x)), zero);
+      auto* d = reinterpret_cast<__m128i*>(sums + 4 * x);
+      const __m128i lo = _mm_madd_epi16(_mm_unpacklo_epi16(two, zero), ww);
+      const __m128i hi = _mm_madd_epi16(_mm_unpackhi_epi16(two, zero), ww);
+      _mm_storeu_si128(d, _mm_add_epi32(_mm_loadu_si128(d), lo));
+      _mm_storeu_si128(d + 1, _mm_add_epi32(_mm_loadu_si128(d + 1), hi));
+    }
+  }
+#endif
+  for (; x < n; ++x) {
+    const std::uint32_t v = s[x];
+    std::uint32_t* d = sums + 4 * x;
+    d[0] += w * (v & 0xFFu);
+    d[1] += w * ((v >> 8) & 0xFFu);
+    d[2] += w * ((v >> 16) & 0xFFu);
+  }
+}
+
+void weightsPathColumnsFirst(const Image& dst, const Image& src, const AxisMap& ax, const AxisMap& ay,
+                             StoreFn store, int i0, int i1) {
+  int c0 = 0, cn = 0;
+  columnRange(ax, c0, cn);
+  RowSource rows(src, c0, cn);
+  const std::size_t un = static_cast<std::size_t>(ax.count);
+  std::vector<std::uint32_t> sums(4 * static_cast<std::size_t>(cn));  // b, g, r, unused per column
+  std::vector<std::uint32_t> out(un), tmp(un);
+  const RoundingDivider divide(static_cast<u64>(ax.den) * ay.den);
+  for (int i = i0; i < i1; ++i) {
+    const std::size_t yi = static_cast<std::size_t>(i);
+    std::fill(sums.begin(), sums.end(), 0u);
+    for (int t = 0; t < ay.len[yi]; ++t)
+      addWeightedRow(sums.data(), rows.get(ay.first[yi] + t), ay.w[ay.wofs[yi] + static_cast<std::size_t>(t)], cn);
+    for (std::size_t x = 0; x < un; ++x) {
+      const std::uint32_t* p = &sums[4 * static_cast<std::size_t>(ax.first[x] - c0)];
+      const std::uint32_t* w = &ax.w[ax.wofs[x]];
+      u64 b = 0, g = 0, r = 0;
+      for (int k = 0; k < ax.len[x]; ++k, p += 4) {
+        b += static_cast<u64>(w[k]) * p[0];
+        g += static_cast<u64>(w[k]) * p[1];
+        r += static_cast<u64>(w[k]) * p[2];
+      }
+      out[x] = divide(b) | (divide(g) << 8) | (divide(r) << 16);
+    }
+    store(dst, ay.start + i, ax.start, ax.count, out.data(), tmp.data());
+  }
+}
+
 }  // namespace
 
 void stretchImage(const Image& dst, const Image* src, const StretchRequest& r) {
@@ -504,7 +562,12 @@ void stretchImage(const Image& dst, const Image* src, const StretchRequest& r) {
     const std::int64_t perRow = contiguousColumns(ax) && store == kStores[0xC] ? 0 : ax.count;
     splitRows(ay.count, perRow, [&](int a, int b) { pickPath(dst, source, ax, ay, store, a, b); });
   } else if (r.mode == HALFTONE) {
-    splitRows(ay.count, ax.count * 4, [&](int a, int b) { weightsPath(dst, source, ax, ay, store, a, b); });
+    if (ay.shrinking) {
+      splitRows(ay.count, ax.count * 4,
+                [&](int a, int b) { weightsPathColumnsFirst(dst, source, ax, ay, store, a, b); });
+    } else {
+      splitRows(ay.count, ax.count * 4, [&](int a, int b) { weightsPath(dst, source, ax, ay, store, a, b); });
+    }
   } else {
     const bool andMode = r.mode != WHITEONBLACK;
     splitRows(ay.count, ax.count * 2, [&](int a, int b) { groupPath(dst, source, ax, ay, andMode, store, a, b); });

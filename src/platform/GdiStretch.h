@@ -51,6 +51,7 @@ struct AxisMap {
   std::vector<std::uint32_t> wofs;
   std::vector<std::uint32_t> w;
   std::uint64_t den = 1;
+  bool shrinking = false;  // fewer destination than source pixels
 };
 
 // Builds the map of destination coordinates [clipLo, clipHi) for a destination

@@ -303,6 +303,21 @@ TEST(StretchBlt, HugeClippedDestinationMatchesReferenceInTheVisiblePart) {
   }
 }
 
+// Weights of 2^15 and more take the scalar paths of the halftone engine.
+TEST(StretchBlt, ExtremeShrinkMatchesReference) {
+  std::mt19937 rng(6);
+  Canvas src(3, 40000, Canvas::Dib24);
+  src.randomise(rng);
+  for (int mode : {HALFTONE, BLACKONWHITE, WHITEONBLACK, COLORONCOLOR}) {
+    Canvas dst(4, 6);
+    dst.randomise(rng);
+    const auto expected = referenceStretch(dst, src, 0, 1, 4, 5, 0, 0, 3, 40000, mode, SRCCOPY);
+    SetStretchBltMode(dst.dc(), mode);
+    ASSERT_TRUE(StretchBlt(dst.dc(), 0, 1, 4, 5, src.dc(), 0, 0, 3, 40000, SRCCOPY));
+    EXPECT_EQ(dst.pixels(), expected) << "mode " << mode;
+  }
+}
+
 TEST(StretchBlt, EqualSizesCopyInEveryMode) {
   std::mt19937 rng(9);
   Canvas src(13, 11);
