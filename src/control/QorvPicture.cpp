@@ -839,7 +839,14 @@ void QorvPicture::Render(bool Initial) {
     const int W = view::roundHalfEven(pw);
     const int H = view::roundHalfEven(ph);
     if (W >= 1 && H >= 1) {
-      p.bBuffer.Cls();
+      // Clearing is only visible where the image leaves the back buffer
+      // uncovered; a covering frame skips one full-frame pass.
+      const double bw = p.bBuffer.ScaleWidth();
+      const double bh = p.bBuffer.ScaleHeight();
+      const double lx = view::roundHalfEven(tl.x);
+      const double ty = view::roundHalfEven(tl.y);
+      const bool covers = tiled_ || (lx <= 0 && ty <= 0 && lx + W >= bw && ty + H >= bh);
+      if (!covers || handleOf(p.bBuffer.Picture()) != 0) p.bBuffer.Cls();
       if (useBltAIP_) {
         const gdi::HDC dc = p.bBuffer.hDC();
         gdi::GetStretchBltMode(dc);
