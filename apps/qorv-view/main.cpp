@@ -1,4 +1,6 @@
-// qorv-view: opens a picture in a window on a picture pane.
+// qorv-view: opens a picture in a resizable window on the QorvPicture control,
+// with zoom, fit, actual size, centring and tiling driven through the
+// control's public properties.
 //   qorv-view [IMAGE] [--screenshot OUT.png]
 // Without a display (or with --screenshot) the window is rendered offscreen to
 // a PNG whose path is printed.
@@ -7,6 +9,7 @@
 #include <QFileInfo>
 #include <QImageReader>
 #include <QMainWindow>
+#include <QMenuBar>
 #include <QStandardPaths>
 #include <QStatusBar>
 #include <QTextStream>
@@ -14,7 +17,8 @@
 #include <algorithm>
 #include <functional>
 
-#include "platform/PictureBox.h"
+#include "control/QorvPicture.h"
+#include "platform/Colors.h"
 
 namespace {
 
@@ -49,27 +53,48 @@ QString bundledSample() {
   return QStringLiteral(QORV_SAMPLE_PATH);
 }
 
-// A central widget that tells the pane when it is resized.
-class Stage : public QWidget {
- public:
-  std::function<void(QSize)> onResize;
+void showStatus(QMainWindow& w, const qorv::QorvPicture& c, const QString& path) {
+  w.statusBar()->showMessage(QStringLiteral("%1 x %2  zoom %3%  %4")
+                                 .arg(c.OrgPictureWidth())
+                                 .arg(c.OrgPictureHeight())
+                                 .arg(c.Zoom())
+                                 .arg(path));
+}
 
- protected:
-  void resizeEvent(QResizeEvent*) override {
-    if (onResize) onResize(size());
-  }
-};
-
-// Shows the picture fitted into the pane, centred, keeping its aspect ratio.
-void layOut(qorv::PictureBox& pane, const qorv::PicturePtr& pic, QSize size) {
-  pane.Move(0, 0, size.width(), size.height());
-  pane.Cls();
-  const double scale = std::min({1.0, size.width() / double(pic->Width()), size.height() / double(pic->Height())});
-  const int w = std::max(1, int(pic->Width() * scale + 0.5));
-  const int h = std::max(1, int(pic->Height() * scale + 0.5));
-  gdi::SetStretchBltMode(pane.hDC(), gdi::HALFTONE);
-  pane.PaintPicture(pic, float((size.width() - w) / 2), float((size.height() - h) / 2), float(w), float(h));
-  pane.Refresh();
+// Menu of view commands, all through the control's public properties.
+void addViewMenu(QMainWindow& w, qorv::QorvPicture& c, const QString& path) {
+  QMenu* view = w.menuBar()->addMenu(QStringLiteral("&View"));
+  auto add = [&](const QString& text, const QKeySequence& key, std::function<void()> f, bool checkable = false,
+                 bool checked = false) {
+    QAction* a = view->addAction(text);
+    a->setShortcut(key);
+    a->setCheckable(checkable);
+    a->setChecked(checked);
+    QObject::connect(a, &QAction::triggered, &w, [&w, &c, path, f] {
+      f();
+      showStatus(w, c, path);
+    });
+  };
+  add(QStringLiteral("Zoom &in"), QKeySequence::ZoomIn, [&c] { c.setZoom(static_cast<qint16>(std::min(1000, c.Zoom() + 25))); });
+  add(QStringLiteral("Zoom &out"), QKeySequence::ZoomOut, [&c] { c.setZoom(static_cast<qint16>(std::max(5, c.Zoom() - 25))); });
+  add(QStringLiteral("&Fit"), QKeySequence(Qt::CTRL | Qt::Key_F), [&c] {
+    c.setLockUpdate(true);
+    c.setStretch(true);
+    c.setKeepAspect(true);
+    c.setZoomFromOriginal(false);
+    c.setZoom(100);
+    c.setLockUpdate(false);
+  });
+  add(QStringLiteral("&Actual size"), QKeySequence(Qt::CTRL | Qt::Key_0), [&c] {
+    c.setLockUpdate(true);
+    c.setStretch(true);
+    c.setZoomFromOriginal(true);
+    c.setZoom(100);
+    c.setLockUpdate(false);
+  });
+  add(QStringLiteral("&Centred"), QKeySequence(Qt::CTRL | Qt::Key_E), [&c] { c.setCentered(!c.Centered()); }, true,
+      c.Centered());
+  add(QStringLiteral("&Tiled"), QKeySequence(Qt::CTRL | Qt::Key_T), [&c] { c.setTiled(!c.Tiled()); }, true, c.Tiled());
 }
 
 }  // namespace
@@ -100,20 +125,24 @@ int main(int argc, char** argv) {
 
   QMainWindow window;
   window.setWindowTitle(QStringLiteral("qorv-view - %1").arg(QFileInfo(opt.image).fileName()));
-  auto* stage = new Stage;
-  window.setCentralWidget(stage);
-  qorv::PictureBox pane(QStringLiteral("picPane"));
-  pane.setBackColor(qorv::RGB(40, 44, 52));
-  pane.bind(stage);
-  stage->onResize = [&](QSize s) { layOut(pane, pic, s); };
-  window.statusBar()->showMessage(QStringLiteral("%1 x %2  %3").arg(pic->Width()).arg(pic->Height()).arg(opt.image));
-  window.resize(std::min(pic->Width(), 1280), std::min(pic->Height(), 900) + window.statusBar()->sizeHint().height());
+  auto* control = new qorv::QorvPicture;
+  window.setCentralWidget(control);
+  control->setBackColor(static_cast<qint32>(qorv::RGB(40, 44, 52)));
+  control->setHQInitialDelay(150);
+  control->setZoomType(4);  // halftone once the view has settled
+  control->setPicture(pic);
+  addViewMenu(window, *control, opt.image);
+  showStatus(window, *control, opt.image);
+  window.resize(std::min(pic->Width(), 1280),
+                std::min(pic->Height(), 900) + window.statusBar()->sizeHint().height() +
+                    window.menuBar()->sizeHint().height());
   window.show();
+  control->Refresh(true);
 
   if (opt.screenshot.isEmpty()) return app.exec();
 
   QCoreApplication::processEvents();
-  layOut(pane, pic, stage->size());
+  control->Refresh(false);
   if (!window.grab().save(opt.screenshot)) {
     err << "qorv-view: cannot write " << opt.screenshot << "\n";
     return 1;
