@@ -90,11 +90,15 @@ bool QorvPicture::LoadFreeImage(QString* StrFilePath, qint32 ForceType, QString*
   request.forceType = ForceType;
   request.jpegLoadQuality = jpegLoadQuality_;
   request.maxPixels = maxLoadPixels_;
-  const imageio::IoOutcome outcome = imageio::LoadIntoBuffer(request, Buffer());
+  gdi::HBITMAP drawn = 0;
+  const imageio::IoOutcome outcome = imageio::LoadIntoBuffer(request, Buffer(), &drawn);
   if (!outcome.ok()) {
     setError(outcome.code, outcome.description, outcome.flag);
     return false;
   }
+  // The bitmap that was drawn holds exactly what Buffer shows now.
+  PicturePtr drawnPicture = Picture::fromBitmap(drawn);
+  if (!drawnPicture && drawn) gdi::DeleteObject(drawn);
 
   // Hand-over: the picture drawn into Buffer becomes the current picture.
   PictureBox& buffer = Buffer();
@@ -103,7 +107,8 @@ bool QorvPicture::LoadFreeImage(QString* StrFilePath, qint32 ForceType, QString*
   setOffsetsSilently(0, 0);
   // Either way Buffer ends up holding what was drawn on it as its picture; the
   // normalisation also makes sure frames can be composed from it directly.
-  buffer.setPicture(buffer.Image());
+  buffer.setPicture(drawnPicture ? drawnPicture : buffer.Image());
+  drawnPicture.reset();
   if (!fastLoad_) normalizePicture();
   if (handleOf(buffer.Picture()) == 0) buffer.setPicture(standbyPicture());
   if (!DoNotRender) UpdateView(true, true);

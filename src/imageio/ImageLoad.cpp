@@ -198,7 +198,7 @@ DibPtr LoadDib(const LoadRequest& request, IoOutcome& out) {
   return dib;
 }
 
-IoOutcome LoadIntoBuffer(const LoadRequest& request, PictureBox& buffer) {
+IoOutcome LoadIntoBuffer(const LoadRequest& request, PictureBox& buffer, gdi::HBITMAP* drawn) {
   IoOutcome out;
   DibPtr dib = LoadDib(request, out);
   if (!dib) return out;
@@ -218,6 +218,10 @@ IoOutcome LoadIntoBuffer(const LoadRequest& request, PictureBox& buffer) {
   buffer.Cls();
   buffer.Move(buffer.Left(), buffer.Top(), width, height);
   modFreeImage::FreeImage_RenderBitmap(bitmap.get(), buffer.hDC(), 0, 0, -1, -1, false);
+  if (drawn) {
+    *drawn = bitmap.get();
+    bitmap.ref() = 0;
+  }
   return out;
 }
 

@@ -9,6 +9,7 @@
 #include <QString>
 
 #include "imageio/FreeImageHandle.h"
+#include "platform/gdi.h"
 
 namespace qorv {
 class PictureBox;
@@ -56,6 +57,9 @@ DibPtr LoadDib(const LoadRequest& request, IoOutcome& out);
 // Loads the file and places the picture in `buffer`: its background picture
 // removed, cleared, sized to the picture and the picture drawn at the origin.
 // Nothing of `buffer` changes when the outcome is a failure.
-IoOutcome LoadIntoBuffer(const LoadRequest& request, PictureBox& buffer);
+// When `drawn` is given it receives the device bitmap that was drawn (owned by
+// the caller from then on), so a caller that wants it as the buffer's picture
+// needs no second copy of the pixels.
+IoOutcome LoadIntoBuffer(const LoadRequest& request, PictureBox& buffer, gdi::HBITMAP* drawn = nullptr);
 
 }  // namespace qorv::imageio

@@ -3,6 +3,8 @@
 // gdi.h before FreeImage.h: the latter defines TRUE and FALSE as macros.
 #include "platform/gdi.h"
 
+#include "platform/GdiSurface.h"
+
 #include <FreeImage.h>
 
 #include <cstring>
@@ -43,6 +45,35 @@ class DesktopDC {
   gdi::HWND wnd_;
   gdi::HDC dc_;
 };
+
+// Rows of a 24- or 32-bit bottom-up library bitmap into a 32-bit B,G,R,X
+// device surface. The platform's general conversion handles every layout
+// through a per-pixel path; these two common ones are worth a direct copy.
+template <int SrcBytes>
+void copyRowsToDevice(const BYTE* bits, unsigned pitch, const gdi::Surface& dst) {
+  for (int y = 0; y < dst.height; ++y) {
+    const BYTE* src = bits + static_cast<std::size_t>(dst.height - 1 - y) * pitch;  // library rows run bottom-up
+    std::uint8_t* out = dst.row(y);
+    if constexpr (SrcBytes == 4) {
+      std::memcpy(out, src, static_cast<std::size_t>(dst.width) * 4);
+      for (int x = 0; x < dst.width; ++x) out[x * 4 + 3] = 0;
+    } else {
+      for (int x = 0; x < dst.width; ++x) {
+        out[x * 4 + 0] = src[x * 3 + 0];
+        out[x * 4 + 1] = src[x * 3 + 1];
+        out[x * 4 + 2] = src[x * 3 + 2];
+        out[x * 4 + 3] = 0;
+      }
+    }
+  }
+}
+
+// Whether the library bitmap is plain 24/32-bit RGB that the direct copy handles.
+int directDepth(FIBITMAP* dib, const ::BITMAPINFOHEADER* header) {
+  if (FreeImage_GetImageType(dib) != FIT_BITMAP || header->biCompression != 0 /*BI_RGB*/) return 0;
+  const unsigned bpp = FreeImage_GetBPP(dib);
+  return bpp == 24 || bpp == 32 ? static_cast<int>(bpp) : 0;
+}
 
 static_assert(sizeof(::BITMAPINFOHEADER) == sizeof(gdi::BITMAPINFOHEADER),
               "FreeImage and the platform must share the DIB header layout");
@@ -101,13 +132,35 @@ bool FreeImage_BMP_From_DIB(FIBITMAP* dib, gdi::HBITMAP& hBitmap) {
     failWithCode("[FreeImage_BMP_From_DIB] GetDC failed to get the DC to work with reporting error code ");
     return false;
   }
+  // Plain 24/32-bit pictures: the platform allocates, the copy is direct.
+  const int depth = directDepth(dib, header);
   hBitmap = gdi::CreateDIBitmap(desktop.get(), reinterpret_cast<const gdi::BITMAPINFOHEADER*>(header),
-                                gdi::CBM_INIT, bits, reinterpret_cast<const gdi::BITMAPINFO*>(info),
+                                depth ? 0 : gdi::CBM_INIT, bits, reinterpret_cast<const gdi::BITMAPINFO*>(info),
                                 gdi::DIB_RGB_COLORS);
   if (!hBitmap) {
     failWithCode(
         "[FreeImage_BMP_From_DIB] CreateDIBitmap failed to create the BITMAP from the DIB reporting error code ");
     return false;
+  }
+  if (depth) {
+    gdi::Surface surface;
+    if (!gdi::BitmapSurface(hBitmap, surface) || surface.bitsPerPixel != 32 ||
+        surface.width != static_cast<int>(FreeImage_GetWidth(dib)) ||
+        surface.height != static_cast<int>(FreeImage_GetHeight(dib))) {
+      gdi::DeleteObject(hBitmap);
+      hBitmap = gdi::CreateDIBitmap(desktop.get(), reinterpret_cast<const gdi::BITMAPINFOHEADER*>(header),
+                                    gdi::CBM_INIT, bits, reinterpret_cast<const gdi::BITMAPINFO*>(info),
+                                    gdi::DIB_RGB_COLORS);
+      if (!hBitmap) {
+        failWithCode(
+            "[FreeImage_BMP_From_DIB] CreateDIBitmap failed to create the BITMAP from the DIB reporting error "
+            "code ");
+        return false;
+      }
+      return true;
+    }
+    if (depth == 32) copyRowsToDevice<4>(bits, FreeImage_GetPitch(dib), surface);
+    else copyRowsToDevice<3>(bits, FreeImage_GetPitch(dib), surface);
   }
   return true;
 }
@@ -149,8 +202,21 @@ bool FreeImage_DIB_From_BMP(gdi::HBITMAP hBitmap, FIBITMAP*& dib) {
     fail("[FreeImage_DIB_From_BMP] FreeImage_GetBits failed to get the DIB bits");
     return false;
   }
-  const int rows = gdi::GetDIBits(desktop.get(), hBitmap, 0, static_cast<gdi::UINT>(bm.bmHeight), bits,
-                                  reinterpret_cast<gdi::BITMAPINFO*>(info), gdi::DIB_RGB_COLORS);
+  // A 32-bit device surface already has the library's pixel layout; only
+  // the row order differs. Everything else goes through the platform.
+  gdi::Surface surface;
+  int rows = 0;
+  if (gdi::BitmapSurface(hBitmap, surface) && surface.valid() && surface.bitsPerPixel == 32 &&
+      surface.width == bm.bmWidth && surface.height == bm.bmHeight) {
+    const unsigned pitch = FreeImage_GetPitch(fresh);
+    for (int y = 0; y < surface.height; ++y)
+      std::memcpy(bits + static_cast<std::size_t>(surface.height - 1 - y) * pitch, surface.row(y),
+                  static_cast<std::size_t>(surface.width) * 4);
+    rows = surface.height;
+  } else {
+    rows = gdi::GetDIBits(desktop.get(), hBitmap, 0, static_cast<gdi::UINT>(bm.bmHeight), bits,
+                          reinterpret_cast<gdi::BITMAPINFO*>(info), gdi::DIB_RGB_COLORS);
+  }
   if (!rows) {
     failWithCode("[FreeImage_DIB_From_BMP] GetDIBits failed to get the DIB's bits reporting error code ");
     FreeImage_Free(fresh);
