@@ -27,7 +27,8 @@ constexpr std::int32_t kFastDivisorLimit = 16384;
 // Sums in [0, 255 w] divided by w with a float reciprocal: the estimate is at
 // most one below the true quotient (only when that quotient is whole), and
 // the remainder test puts it right. Integers up to 2^24 are exact in float.
-inline void finishFast(const std::int32_t* acc, std::uint8_t* out, std::int32_t n, std::int32_t w) {
+template <class Acc>
+[[gnu::always_inline]] inline void finishFast(const Acc* acc, std::uint8_t* out, std::int32_t n, std::int32_t w) {
   const float fw = static_cast<float>(w);
   const float inv = 1.0f / fw;
   const std::int32_t maxSum = 255 * w;
@@ -53,43 +54,63 @@ void finishExact(const Acc* acc, std::uint8_t* out, std::int32_t n, std::int32_t
 }
 
 // Sums for a kernel of fixed radius R over n consecutive bytes: rows[j]
-// points at the first output byte's column in source row y + j - R.
-template <int R>
-[[gnu::always_inline]] inline void sumFixed(const std::uint8_t* const* rows, const std::int32_t* K,
-                                            std::int32_t* acc, std::int32_t n) {
+// points at the first output byte's column in source row y + j - R. Acc is
+// 16 bits when no sum can leave that range (twice the lanes per
+// instruction), 32 bits otherwise.
+template <int R, class Acc>
+[[gnu::always_inline]] inline void sumFixed(const std::uint8_t* const* rows, const std::int32_t* K, Acc* acc,
+                                            std::int32_t n) {
   constexpr int S = 2 * R + 1;
   const std::uint8_t* p[S];
-  std::int32_t k[S * S];
+  Acc k[S * S];
   for (int j = 0; j < S; ++j) p[j] = rows[j] - 3 * R;
-  for (int t = 0; t < S * S; ++t) k[t] = K[t];
+  for (int t = 0; t < S * S; ++t) k[t] = static_cast<Acc>(K[t]);
   for (std::int32_t x = 0; x < n; ++x) {
-    std::int32_t s = 0;
+    Acc s = 0;
     for (int j = 0; j < S; ++j) {
-      for (int i = 0; i < S; ++i) s += k[j * S + i] * p[j][x + 3 * i];
+      for (int i = 0; i < S; ++i) s = static_cast<Acc>(s + k[j * S + i] * static_cast<Acc>(p[j][x + 3 * i]));
     }
     acc[x] = s;
   }
 }
 
-void sumR1(const std::uint8_t* const* rows, const std::int32_t* K, std::int32_t* acc, std::int32_t n) {
-  sumFixed<1>(rows, K, acc, n);
-}
-void sumR2(const std::uint8_t* const* rows, const std::int32_t* K, std::int32_t* acc, std::int32_t n) {
-  sumFixed<2>(rows, K, acc, n);
-}
-[[gnu::target("avx2")]] void sumR1Avx2(const std::uint8_t* const* rows, const std::int32_t* K, std::int32_t* acc,
-                                       std::int32_t n) {
-  sumFixed<1>(rows, K, acc, n);
-}
-[[gnu::target("avx2")]] void sumR2Avx2(const std::uint8_t* const* rows, const std::int32_t* K, std::int32_t* acc,
-                                       std::int32_t n) {
-  sumFixed<2>(rows, K, acc, n);
-}
-void finish(const std::int32_t* acc, std::uint8_t* out, std::int32_t n, std::int32_t w) {
+// One output row segment: sums, then the division. Instantiated once for the
+// baseline instruction set and once for AVX2.
+template <int R, class Acc>
+[[gnu::always_inline]] inline void rowFast(const std::uint8_t* const* rows, const std::int32_t* K, Acc* acc,
+                                           std::uint8_t* out, std::int32_t n, std::int32_t w) {
+  sumFixed<R, Acc>(rows, K, acc, n);
   finishFast(acc, out, n, w);
 }
-[[gnu::target("avx2")]] void finishAvx2(const std::int32_t* acc, std::uint8_t* out, std::int32_t n,
-                                        std::int32_t w) {
+
+using RowFn16 = void (*)(const std::uint8_t* const*, const std::int32_t*, std::int16_t*, std::uint8_t*, std::int32_t,
+                         std::int32_t);
+using SumFn32 = void (*)(const std::uint8_t* const*, const std::int32_t*, std::int32_t*, std::int32_t);
+
+template <int R>
+void row16(const std::uint8_t* const* rows, const std::int32_t* K, std::int16_t* acc, std::uint8_t* out,
+           std::int32_t n, std::int32_t w) {
+  rowFast<R, std::int16_t>(rows, K, acc, out, n, w);
+}
+template <int R>
+[[gnu::target("avx2")]] void row16Avx2(const std::uint8_t* const* rows, const std::int32_t* K, std::int16_t* acc,
+                                       std::uint8_t* out, std::int32_t n, std::int32_t w) {
+  rowFast<R, std::int16_t>(rows, K, acc, out, n, w);
+}
+template <int R>
+void sum32(const std::uint8_t* const* rows, const std::int32_t* K, std::int32_t* acc, std::int32_t n) {
+  sumFixed<R, std::int32_t>(rows, K, acc, n);
+}
+template <int R>
+[[gnu::target("avx2")]] void sum32Avx2(const std::uint8_t* const* rows, const std::int32_t* K, std::int32_t* acc,
+                                       std::int32_t n) {
+  sumFixed<R, std::int32_t>(rows, K, acc, n);
+}
+void finish32(const std::int32_t* acc, std::uint8_t* out, std::int32_t n, std::int32_t w) {
+  finishFast(acc, out, n, w);
+}
+[[gnu::target("avx2")]] void finish32Avx2(const std::int32_t* acc, std::uint8_t* out, std::int32_t n,
+                                          std::int32_t w) {
   finishFast(acc, out, n, w);
 }
 
@@ -105,6 +126,7 @@ struct Plan {
   std::vector<std::int32_t> K;  // (2r+1)^2 entries, index (j+r)*(2r+1) + (i+r)
   std::int32_t w = 0;
   bool fastSums = false;   // 32-bit sums cannot overflow and a fixed radius exists
+  bool narrowSums = false; // 16-bit sums cannot overflow either
   bool fastDivide = false; // the float reciprocal path is exact
 };
 
@@ -131,6 +153,7 @@ Plan makePlan(const Kernel2D& kernel, std::int32_t r, std::int32_t weight) {
     p.w = -weight;
   }
   p.fastDivide = p.fastSums && p.w > 0 && p.w < kFastDivisorLimit;
+  p.narrowSums = p.fastDivide && absSum * 255 <= std::numeric_limits<std::int16_t>::max();
   return p;
 }
 
@@ -141,19 +164,25 @@ void convolveBlock(const Plan& plan, const DibView& src, const DibView& dst, std
   const std::int32_t S = 2 * r + 1;
   const std::int32_t n = x1 - x0 + 3;
   const bool avx2 = hasAvx2();
-  if (plan.fastSums) {
-    std::vector<std::int32_t> acc(static_cast<std::size_t>(n));
-    const std::uint8_t* rows[5];
+  const std::uint8_t* rows[5];
+  if (plan.narrowSums) {
+    std::vector<std::int16_t> acc(static_cast<std::size_t>(n));
+    const RowFn16 fn = r == 1 ? (avx2 ? row16Avx2<1> : row16<1>) : (avx2 ? row16Avx2<2> : row16<2>);
     for (std::int32_t y = y0; y <= y1; ++y) {
       for (std::int32_t j = 0; j < S; ++j) rows[j] = src.row(y + j - r) + x0;
-      if (r == 1) {
-        (avx2 ? sumR1Avx2 : sumR1)(rows, plan.K.data(), acc.data(), n);
-      } else {
-        (avx2 ? sumR2Avx2 : sumR2)(rows, plan.K.data(), acc.data(), n);
-      }
+      fn(rows, plan.K.data(), acc.data(), dst.row(y) + x0, n, plan.w);
+    }
+    return;
+  }
+  if (plan.fastSums) {
+    std::vector<std::int32_t> acc(static_cast<std::size_t>(n));
+    const SumFn32 sum = r == 1 ? (avx2 ? sum32Avx2<1> : sum32<1>) : (avx2 ? sum32Avx2<2> : sum32<2>);
+    for (std::int32_t y = y0; y <= y1; ++y) {
+      for (std::int32_t j = 0; j < S; ++j) rows[j] = src.row(y + j - r) + x0;
+      sum(rows, plan.K.data(), acc.data(), n);
       std::uint8_t* out = dst.row(y) + x0;
       if (plan.fastDivide) {
-        (avx2 ? finishAvx2 : finish)(acc.data(), out, n, plan.w);
+        (avx2 ? finish32Avx2 : finish32)(acc.data(), out, n, plan.w);
       } else {
         finishExact(acc.data(), out, n, plan.w);
       }

@@ -7,6 +7,7 @@
 // see from a column-by-column loop.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <thread>
@@ -32,6 +33,12 @@ void forEachColumnStrip(std::int32_t first, std::int32_t last, Process&& process
   }
 }
 
+// Whether large operations may use a second thread (on by default).
+inline std::atomic<bool>& secondThreadAllowed() {
+  static std::atomic<bool> allowed{true};
+  return allowed;
+}
+
 // Runs fn(y0, y1) over rows y0..y1 (inclusive), split over two threads when
 // there is enough work to pay for the second one. Rows are independent in
 // every caller, so the split cannot change a result.
@@ -40,7 +47,8 @@ void parallelRows(std::int32_t y0, std::int32_t y1, std::int64_t bytesPerRow, Fn
   if (y1 < y0) return;
   const std::int64_t rows = static_cast<std::int64_t>(y1) - y0 + 1;
   constexpr std::int64_t kMinBytes = 1 << 20;
-  if (rows < 2 || rows * bytesPerRow < kMinBytes || std::thread::hardware_concurrency() < 2) {
+  if (rows < 2 || rows * bytesPerRow < kMinBytes || std::thread::hardware_concurrency() < 2 ||
+      !secondThreadAllowed().load(std::memory_order_relaxed)) {
     fn(y0, y1);
     return;
   }

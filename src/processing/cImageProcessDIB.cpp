@@ -22,6 +22,8 @@ void cImageProcessDIB::notifyComplete(std::uint32_t startMs, const std::string& 
   if (Complete) Complete(static_cast<std::int32_t>(gdi::timeGetTime() - startMs), d);
 }
 
+void cImageProcessDIB::setSecondThread(bool allowed) { detail::secondThreadAllowed().store(allowed); }
+
 std::string cImageProcessDIB::FilterName(std::int32_t type) {
   static const char* const names[] = {"Blur",   "Blur More", "Soften",  "Soften More", "Sharpen",
                                       "Sharpen More", "Un Sharp", "Emboss", "Median", "Minimum",

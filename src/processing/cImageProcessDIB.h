@@ -107,6 +107,10 @@ class cImageProcessDIB {
   std::unique_ptr<cDIBSection> Resample(const cDIBSection& cImage, std::int32_t lNewHeight,
                                         std::int32_t lNewWidth);
 
+  // Large pictures are split over two threads unless this is turned off
+  // (results and notifications are the same either way). Process-wide.
+  static void setSecondThread(bool allowed);
+
   // Type names as the convolution reports them ("Blur" ... "Custom").
   static std::string FilterName(std::int32_t type);
 
