@@ -332,8 +332,8 @@ struct RoundingDivider {
   double inv;
   explicit RoundingDivider(u64 d) : den(d), half(d / 2), inv(1.0 / static_cast<double>(d)) {}
   std::uint32_t operator()(u64 n) const {
-    n += half;
-    u64 q = static_cast<u64>(static_cast<double>(n) * inv);
+    n += half;  // below 2^62: the signed conversions are exact enough and cheaper
+    u64 q = static_cast<u64>(static_cast<i64>(static_cast<double>(static_cast<i64>(n)) * inv));
     if (q * den > n) {
       --q;
     } else if ((q + 1) * den <= n) {
@@ -480,6 +480,58 @@ void addWeightedRow(std::uint32_t* __restrict sums, const std::uint32_t* __restr
   }
 }
 
+#ifdef __SSE2__
+// Column sums of all of a destination row's source rows in one pass, kept in
+// registers per pair of columns: the sums are written once instead of being
+// read and written back for every source row. Every weight must be below 2^15.
+void addWeightedRows(std::uint32_t* __restrict sums, const std::uint32_t* const* rowPtrs, const std::uint32_t* w,
+                     int len, int n) {
+  const __m128i zero = _mm_setzero_si128();
+  __m128i ww[64];
+  for (int t = 0; t < len; ++t) ww[t] = _mm_set1_epi32(static_cast<int>(w[t]));
+  int x = 0;
+  for (; x + 4 <= n; x += 4) {
+    __m128i a = zero, b = zero, c = zero, d = zero;
+    for (int t = 0; t < len; ++t) {
+      const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i*>(rowPtrs[t] + x));
+      const __m128i lo8 = _mm_unpacklo_epi8(four, zero), hi8 = _mm_unpackhi_epi8(four, zero);
+      a = _mm_add_epi32(a, _mm_madd_epi16(_mm_unpacklo_epi16(lo8, zero), ww[t]));
+      b = _mm_add_epi32(b, _mm_madd_epi16(_mm_unpackhi_epi16(lo8, zero), ww[t]));
+      c = _mm_add_epi32(c, _mm_madd_epi16(_mm_unpacklo_epi16(hi8, zero), ww[t]));
+      d = _mm_add_epi32(d, _mm_madd_epi16(_mm_unpackhi_epi16(hi8, zero), ww[t]));
+    }
+    auto* out = reinterpret_cast<__m128i*>(sums + 4 * x);
+    _mm_storeu_si128(out, a);
+    _mm_storeu_si128(out + 1, b);
+    _mm_storeu_si128(out + 2, c);
+    _mm_storeu_si128(out + 3, d);
+  }
+  for (; x + 2 <= n; x += 2) {
+    __m128i lo = zero, hi = zero;
+    for (int t = 0; t < len; ++t) {
+      const __m128i two = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(rowPtrs[t] + x)), zero);
+      lo = _mm_add_epi32(lo, _mm_madd_epi16(_mm_unpacklo_epi16(two, zero), ww[t]));
+      hi = _mm_add_epi32(hi, _mm_madd_epi16(_mm_unpackhi_epi16(two, zero), ww[t]));
+    }
+    auto* d = reinterpret_cast<__m128i*>(sums + 4 * x);
+    _mm_storeu_si128(d, lo);
+    _mm_storeu_si128(d + 1, hi);
+  }
+  for (; x < n; ++x) {
+    std::uint32_t b = 0, g = 0, r = 0;
+    for (int t = 0; t < len; ++t) {
+      const std::uint32_t v = rowPtrs[t][x];
+      b += w[t] * (v & 0xFFu);
+      g += w[t] * ((v >> 8) & 0xFFu);
+      r += w[t] * ((v >> 16) & 0xFFu);
+    }
+    sums[4 * x] = b;
+    sums[4 * x + 1] = g;
+    sums[4 * x + 2] = r;
+  }
+}
+#endif
+
 void weightsPathColumnsFirst(const Image& dst, const Image& src, const AxisMap& ax, const AxisMap& ay,
                              StoreFn store, int i0, int i1) {
   int c0 = 0, cn = 0;
@@ -489,11 +541,23 @@ void weightsPathColumnsFirst(const Image& dst, const Image& src, const AxisMap& 
   std::vector<std::uint32_t> sums(4 * static_cast<std::size_t>(cn));  // b, g, r, unused per column
   std::vector<std::uint32_t> out(un), tmp(un);
   const RoundingDivider divide(static_cast<u64>(ax.den) * ay.den);
+  // Whole source rows can be held at once only when they are read in place.
+  [[maybe_unused]] const bool direct = src.fmt.plain32();
   for (int i = i0; i < i1; ++i) {
     const std::size_t yi = static_cast<std::size_t>(i);
-    std::fill(sums.begin(), sums.end(), 0u);
-    for (int t = 0; t < ay.len[yi]; ++t)
-      addWeightedRow(sums.data(), rows.get(ay.first[yi] + t), ay.w[ay.wofs[yi] + static_cast<std::size_t>(t)], cn);
+    const int len = ay.len[yi];
+    const std::uint32_t* wy = &ay.w[ay.wofs[yi]];
+#ifdef __SSE2__
+    if (direct && len <= 64 && ay.den < 32768) {
+      const std::uint32_t* rowPtrs[64];
+      for (int t = 0; t < len; ++t) rowPtrs[t] = rows.get(ay.first[yi] + t);
+      addWeightedRows(sums.data(), rowPtrs, wy, len, cn);
+    } else
+#endif
+    {
+      std::fill(sums.begin(), sums.end(), 0u);
+      for (int t = 0; t < len; ++t) addWeightedRow(sums.data(), rows.get(ay.first[yi] + t), wy[t], cn);
+    }
     for (std::size_t x = 0; x < un; ++x) {
       const std::uint32_t* p = &sums[4 * static_cast<std::size_t>(ax.first[x] - c0)];
       const std::uint32_t* w = &ax.w[ax.wofs[x]];
