@@ -2,6 +2,7 @@
 // truncating toward zero, and clamped to a byte; pixels nearer than the kernel
 // radius to an edge are not written.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <cstdint>
@@ -74,29 +75,97 @@ template <int R, class Acc>
   }
 }
 
-// One output row segment: sums, then the division. Instantiated once for the
-// baseline instruction set and once for AVX2.
-template <int R, class Acc>
-[[gnu::always_inline]] inline void rowFast(const std::uint8_t* const* rows, const std::int32_t* K, Acc* acc,
-                                           std::uint8_t* out, std::int32_t n, std::int32_t w) {
-  sumFixed<R, Acc>(rows, K, acc, n);
-  finishFast(acc, out, n, w);
+// Narrow sums divided by weights below this: trunc((s + 0.5) / w) is the
+// exact quotient, and the float error stays below the 0.5 / w margin.
+constexpr std::int32_t kNarrowDivisorLimit = 8192;
+
+// One output row segment with 16-bit sums and the division in the same pass.
+// K holds the kernel row by row; a constant K lets the compiler drop zero
+// entries and turn the unit ones into plain additions.
+template <int R, class Kernel>
+[[gnu::always_inline]] inline void rowNarrow(const std::uint8_t* const* rows, const Kernel& K, std::uint8_t* out,
+                                             std::int32_t n, std::int32_t w) {
+  constexpr int S = 2 * R + 1;
+  const std::uint8_t* p[S];
+  for (int j = 0; j < S; ++j) p[j] = rows[j] - 3 * R;
+  std::int16_t k[S * S];
+#pragma GCC unroll 25
+  for (int t = 0; t < S * S; ++t) k[t] = static_cast<std::int16_t>(K[t]);
+  const float inv = 1.0f / static_cast<float>(w);
+  const std::int32_t maxSum = 255 * w;
+  for (std::int32_t x = 0; x < n; ++x) {
+    std::int16_t sum = 0;
+#pragma GCC unroll 5
+    for (int j = 0; j < S; ++j) {
+#pragma GCC unroll 5
+      for (int i = 0; i < S; ++i) {
+        sum = static_cast<std::int16_t>(sum + k[j * S + i] * static_cast<std::int16_t>(p[j][x + 3 * i]));
+      }
+    }
+    std::int32_t c = sum < 0 ? 0 : sum;
+    c = c > maxSum ? maxSum : c;
+    out[x] = static_cast<std::uint8_t>(static_cast<std::int32_t>((static_cast<float>(c) + 0.5f) * inv));
+  }
 }
 
-using RowFn16 = void (*)(const std::uint8_t* const*, const std::int32_t*, std::int16_t*, std::uint8_t*, std::int32_t,
-                         std::int32_t);
+using RowFn16 = void (*)(const std::uint8_t* const*, const std::int32_t*, std::uint8_t*, std::int32_t, std::int32_t);
 using SumFn32 = void (*)(const std::uint8_t* const*, const std::int32_t*, std::int32_t*, std::int32_t);
 
 template <int R>
-void row16(const std::uint8_t* const* rows, const std::int32_t* K, std::int16_t* acc, std::uint8_t* out,
-           std::int32_t n, std::int32_t w) {
-  rowFast<R, std::int16_t>(rows, K, acc, out, n, w);
+void row16(const std::uint8_t* const* rows, const std::int32_t* K, std::uint8_t* out, std::int32_t n,
+           std::int32_t w) {
+  rowNarrow<R>(rows, K, out, n, w);
 }
 template <int R>
-[[gnu::target("avx2")]] void row16Avx2(const std::uint8_t* const* rows, const std::int32_t* K, std::int16_t* acc,
-                                       std::uint8_t* out, std::int32_t n, std::int32_t w) {
-  rowFast<R, std::int16_t>(rows, K, acc, out, n, w);
+[[gnu::target("avx2")]] void row16Avx2(const std::uint8_t* const* rows, const std::int32_t* K, std::uint8_t* out,
+                                       std::int32_t n, std::int32_t w) {
+  rowNarrow<R>(rows, K, out, n, w);
 }
+
+// The built-in kernels as constants, row by row (vertical offset outer).
+constexpr std::array<std::int32_t, 9> kBlur{1, 1, 1, 1, 1, 1, 1, 1, 1};
+constexpr std::array<std::int32_t, 25> kBlurMore{1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1,
+                                                 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+constexpr std::array<std::int32_t, 9> kSoften{1, 1, 1, 1, 4, 1, 1, 1, 1};
+constexpr std::array<std::int32_t, 25> kSoftenMore{1, 1, 1, 1, 1, 1, 2, 2, 2, 1, 1, 2, 12,
+                                                   2, 1, 1, 2, 2, 2, 1, 1, 1, 1, 1, 1};
+constexpr std::array<std::int32_t, 9> kSharpen{-1, -1, -1, -1, 15, -1, -1, -1, -1};
+constexpr std::array<std::int32_t, 9> kSharpenMore{0, -1, 0, -1, 5, -1, 0, -1, 0};
+constexpr std::array<std::int32_t, 9> kEmboss{-1, 0, 0, 0, 0, 0, 0, 0, 1};
+
+template <int R, const auto& K>
+void rowConst(const std::uint8_t* const* rows, const std::int32_t*, std::uint8_t* out, std::int32_t n,
+              std::int32_t w) {
+  rowNarrow<R>(rows, K, out, n, w);
+}
+template <int R, const auto& K>
+[[gnu::target("avx2")]] void rowConstAvx2(const std::uint8_t* const* rows, const std::int32_t*, std::uint8_t* out,
+                                          std::int32_t n, std::int32_t w) {
+  rowNarrow<R>(rows, K, out, n, w);
+}
+
+template <int R, const auto& K>
+bool pickConst(const std::vector<std::int32_t>& kernel, bool avx2, RowFn16& fn) {
+  if (kernel.size() != K.size() || !std::equal(K.begin(), K.end(), kernel.begin())) return false;
+  fn = avx2 ? &rowConstAvx2<R, K> : &rowConst<R, K>;
+  return true;
+}
+
+// The narrow row function for a kernel: a constant one for the built-ins.
+RowFn16 narrowRow(const std::vector<std::int32_t>& kernel, std::int32_t r, bool avx2) {
+  RowFn16 fn = nullptr;
+  if (r == 1 && (pickConst<1, kBlur>(kernel, avx2, fn) || pickConst<1, kSoften>(kernel, avx2, fn) ||
+                 pickConst<1, kSharpen>(kernel, avx2, fn) || pickConst<1, kSharpenMore>(kernel, avx2, fn) ||
+                 pickConst<1, kEmboss>(kernel, avx2, fn))) {
+    return fn;
+  }
+  if (r == 2 && (pickConst<2, kBlurMore>(kernel, avx2, fn) || pickConst<2, kSoftenMore>(kernel, avx2, fn))) {
+    return fn;
+  }
+  if (r == 1) return avx2 ? &row16Avx2<1> : &row16<1>;
+  return avx2 ? &row16Avx2<2> : &row16<2>;
+}
+
 template <int R>
 void sum32(const std::uint8_t* const* rows, const std::int32_t* K, std::int32_t* acc, std::int32_t n) {
   sumFixed<R, std::int32_t>(rows, K, acc, n);
@@ -153,7 +222,8 @@ Plan makePlan(const Kernel2D& kernel, std::int32_t r, std::int32_t weight) {
     p.w = -weight;
   }
   p.fastDivide = p.fastSums && p.w > 0 && p.w < kFastDivisorLimit;
-  p.narrowSums = p.fastDivide && absSum * 255 <= std::numeric_limits<std::int16_t>::max();
+  p.narrowSums = p.fastSums && p.w > 0 && p.w < kNarrowDivisorLimit &&
+                 absSum * 255 <= std::numeric_limits<std::int16_t>::max();
   return p;
 }
 
@@ -166,11 +236,10 @@ void convolveBlock(const Plan& plan, const DibView& src, const DibView& dst, std
   const bool avx2 = hasAvx2();
   const std::uint8_t* rows[5];
   if (plan.narrowSums) {
-    std::vector<std::int16_t> acc(static_cast<std::size_t>(n));
-    const RowFn16 fn = r == 1 ? (avx2 ? row16Avx2<1> : row16<1>) : (avx2 ? row16Avx2<2> : row16<2>);
+    const RowFn16 fn = narrowRow(plan.K, r, avx2);
     for (std::int32_t y = y0; y <= y1; ++y) {
       for (std::int32_t j = 0; j < S; ++j) rows[j] = src.row(y + j - r) + x0;
-      fn(rows, plan.K.data(), acc.data(), dst.row(y) + x0, n, plan.w);
+      fn(rows, plan.K.data(), dst.row(y) + x0, n, plan.w);
     }
     return;
   }

@@ -1,6 +1,9 @@
 // Grayscale: 222 R + 707 G + 71 B over 1000, rounded halves to even (the
 // weights sum to 1000, so a gray pixel stays as it is).
+#include <immintrin.h>
+
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "platform/gdi.h"
@@ -14,17 +17,21 @@ namespace qorv {
 
 namespace {
 
-// Integer form of nearbyint(n / 1000.0) for 0 <= n <= 255000.
-[[gnu::always_inline]] inline std::uint32_t roundThousandth(std::uint32_t n) {
-  const std::uint32_t q = n / 1000u;
-  const std::uint32_t rem = n - q * 1000u;
-  return q + (rem > 500u ? 1u : 0u) + (rem == 500u ? (q & 1u) : 0u);
+// nearbyint(n / 1000.0) for 0 <= n <= 255000. The float quotient is correctly
+// rounded, so an exact half stays an exact half (k + 0.5 is representable)
+// and anything else is at least 1/1000 away from one; the half then goes to
+// the even neighbour.
+[[gnu::always_inline]] inline std::int32_t roundThousandth(std::int32_t n) {
+  const float up = static_cast<float>(n) / 1000.0f + 0.5f;
+  std::int32_t t = static_cast<std::int32_t>(up);
+  const std::int32_t tie = static_cast<float>(t) == up ? 1 : 0;
+  return t - (tie & t);  // an odd result of a tie steps down to even
 }
 
 [[gnu::always_inline]] inline void grayRow(std::uint8_t* p, std::int32_t pixels) {
   for (std::int32_t i = 0; i < pixels; ++i) {
     std::uint8_t* px = p + 3 * i;
-    const std::uint32_t n = 71u * px[0] + 707u * px[1] + 222u * px[2];
+    const std::int32_t n = 71 * px[0] + 707 * px[1] + 222 * px[2];
     const auto g = static_cast<std::uint8_t>(roundThousandth(n));
     px[0] = g;
     px[1] = g;
@@ -33,7 +40,34 @@ namespace {
 }
 
 void grayRowDefault(std::uint8_t* p, std::int32_t pixels) { grayRow(p, pixels); }
-[[gnu::target("avx2")]] void grayRowAvx2(std::uint8_t* p, std::int32_t pixels) { grayRow(p, pixels); }
+
+// Four pixels at a time: the channels are spread into 16-bit pairs so that one
+// multiply-add gives 71 B + 707 G and another 222 R; the float quotient by 1000
+// is correctly rounded, so converting it (round to nearest, halves to even
+// under the default rounding mode) gives exactly the scalar result. Only the
+// 12 bytes of the four pixels are written.
+[[gnu::target("avx2")]] void grayRowAvx2(std::uint8_t* p, std::int32_t pixels) {
+  const __m128i bg = _mm_setr_epi8(0, -1, 1, -1, 3, -1, 4, -1, 6, -1, 7, -1, 9, -1, 10, -1);
+  const __m128i r0 = _mm_setr_epi8(2, -1, -1, -1, 5, -1, -1, -1, 8, -1, -1, -1, 11, -1, -1, -1);
+  const __m128i wBG = _mm_setr_epi16(71, 707, 71, 707, 71, 707, 71, 707);
+  const __m128i wR = _mm_setr_epi16(222, 0, 222, 0, 222, 0, 222, 0);
+  const __m128 thousand = _mm_set1_ps(1000.0f);
+  const __m128i spread = _mm_setr_epi8(0, 0, 0, 4, 4, 4, 8, 8, 8, 12, 12, 12, -1, -1, -1, -1);
+  std::int32_t i = 0;
+  // A 16-byte load reads past the four pixels: keep it within this segment.
+  for (; i + 6 <= pixels; i += 4) {
+    std::uint8_t* px = p + 3 * i;
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(px));
+    const __m128i n = _mm_add_epi32(_mm_madd_epi16(_mm_shuffle_epi8(v, bg), wBG),
+                                    _mm_madd_epi16(_mm_shuffle_epi8(v, r0), wR));
+    const __m128i g = _mm_cvtps_epi32(_mm_div_ps(_mm_cvtepi32_ps(n), thousand));
+    const __m128i out = _mm_shuffle_epi8(g, spread);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(px), out);
+    const std::int32_t tail = _mm_extract_epi32(out, 2);
+    std::memcpy(px + 8, &tail, 4);
+  }
+  grayRow(p + 3 * i, pixels - i);
+}
 
 // Turns byte columns x0..x1 of every row gray.
 void grayscaleBlock(const DibView& v, std::int32_t x0, std::int32_t x1) {

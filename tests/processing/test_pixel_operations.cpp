@@ -82,6 +82,34 @@ TEST(Grayscale, RoundsHalvesToEven) {
   }
 }
 
+TEST(Grayscale, EveryColourRoundsLikeTheFormula) {
+  // All 2^24 colours once each, 4096 to a row.
+  cDIBSection d;
+  ASSERT_TRUE(d.Create(4096, 4096));
+  for (std::int32_t y = 0; y < 4096; ++y) {
+    std::uint8_t* row = d.View().row(y);
+    for (std::int32_t x = 0; x < 4096; ++x) {
+      const std::uint32_t c = static_cast<std::uint32_t>(y) * 4096u + static_cast<std::uint32_t>(x);
+      row[3 * x] = static_cast<std::uint8_t>(c);
+      row[3 * x + 1] = static_cast<std::uint8_t>(c >> 8);
+      row[3 * x + 2] = static_cast<std::uint8_t>(c >> 16);
+    }
+  }
+  cImageProcessDIB e;
+  e.Grayscale(d);
+  int wrong = 0;
+  for (std::int32_t y = 0; y < 4096; ++y) {
+    const std::uint8_t* row = d.View().row(y);
+    for (std::int32_t x = 0; x < 4096; ++x) {
+      const std::uint32_t c = static_cast<std::uint32_t>(y) * 4096u + static_cast<std::uint32_t>(x);
+      const double n = 71.0 * (c & 0xFF) + 707.0 * ((c >> 8) & 0xFF) + 222.0 * (c >> 16);
+      const auto g = static_cast<std::uint8_t>(std::nearbyint(n / 1000.0));
+      wrong += (row[3 * x] != g || row[3 * x + 1] != g || row[3 * x + 2] != g) ? 1 : 0;
+    }
+  }
+  EXPECT_EQ(wrong, 0);
+}
+
 TEST(BlackAndWhite, MatchesTheReference) {
   for (auto [w, h] : kSizes) {
     if (w * h > 10000) continue;
