@@ -5,6 +5,12 @@
 //
 // Units are pixels throughout (ScaleWidth/ScaleHeight, CurrentX/CurrentY, the
 // drawing methods, TextWidth/TextHeight).
+//
+// Failures: negative sizes make an empty box; a surface that cannot be
+// allocated raises AutomationError 7 ("Out of memory") and keeps the old one;
+// PaintPicture of no picture raises 481 ("Invalid picture"). Out-of-range draw
+// settings draw as their defaults; non-finite coordinates draw nothing useful
+// but never fail.
 #pragma once
 
 #include <optional>
@@ -77,6 +83,7 @@ class PictureBox : public QObject {
 
   // --- appearance and drawing state ---------------------------------------------
   COLORREF BackColor() const;
+  // As with the classic box, a new back colour clears the image (Cls).
   void setBackColor(COLORREF c);
   COLORREF ForeColor() const;
   void setForeColor(COLORREF c);
@@ -84,7 +91,10 @@ class PictureBox : public QObject {
   void setFont(const FontPtr& f);
   int BorderStyle() const;  // 0 none, 1 fixed single
   void setBorderStyle(int v);
-  int DrawMode() const;  // 1..16, default 13 (copy pen)
+  // 1..16, default 13 (copy pen): the binary raster operations of pen and
+  // destination (1 black, 6 invert, 7 xor pen, 11 no-op, 16 white, ...), each
+  // drawn with the matching QPainter raster-op composition mode. Text ignores it.
+  int DrawMode() const;
   void setDrawMode(int v);
   int DrawStyle() const;  // 0..6, default 0 (solid)
   void setDrawStyle(int v);
