@@ -2,6 +2,8 @@
 // pictures of awkward sizes, plus the documented special cases.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <random>
 
 #include "ProcessingTestSupport.h"
@@ -81,6 +83,37 @@ TEST(Convolution, CustomKernelsAndWeightsMatchTheReference) {
       const Bytes after = testing::snapshot(im.image);
       EXPECT_EQ(after, referenceOf(e, before));
       EXPECT_TRUE(testing::paddingIntact(after));
+    }
+  }
+}
+
+// Kernels of nested boxes and a centre weight, as the blur, soften and sharpen
+// families are, with other coefficients and weights.
+TEST(Convolution, BoxShapedKernelsMatchTheReference) {
+  struct Case {
+    std::int32_t r, outer, inner, centre, weight;
+  };
+  const Case cases[] = {{1, 0, 2, 5, 3},  {1, 0, -2, 30, 11}, {2, 1, 0, 0, 25}, {2, -1, 3, 7, 9},
+                        {2, 2, -1, -20, 6}, {1, 0, 1, -8, 1},  {2, 0, 0, 1, 1},  {2, 3, 2, 1, 100}};
+  for (const Case& c : cases) {
+    Kernel2D k(-c.r, c.r, -c.r, c.r);
+    for (int j = -c.r; j <= c.r; ++j) {
+      for (int i = -c.r; i <= c.r; ++i) {
+        const int d = std::max(std::abs(i), std::abs(j));
+        k(i, j) = (c.r == 2 ? c.outer : 0) + (d <= 1 ? c.inner : 0) + (d == 0 ? c.centre : 0);
+      }
+    }
+    for (auto [w, h] : kSizes) {
+      SCOPED_TRACE(std::to_string(c.outer) + "/" + std::to_string(c.inner) + "/" + std::to_string(c.centre) + " " +
+                   std::to_string(w) + "x" + std::to_string(h));
+      cImageProcessDIB e;
+      e.AddCustomFilter(k);
+      e.setFilterWeight(c.weight);
+      e.setFilterType(filter::eCustom);
+      Images im(w, h, static_cast<std::uint32_t>(w * 5 + h + c.centre));
+      const Bytes before = testing::snapshot(im.image);
+      ASSERT_TRUE(e.ProcessImage(im.image, im.buffer));
+      EXPECT_EQ(testing::snapshot(im.image), referenceOf(e, before));
     }
   }
 }
