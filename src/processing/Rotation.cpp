@@ -60,15 +60,22 @@ bool quarterTurnDirect(gdi::HDC dstDC, const std::array<gdi::POINT, 3>& pts, gdi
       const std::int32_t tyEnd = std::min(ty + kTile, Y1);
       for (std::int32_t tx = X0; tx < X1; tx += kTile) {
         const std::int32_t txEnd = std::min(tx + kTile, X1);
+        // The source rows this tile's columns read, found once per tile.
+        const std::uint8_t* srcRows[kTile];
+        for (std::int32_t X = tx; X < txEnd; ++X) {
+          const std::int64_t sy = ySrc + (bx > 0 ? X - p0x : p0x - 1 - X);
+          srcRows[X - tx] = src.row(static_cast<int>(sy));
+        }
+        const std::int32_t count = txEnd - tx;
         for (std::int32_t Y = ty; Y < tyEnd; ++Y) {
           const std::int64_t sx = xSrc + (ay > 0 ? Y - p0y : p0y - 1 - Y);
-          std::uint8_t* out = dst.row(Y);
-          for (std::int32_t X = tx; X < txEnd; ++X) {
-            const std::int64_t sy = ySrc + (bx > 0 ? X - p0x : p0x - 1 - X);
+          std::uint8_t* out = dst.row(Y) + static_cast<std::ptrdiff_t>(tx) * 4;
+          const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(sx) * 4;
+          for (std::int32_t k = 0; k < count; ++k) {
             std::uint32_t v;
-            std::memcpy(&v, src.row(static_cast<int>(sy)) + sx * 4, 4);
+            std::memcpy(&v, srcRows[k] + offset, 4);
             v &= 0x00FFFFFFu;
-            std::memcpy(out + static_cast<std::ptrdiff_t>(X) * 4, &v, 4);
+            std::memcpy(out + static_cast<std::ptrdiff_t>(k) * 4, &v, 4);
           }
         }
       }
