@@ -163,8 +163,31 @@ __attribute__((optimize("O3"))) void maskedCopy(std::uint32_t* __restrict d, con
   for (int i = 0; i < n; ++i) d[i] = (s[i] ^ flip) & kColourBits;
 }
 
-__attribute__((optimize("O3"))) void clearXBytes(std::uint32_t* d, int n) {
-  for (int i = 0; i < n; ++i) d[i] &= kColourBits;
+#ifdef __SSE2__
+// Long rows are written with streaming stores: a destination line is then not
+// read before being overwritten, which is most of the cost of a large copy.
+void streamRow(std::uint32_t* d, const std::uint32_t* s, int n, std::uint32_t flip) {
+  int i = 0;
+  for (; i < n && (reinterpret_cast<std::uintptr_t>(d + i) & 15u) != 0; ++i) d[i] = (s[i] ^ flip) & kColourBits;
+  const __m128i mask = _mm_set1_epi32(static_cast<int>(kColourBits));
+  const __m128i f = _mm_set1_epi32(static_cast<int>(flip));
+  for (; i + 4 <= n; i += 4) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
+    _mm_stream_si128(reinterpret_cast<__m128i*>(d + i), _mm_and_si128(_mm_xor_si128(v, f), mask));
+  }
+  for (; i < n; ++i) d[i] = (s[i] ^ flip) & kColourBits;
+  _mm_sfence();
+}
+#endif
+
+void copyRow(std::uint32_t* d, const std::uint32_t* s, int n, std::uint32_t flip) {
+#ifdef __SSE2__
+  if (n >= 1024) {
+    streamRow(d, s, n, flip);
+    return;
+  }
+#endif
+  maskedCopy(d, s, n, flip);
 }
 
 using StoreFn = void (*)(const Image& dst, int y, int x0, int n, const std::uint32_t* s, std::uint32_t* tmp);
@@ -175,12 +198,9 @@ void storeRow(const Image& dst, int y, int x0, int n, const std::uint32_t* s, st
   if (dst.fmt.plain32()) {
     auto* d = reinterpret_cast<std::uint32_t*>(dst.row(y)) + x0;
     if constexpr (N == 0xCu) {
-      // The library copy moves memory fastest; clearing the X bytes after it
-      // touches only the row just written, still in the first-level cache.
-      std::memcpy(d, s, static_cast<std::size_t>(n) * 4);
-      clearXBytes(d, n);
+      copyRow(d, s, n, 0);
     } else if constexpr (N == 0x3u) {
-      maskedCopy(d, s, n, kColourBits);
+      copyRow(d, s, n, kColourBits);
     } else {
       for (int i = 0; i < n; ++i) d[i] = ropApply<N>(s[i], d[i]);
     }

@@ -349,18 +349,29 @@ TEST(StretchBlt, ZeroDestinationDrawsNothing) {
   EXPECT_EQ(dst.pixels(), before);
 }
 
-// Device bitmaps get an X byte of 0 whatever the source held.
-TEST(BitBlt, WritesZeroIntoTheXByte) {
-  Canvas src(5, 5), dst(5, 5);
-  for (int y = 0; y < 5; ++y)
-    for (int x = 0; x < 5; ++x) {
-      src.set(x, y, 0xAB000000u | static_cast<std::uint32_t>(x * 40 + y));
-      dst.set(x, y, 0xFFFFFFFFu);
+// Device bitmaps get an X byte of 0 whatever the source held; long rows (which
+// take the streaming copy) and short ones alike, at any alignment.
+TEST(BitBlt, CopiesColoursAndWritesZeroIntoTheXByte) {
+  for (int w : {5, 1500}) {
+    Canvas src(w, 3), dst(w, 3);
+    for (int y = 0; y < 3; ++y)
+      for (int x = 0; x < w; ++x) {
+        src.set(x, y, 0xAB000000u | static_cast<std::uint32_t>(x * 40 + y * 7919));
+        dst.set(x, y, 0xFFFFFFFFu);
+      }
+    for (DWORD rop : {SRCCOPY, NOTSRCCOPY, SRCINVERT, WHITENESS}) {
+      ASSERT_TRUE(BitBlt(dst.dc(), 1, 0, w - 1, 3, src.dc(), 0, 0, rop));
+      for (int y = 0; y < 3; ++y)
+        for (int x = 1; x < w; ++x) {
+          ASSERT_EQ(dst.raw32(x, y) >> 24, 0u) << std::hex << rop;
+          if (rop == SRCCOPY) {
+            ASSERT_EQ(dst.at(x, y), gditest::rgb(src.raw32(x - 1, y)));
+          } else if (rop == NOTSRCCOPY) {
+            ASSERT_EQ(dst.at(x, y), gditest::rgb(~src.raw32(x - 1, y)));
+          }
+        }
+      EXPECT_EQ(dst.raw32(0, 1), 0xFFFFFFFFu);  // outside the rectangle
     }
-  for (DWORD rop : {SRCCOPY, NOTSRCCOPY, SRCINVERT, WHITENESS}) {
-    ASSERT_TRUE(BitBlt(dst.dc(), 0, 0, 5, 5, src.dc(), 0, 0, rop));
-    for (int y = 0; y < 5; ++y)
-      for (int x = 0; x < 5; ++x) ASSERT_EQ(dst.raw32(x, y) >> 24, 0u) << std::hex << rop;
   }
 }
 
