@@ -1,4 +1,6 @@
 // Fade (the control's Darken): every byte becomes byte * Amount \ 255.
+#include <immintrin.h>
+
 #include <cstdint>
 #include <string>
 
@@ -13,13 +15,34 @@ namespace qorv {
 
 namespace {
 
-// Amounts 0..255 keep every product within 16 bits, which divides fast.
+// Amounts 0..255 keep every product x within 16 bits, and for x <= 65025
+// (x + 1 + (x >> 8)) >> 8 equals x / 255 exactly: two additions and two
+// shifts instead of a division.
 [[gnu::always_inline]] inline void fadeRow(std::uint8_t* p, std::int32_t n, std::uint16_t amount) {
-  for (std::int32_t i = 0; i < n; ++i) p[i] = static_cast<std::uint8_t>(static_cast<std::uint16_t>(p[i] * amount) / 255u);
+  for (std::int32_t i = 0; i < n; ++i) {
+    const auto x = static_cast<std::uint16_t>(p[i] * amount);
+    p[i] = static_cast<std::uint8_t>(static_cast<std::uint16_t>(x + 1u + (x >> 8)) >> 8);
+  }
 }
 void fadeRowDefault(std::uint8_t* p, std::int32_t n, std::uint16_t amount) { fadeRow(p, n, amount); }
+[[gnu::target("avx2")]] inline __m256i fade16(__m256i x, __m256i amount) {
+  x = _mm256_mullo_epi16(x, amount);
+  const __m256i one = _mm256_set1_epi16(1);
+  return _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(x, one), _mm256_srli_epi16(x, 8)), 8);
+}
 [[gnu::target("avx2")]] void fadeRowAvx2(std::uint8_t* p, std::int32_t n, std::uint16_t amount) {
-  fadeRow(p, n, amount);
+  const __m256i a = _mm256_set1_epi16(static_cast<std::int16_t>(amount));
+  const __m256i zero = _mm256_setzero_si256();
+  std::int32_t i = 0;
+  for (; i + 32 <= n; i += 32) {
+    const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + i));
+    // Unpacking and packing both work within 128-bit halves, so the byte
+    // order comes back as it was.
+    const __m256i lo = fade16(_mm256_unpacklo_epi8(v, zero), a);
+    const __m256i hi = fade16(_mm256_unpackhi_epi8(v, zero), a);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p + i), _mm256_packus_epi16(lo, hi));
+  }
+  fadeRow(p + i, n - i, amount);
 }
 
 }  // namespace

@@ -385,6 +385,14 @@ TEST(PixelEvents, OneProgressPerColumnWithTheirDescriptions) {
   log.attach(e);
   e.Grayscale(wide);
   EXPECT_EQ(log.events, expectedEvents("Grayscale", 2999, 0, 2999, 1));
+  // Wider than one strip: several strips, still one report per column, in order.
+  cDIBSection huge;
+  randomImage(huge, 270001, 2, 6);
+  const Bytes before = testing::snapshot(huge);
+  log.events.clear();
+  e.Invert(huge);
+  EXPECT_EQ(log.events, expectedEvents("Invert", 810000, 0, 810000, 3));
+  EXPECT_EQ(testing::snapshot(huge), mapBytes(before, [](std::uint8_t v) { return std::uint8_t(255 - v); }));
 }
 
 TEST(PixelEvents, EmptyImagesAreLeftAloneWithoutNotifications) {
