@@ -184,6 +184,21 @@ TEST(DibResample, MatchesTheReference) {
   }
 }
 
+TEST(DibResample, LargePicturesMatchTheReference) {
+  cDIBSection src;
+  ASSERT_TRUE(src.Create(700, 500));
+  testing::fillRandom(src, 17);
+  auto out = src.Resample(800, 1000);  // split over two threads
+  ASSERT_TRUE(out);
+  const Bytes expect = testing::reference::resample(testing::snapshot(src), 1000, 800);
+  const Bytes got = testing::snapshot(*out);
+  int wrong = 0;
+  for (int y = 0; y < 800; ++y) {
+    for (int x = 0; x < 3000; ++x) wrong += got.at(x, y) != expect.at(x, y) ? 1 : 0;
+  }
+  EXPECT_EQ(wrong, 0);
+}
+
 TEST(DibResample, SameSizeIsAnExactCopy) {
   cDIBSection src;
   src.Create(6, 5);
