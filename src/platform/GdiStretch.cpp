@@ -9,6 +9,9 @@
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
+#if defined(__x86_64__) && defined(__GNUC__)
+#include <immintrin.h>
+#endif
 
 namespace gdi::detail {
 
@@ -600,6 +603,240 @@ void weightsPathColumnsFirst(const Image& dst, const Image& src, const AxisMap& 
   }
 }
 
+
+// --- AVX2 halftone ------------------------------------------------------------------
+//
+// Same sums as the paths above, with the last step done in double precision:
+// every partial sum is an integer below 2^53, so it is held exactly, and for a
+// divisor below 2^40 the truncated product (sum + den/2 + 1/2) * (1/den) is
+// exactly the rounded quotient (its error stays far below the 1/(2 den) gap
+// between that value and the nearest integer).
+
+#if defined(__x86_64__) && defined(__GNUC__)
+#define QORV_HALFTONE_AVX2 1
+
+bool haveAvx2() {
+  static const bool yes = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+  return yes;
+}
+
+constexpr u64 kMaxExactDen = u64{1} << 40;
+
+struct Finisher {
+  double bias;
+  double inv;
+  explicit Finisher(u64 den) : bias(static_cast<double>(den / 2) + 0.5), inv(1.0 / static_cast<double>(den)) {}
+};
+
+// Two finished pixels from their b, g, r, x sums.
+__attribute__((target("avx2,fma"))) inline std::uint64_t finishTwo(const Finisher& f, __m256d s0, __m256d s1) {
+  const __m256d bias = _mm256_set1_pd(f.bias), inv = _mm256_set1_pd(f.inv);
+  const __m128i q0 = _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_add_pd(s0, bias), inv));
+  const __m128i q1 = _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_add_pd(s1, bias), inv));
+  const __m128i w16 = _mm_packus_epi32(q0, q1);
+  return static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(w16, w16))) & 0x00FFFFFF00FFFFFFull;
+}
+__attribute__((target("avx2,fma"))) inline std::uint32_t finishOne(const Finisher& f, __m256d s) {
+  return static_cast<std::uint32_t>(finishTwo(f, s, s));
+}
+
+// The b, g, r, x sums at quadruple x as doubles.
+__attribute__((target("avx2,fma"))) inline __m256d sumsAt(const std::int32_t* p, int x) {
+  return _mm256_cvtepi32_pd(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 4 * x)));
+}
+
+// Weighted sum of `len` consecutive b, g, r, x quadruples of 32-bit sums.
+__attribute__((target("avx2,fma"))) inline __m256d tapSum(const std::int32_t* p, const double* w, int len) {
+  __m256d acc = _mm256_mul_pd(_mm256_cvtepi32_pd(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))),
+                              _mm256_broadcast_sd(w));
+  for (int k = 1; k < len; ++k)
+    acc = _mm256_fmadd_pd(_mm256_cvtepi32_pd(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 4 * k))),
+                          _mm256_broadcast_sd(w + k), acc);
+  return acc;
+}
+
+// Reduces one row of per-column sums (b, g, r, x each) to destination pixels.
+__attribute__((target("avx2,fma"))) void horizontalAvx2(const std::int32_t* sums, const std::int32_t* col,
+                                                        const std::int32_t* len, const std::uint32_t* wofs,
+                                                        const double* w, const Finisher& f, std::uint32_t* out,
+                                                        int n) {
+  int x = 0;
+  for (; x + 2 <= n; x += 2) {
+    const __m256d s0 = tapSum(sums + 4 * col[x], w + wofs[x], len[x]);
+    const __m256d s1 = tapSum(sums + 4 * col[x + 1], w + wofs[x + 1], len[x + 1]);
+    const std::uint64_t two = finishTwo(f, s0, s1);
+    std::memcpy(out + x, &two, sizeof two);
+  }
+  if (x < n) out[x] = finishOne(f, tapSum(sums + 4 * col[x], w + wofs[x], len[x]));
+}
+
+// Column sums (b, g, r, x per column) of `len` whole source rows, two rows per
+// multiply: their bytes are interleaved as 16-bit pairs and multiplied by the
+// matching weight pair with one madd. Every weight must be below 2^15 and
+// 255 times their total below 2^31.
+__attribute__((target("avx2,fma"))) void verticalPairsAvx2(std::int32_t* __restrict sums,
+                                                           const std::uint32_t* const* rowPtrs,
+                                                           const std::uint32_t* w, int len, int n) {
+  constexpr int kMaxPairs = 32;
+  const std::uint32_t* a[kMaxPairs];
+  const std::uint32_t* b[kMaxPairs];
+  __m256i wp[kMaxPairs];
+  int pairs = 0;
+  for (int t = 0; t < len; t += 2, ++pairs) {
+    const bool odd = t + 1 == len;
+    a[pairs] = rowPtrs[t];
+    b[pairs] = odd ? rowPtrs[t] : rowPtrs[t + 1];
+    wp[pairs] = _mm256_set1_epi32(static_cast<int>(w[t] | ((odd ? 0u : w[t + 1]) << 16)));
+  }
+  const __m256i zero = _mm256_setzero_si256();
+  int x = 0;
+  for (; x + 8 <= n; x += 8) {
+    __m256i s0 = zero, s1 = zero, s2 = zero, s3 = zero;
+    for (int p = 0; p < pairs; ++p) {
+      const __m256i A = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a[p] + x));
+      const __m256i B = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b[p] + x));
+      const __m256i lo = _mm256_unpacklo_epi8(A, B);  // pixels 0, 1 | 4, 5
+      const __m256i hi = _mm256_unpackhi_epi8(A, B);  // pixels 2, 3 | 6, 7
+      s0 = _mm256_add_epi32(s0, _mm256_madd_epi16(_mm256_unpacklo_epi8(lo, zero), wp[p]));
+      s1 = _mm256_add_epi32(s1, _mm256_madd_epi16(_mm256_unpackhi_epi8(lo, zero), wp[p]));
+      s2 = _mm256_add_epi32(s2, _mm256_madd_epi16(_mm256_unpacklo_epi8(hi, zero), wp[p]));
+      s3 = _mm256_add_epi32(s3, _mm256_madd_epi16(_mm256_unpackhi_epi8(hi, zero), wp[p]));
+    }
+    auto* o = reinterpret_cast<__m256i*>(sums + 4 * x);
+    _mm256_storeu_si256(o, _mm256_permute2x128_si256(s0, s1, 0x20));
+    _mm256_storeu_si256(o + 1, _mm256_permute2x128_si256(s2, s3, 0x20));
+    _mm256_storeu_si256(o + 2, _mm256_permute2x128_si256(s0, s1, 0x31));
+    _mm256_storeu_si256(o + 3, _mm256_permute2x128_si256(s2, s3, 0x31));
+  }
+  for (; x < n; ++x) {
+    std::int32_t c[4] = {0, 0, 0, 0};
+    for (int t = 0; t < len; ++t) {
+      const std::uint32_t v = rowPtrs[t][x];
+      for (int k = 0; k < 4; ++k) c[k] += static_cast<std::int32_t>(w[t] * ((v >> (8 * k)) & 0xFFu));
+    }
+    std::memcpy(sums + 4 * x, c, sizeof c);
+  }
+}
+
+// Per-destination-column taps of the horizontal axis, relative to column c0.
+struct ColumnTaps {
+  int c0 = 0, span = 0;
+  std::vector<std::int32_t> col;
+  std::vector<double> w;
+  explicit ColumnTaps(const AxisMap& ax) : col(ax.first.size()), w(ax.w.begin(), ax.w.end()) {
+    columnRange(ax, c0, span);
+    for (std::size_t x = 0; x < col.size(); ++x) col[x] = ax.first[x] - c0;
+  }
+};
+
+bool shrinkFitsAvx2(const Image& src, const AxisMap& ax, const AxisMap& ay) {
+  if (!src.fmt.plain32() || ax.den * ay.den > kMaxExactDen || ay.den * 255 >= (u64{1} << 31)) return false;
+  if (*std::max_element(ay.len.begin(), ay.len.end()) > 64) return false;
+  return *std::max_element(ay.w.begin(), ay.w.end()) < 32768u;
+}
+
+bool enlargeFitsAvx2(const AxisMap& ax, const AxisMap& ay) {
+  return ax.den * ay.den <= kMaxExactDen && ax.den * 255 < (u64{1} << 31);
+}
+
+void shrinkAvx2(const Image& dst, const Image& src, const AxisMap& ax, const AxisMap& ay, StoreFn store, int i0,
+                int i1) {
+  const ColumnTaps taps(ax);
+  RowSource rows(src, taps.c0, taps.span);
+  const std::size_t un = static_cast<std::size_t>(ax.count);
+  std::vector<std::int32_t> sums(4 * static_cast<std::size_t>(taps.span));
+  std::vector<std::uint32_t> out(un), tmp(un);
+  const Finisher fin(ax.den * ay.den);
+  const std::uint32_t* rowPtrs[64];
+  for (int i = i0; i < i1; ++i) {
+    const std::size_t yi = static_cast<std::size_t>(i);
+    const int len = ay.len[yi];
+    for (int t = 0; t < len; ++t) rowPtrs[t] = rows.get(ay.first[yi] + t);
+    verticalPairsAvx2(sums.data(), rowPtrs, &ay.w[ay.wofs[yi]], len, taps.span);
+    horizontalAvx2(sums.data(), taps.col.data(), ax.len.data(), ax.wofs.data(), taps.w.data(), fin, out.data(),
+                   ax.count);
+    store(dst, ay.start + i, ax.start, ax.count, out.data(), tmp.data());
+  }
+}
+
+// One source row's horizontal sums (b, g, r, x per destination column).
+__attribute__((target("avx2,fma"))) void horizontalRowAvx2(const std::uint32_t* s, const AxisMap& ax,
+                                                           const std::int32_t* col, std::int32_t* h) {
+  for (int x = 0; x < ax.count; ++x) {
+    const std::uint32_t* p = s + col[x];
+    const std::uint32_t* w = &ax.w[ax.wofs[static_cast<std::size_t>(x)]];
+    const int len = ax.len[static_cast<std::size_t>(x)];
+    __m128i acc = _mm_mullo_epi32(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(static_cast<int>(p[0]))),
+                                  _mm_set1_epi32(static_cast<int>(w[0])));
+    for (int k = 1; k < len; ++k)
+      acc = _mm_add_epi32(acc, _mm_mullo_epi32(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(static_cast<int>(p[k]))),
+                                               _mm_set1_epi32(static_cast<int>(w[k]))));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(h + 4 * x), acc);
+  }
+}
+
+// Blends the horizontal sums of a destination row's source rows.
+__attribute__((target("avx2,fma"))) void blendRowsAvx2(const std::int32_t* const* h, const double* w, int len,
+                                                       const Finisher& f, std::uint32_t* out, int n) {
+  const __m256d w0 = _mm256_broadcast_sd(w);
+  int x = 0;
+  if (len == 2) {
+    const __m256d w1 = _mm256_broadcast_sd(w + 1);
+    for (; x + 2 <= n; x += 2) {
+      const __m256d s0 = _mm256_fmadd_pd(sumsAt(h[1], x), w1, _mm256_mul_pd(sumsAt(h[0], x), w0));
+      const __m256d s1 = _mm256_fmadd_pd(sumsAt(h[1], x + 1), w1, _mm256_mul_pd(sumsAt(h[0], x + 1), w0));
+      const std::uint64_t two = finishTwo(f, s0, s1);
+      std::memcpy(out + x, &two, sizeof two);
+    }
+  } else if (len == 1) {
+    for (; x + 2 <= n; x += 2) {
+      const std::uint64_t two = finishTwo(f, _mm256_mul_pd(sumsAt(h[0], x), w0), _mm256_mul_pd(sumsAt(h[0], x + 1), w0));
+      std::memcpy(out + x, &two, sizeof two);
+    }
+  }
+  for (; x < n; ++x) {
+    __m256d s = _mm256_mul_pd(sumsAt(h[0], x), w0);
+    for (int t = 1; t < len; ++t) s = _mm256_fmadd_pd(sumsAt(h[t], x), _mm256_broadcast_sd(w + t), s);
+    out[x] = finishOne(f, s);
+  }
+}
+
+void enlargeAvx2(const Image& dst, const Image& src, const AxisMap& ax, const AxisMap& ay, StoreFn store, int i0,
+                 int i1) {
+  const ColumnTaps taps(ax);
+  RowSource rows(src, taps.c0, taps.span);
+  const std::size_t un = static_cast<std::size_t>(ax.count);
+  // Source rows are visited in order and one destination row needs at most
+  // maxLen consecutive ones, so a ring of maxLen+1 slots never evicts a row in use.
+  int maxLen = 1;
+  for (int i = i0; i < i1; ++i) maxLen = std::max(maxLen, ay.len[static_cast<std::size_t>(i)]);
+  const int slots = maxLen + 1;
+  std::vector<std::int32_t> ring(static_cast<std::size_t>(slots) * 4 * un);
+  std::vector<int> ringKey(static_cast<std::size_t>(slots), -1);
+  std::vector<std::uint32_t> out(un), tmp(un);
+  std::vector<double> wy;
+  std::vector<const std::int32_t*> h(static_cast<std::size_t>(maxLen));
+  const Finisher fin(ax.den * ay.den);
+  for (int i = i0; i < i1; ++i) {
+    const std::size_t yi = static_cast<std::size_t>(i);
+    const int len = ay.len[yi];
+    wy.assign(&ay.w[ay.wofs[yi]], &ay.w[ay.wofs[yi]] + len);
+    for (int t = 0; t < len; ++t) {
+      const int sy = ay.first[yi] + t;
+      const std::size_t slot = static_cast<std::size_t>(sy % slots);
+      std::int32_t* row = &ring[slot * 4 * un];
+      if (ringKey[slot] != sy) {
+        horizontalRowAvx2(rows.get(sy), ax, taps.col.data(), row);
+        ringKey[slot] = sy;
+      }
+      h[static_cast<std::size_t>(t)] = row;
+    }
+    blendRowsAvx2(h.data(), wy.data(), len, fin, out.data(), ax.count);
+    store(dst, ay.start + i, ax.start, ax.count, out.data(), tmp.data());
+  }
+}
+#endif  // x86-64
+
 }  // namespace
 
 void stretchImage(const Image& dst, const Image* src, const StretchRequest& r) {
@@ -653,6 +890,18 @@ void stretchImage(const Image& dst, const Image* src, const StretchRequest& r) {
     const std::int64_t perRow = contiguousColumns(ax) && store == kStores[0xC] ? 0 : ax.count;
     splitRows(ay.count, perRow, [&](int a, int b) { pickPath(dst, source, ax, ay, store, a, b); });
   } else if (r.mode == HALFTONE) {
+#ifdef QORV_HALFTONE_AVX2
+    if (haveAvx2() && (ay.shrinking ? shrinkFitsAvx2(source, ax, ay) : enlargeFitsAvx2(ax, ay))) {
+      const bool shrink = ay.shrinking;
+      splitRows(ay.count, ax.count * 4, [&](int a, int b) {
+        if (shrink)
+          shrinkAvx2(dst, source, ax, ay, store, a, b);
+        else
+          enlargeAvx2(dst, source, ax, ay, store, a, b);
+      });
+      return;
+    }
+#endif
     if (ay.shrinking) {
       splitRows(ay.count, ax.count * 4,
                 [&](int a, int b) { weightsPathColumnsFirst(dst, source, ax, ay, store, a, b); });

@@ -303,6 +303,45 @@ TEST(StretchBlt, HugeClippedDestinationMatchesReferenceInTheVisiblePart) {
   }
 }
 
+// Pictures wide and tall enough that whole vector blocks, row pairs and the
+// split between threads all take part, in every relation of the two axes.
+TEST(StretchBlt, LargeHalftoneMatchesReference) {
+  struct Case {
+    const char* name;
+    Request r;
+    Canvas::Kind srcKind;
+  };
+  const Case cases[] = {
+      {"gentle shrink", {0, 0, 200, 150, 0, 0, 301, 211}, Canvas::Device32},
+      {"strong shrink, odd row counts", {3, 2, 37, 29, 0, 0, 301, 211}, Canvas::Device32},
+      {"shrink of a part, 32-bit section", {-4, 5, 190, 175, 17, 9, 283, 199}, Canvas::Dib32},
+      {"shrink from 24-bit rows", {0, 0, 150, 100, 0, 0, 301, 211}, Canvas::Dib24},
+      {"mirrored shrink", {199, 179, -200, -170, 0, 0, 301, 211}, Canvas::Device32},
+      {"enlarge, clipped", {-50, -30, 903, 633, 0, 0, 301, 211}, Canvas::Device32},
+      {"enlarge from 24-bit rows", {-7, -11, 640, 480, 20, 10, 201, 151}, Canvas::Dib24TopDown},
+      {"shrink across, enlarge down", {0, 0, 200, 180, 0, 0, 301, 97}, Canvas::Device32},
+      {"enlarge across, shrink down", {0, 0, 200, 180, 0, 0, 141, 211}, Canvas::Device32},
+      {"mirrored enlarge", {250, -5, -410, 300, 5, 7, 180, 150}, Canvas::Device32},
+  };
+  std::mt19937 rng(12);
+  Canvas src32(301, 211), srcSection(301, 211, Canvas::Dib32), src24(301, 211, Canvas::Dib24),
+      src24top(301, 211, Canvas::Dib24TopDown);
+  for (Canvas* c : {&src32, &srcSection, &src24, &src24top}) c->randomise(rng);
+  for (const Case& c : cases) {
+    const Canvas& src = c.srcKind == Canvas::Device32 ? src32
+                        : c.srcKind == Canvas::Dib32  ? srcSection
+                        : c.srcKind == Canvas::Dib24  ? src24
+                                                      : src24top;
+    Canvas dst(200, 180);
+    dst.randomise(rng);
+    const Request& r = c.r;
+    const auto expected = referenceStretch(dst, src, r.xd, r.yd, r.wd, r.hd, r.xs, r.ys, r.ws, r.hs, HALFTONE, SRCCOPY);
+    SetStretchBltMode(dst.dc(), HALFTONE);
+    ASSERT_TRUE(StretchBlt(dst.dc(), r.xd, r.yd, r.wd, r.hd, src.dc(), r.xs, r.ys, r.ws, r.hs, SRCCOPY));
+    EXPECT_EQ(dst.pixels(), expected) << c.name;
+  }
+}
+
 // Weights of 2^15 and more take the scalar paths of the halftone engine.
 TEST(StretchBlt, ExtremeShrinkMatchesReference) {
   std::mt19937 rng(6);
