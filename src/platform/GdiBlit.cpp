@@ -11,13 +11,21 @@ using namespace detail;
 
 namespace {
 
-// Resolves the surface a DC draws on. Table lock held.
-bool resolveDC(HDC hdc, SurfaceRef& out, int* mode) {
+// Resolves the surface a DC draws on, for reading (sources) or writing
+// (destinations: a bitmap sharing its pixels gets a copy of its own first).
+// Resolve the destination before the source so that a blit from a sharer of
+// the destination still reads the memory the sharer keeps. Table lock held.
+// The last error is set on failure.
+bool resolveDC(HDC hdc, SurfaceRef& out, int* mode, bool forWriting) {
   const DCObject* dc = findDC(hdc);
-  if (!dc) return false;
-  const BitmapObject* bm = findBitmap(dcBitmap(*dc));
-  if (!bm || !bm->pixels) return false;
-  makeImage(*bm, out);
+  if (!dc) return fail(ERROR_INVALID_HANDLE, false);
+  BitmapObject* bm = findBitmap(dcBitmap(*dc));
+  if (!bm || !bm->pixels) return fail(ERROR_INVALID_HANDLE, false);
+  if (forWriting) {
+    if (!makeWritableImage(*bm, out)) return fail(ERROR_NOT_ENOUGH_MEMORY, false);
+  } else {
+    makeImage(*bm, out);
+  }
   if (mode) *mode = dc->stretchMode;
   return true;
 }
@@ -27,7 +35,7 @@ bool resolveDC(HDC hdc, SurfaceRef& out, int* mode) {
 bool detachIfShared(SurfaceRef& src, const SurfaceRef& dst) {
   if (src.keep != dst.keep) return true;
   const PixelBuffer& from = *src.keep;
-  auto copy = allocatePixels(static_cast<std::int64_t>(from.size));
+  auto copy = allocatePixels(static_cast<std::int64_t>(from.size), false);
   if (!copy) return false;
   std::memcpy(copy->data, from.data, from.size);
   src.image.top = copy->data + (src.image.top - from.data);
@@ -42,19 +50,31 @@ bool extentOk(std::int64_t v) { return v >= -kMaxExtent && v <= kMaxExtent; }
 constexpr std::int64_t kMaxPlgCoordinate = std::int64_t{1} << 28;
 bool plgCoordinateOk(std::int64_t v) { return v >= -kMaxPlgCoordinate && v <= kMaxPlgCoordinate; }
 
+// Both DCs name a bitmap with pixels. Table lock held.
+bool dcUsable(HDC hdc) {
+  const DCObject* dc = findDC(hdc);
+  const BitmapObject* bm = dc ? findBitmap(dcBitmap(*dc)) : nullptr;
+  return bm && bm->pixels;
+}
+
 BOOL doStretch(HDC hdcDest, const StretchRequest& req, HDC hdcSrc, bool useDestMode) {
   SurfaceRef dst, src;
   int mode = BLACKONWHITE;
   const bool needsSource = ropNeedsSource(req.rop);
   {
     auto lock = lockTable();
-    if (!resolveDC(hdcDest, dst, &mode)) return fail(ERROR_INVALID_HANDLE, FALSE);
-    if (needsSource && !resolveDC(hdcSrc, src, nullptr)) return fail(ERROR_INVALID_HANDLE, FALSE);
+    if (!dcUsable(hdcDest) || (needsSource && !dcUsable(hdcSrc))) return fail(ERROR_INVALID_HANDLE, FALSE);
   }
   if (!extentOk(req.wDest) || !extentOk(req.hDest) || !extentOk(req.wSrc) || !extentOk(req.hSrc))
     return fail(ERROR_INVALID_PARAMETER, FALSE);
   if (req.wDest == 0 || req.hDest == 0) return TRUE;
   if (needsSource && (req.wSrc == 0 || req.hSrc == 0)) return fail(ERROR_INVALID_PARAMETER, FALSE);
+  // Only a blit that will draw takes the destination for writing, which may copy it.
+  {
+    auto lock = lockTable();
+    if (!resolveDC(hdcDest, dst, &mode, true)) return FALSE;
+    if (needsSource && !resolveDC(hdcSrc, src, nullptr, false)) return FALSE;
+  }
   StretchRequest r = req;
   if (useDestMode) r.mode = mode;
   if (needsSource && !detachIfShared(src, dst)) return fail(ERROR_NOT_ENOUGH_MEMORY, FALSE);
@@ -116,14 +136,17 @@ BOOL PlgBlt(HDC hdcDest, const POINT* lpPoint, HDC hdcSrc, int xSrc, int ySrc, i
   SurfaceRef dst, src;
   {
     auto lock = lockTable();
-    if (!resolveDC(hdcDest, dst, nullptr) || !resolveDC(hdcSrc, src, nullptr))
-      return fail(ERROR_INVALID_HANDLE, FALSE);
+    if (!dcUsable(hdcDest) || !dcUsable(hdcSrc)) return fail(ERROR_INVALID_HANDLE, FALSE);
   }
   if (!lpPoint || hbmMask != 0 || width <= 0 || height <= 0 || width > kMaxPlgCoordinate ||
       height > kMaxPlgCoordinate)
     return fail(ERROR_INVALID_PARAMETER, FALSE);
   for (int i = 0; i < 3; ++i)
     if (!plgCoordinateOk(lpPoint[i].x) || !plgCoordinateOk(lpPoint[i].y)) return fail(ERROR_INVALID_PARAMETER, FALSE);
+  {
+    auto lock = lockTable();
+    if (!resolveDC(hdcDest, dst, nullptr, true) || !resolveDC(hdcSrc, src, nullptr, false)) return FALSE;
+  }
   if (!detachIfShared(src, dst)) return fail(ERROR_NOT_ENOUGH_MEMORY, FALSE);
   if (!plgImage(dst.image, lpPoint, src.image, xSrc, ySrc, width, height))
     return fail(ERROR_INVALID_PARAMETER, FALSE);

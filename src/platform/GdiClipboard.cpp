@@ -62,7 +62,7 @@ HBITMAP imageBitmap(const QImage& image) {
   const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
   if (rgb.isNull()) return 0;
   void* bits = nullptr;
-  const HBITMAP hbm = createBitmap(rgb.width(), rgb.height(), defaultFormat(32), false, false, &bits);
+  const HBITMAP hbm = createBitmap(rgb.width(), rgb.height(), defaultFormat(32), false, false, &bits, false);
   if (!hbm) return 0;
   auto* dst = static_cast<std::uint8_t*>(bits);
   const std::size_t rowBytes = static_cast<std::size_t>(rgb.width()) * 4;

@@ -2,6 +2,7 @@
 // description of bitmaps and DCs, window handles, surfaces and the last error.
 #include "platform/GdiObjects.h"
 
+#include <atomic>
 #include <cstring>
 #include <new>
 #include <unordered_map>
@@ -30,6 +31,7 @@ struct Table {
     stock.format = detail::defaultFormat(1);
     stock.format.palette = {0x000000u, 0xFFFFFFu};
     stock.pixels = detail::allocatePixels(4);
+    if (stock.pixels) stock.pixels->owners = 1;
     objects.emplace(detail::kStockBitmap, std::move(stock));
     detail::WindowObject desktop;
     desktop.permanent = true;
@@ -41,6 +43,66 @@ struct Table {
 Table& table() {
   static Table* t = new Table;  // never destroyed: other statics may release handles at exit
   return *t;
+}
+
+std::atomic<std::uint64_t> g_sharedCopies{0};
+
+// Recently freed pixel memory kept for the next request of the same size. A
+// rendered frame is freed and a new one of the same size allocated at every
+// frame; handing the old block back saves the system unmapping it and then
+// faulting and zeroing the pages of a fresh one. Only blocks handed out
+// without zeroing come from here, and the cache is kept small.
+class BlockCache {
+ public:
+  static constexpr std::size_t kMinBlock = std::size_t{256} << 10;
+  static constexpr std::size_t kMaxTotal = std::size_t{64} << 20;
+  static constexpr int kSlots = 3;
+
+  void* take(std::size_t size) {
+    std::lock_guard<std::mutex> g(mutex_);
+    for (Slot& s : slots_) {
+      if (s.data && s.size == size) {
+        void* p = s.data;
+        s.data = nullptr;
+        total_ -= size;
+        return p;
+      }
+    }
+    return nullptr;
+  }
+
+  // Keeps `p` if there is room, else frees it.
+  void give(void* p, std::size_t size) {
+    if (!p) return;
+    if (size >= kMinBlock && size <= kMaxTotal) {
+      std::lock_guard<std::mutex> g(mutex_);
+      if (total_ + size <= kMaxTotal) {
+        for (Slot& s : slots_) {
+          if (!s.data) {
+            s.data = p;
+            s.size = size;
+            total_ += size;
+            return;
+          }
+        }
+      }
+    }
+    std::free(p);
+  }
+
+ private:
+  struct Slot {
+    void* data = nullptr;
+    std::size_t size = 0;
+  };
+  std::mutex mutex_;
+  Slot slots_[kSlots];
+  std::size_t total_ = 0;
+};
+
+BlockCache& blockCache() {
+  static BlockCache* c = new BlockCache;  // never destroyed, like the table
+  return *c;
 }
 
 }  // namespace
@@ -77,15 +139,25 @@ HANDLE insertObject(Object&& obj) {
     HANDLE h = t.next++;
     if (t.next < 0x100) t.next = 0x100;
     if (h < 0x100 || t.objects.count(h)) continue;
+    if (auto* bm = std::get_if<BitmapObject>(&obj); bm && bm->pixels) ++bm->pixels->owners;
     t.objects.emplace(h, std::move(obj));
     return h;
   }
   return 0;
 }
 
-void insertFixed(HANDLE h, Object&& obj) { table().objects.emplace(h, std::move(obj)); }
+void insertFixed(HANDLE h, Object&& obj) {
+  if (auto* bm = std::get_if<BitmapObject>(&obj); bm && bm->pixels) ++bm->pixels->owners;
+  table().objects.emplace(h, std::move(obj));
+}
 
-void eraseObject(HANDLE h) { table().objects.erase(h); }
+void eraseObject(HANDLE h) {
+  auto& objs = table().objects;
+  auto it = objs.find(h);
+  if (it == objs.end()) return;
+  if (auto* bm = std::get_if<BitmapObject>(&it->second); bm && bm->pixels) --bm->pixels->owners;
+  objs.erase(it);
+}
 
 HBITMAP dcBitmap(const DCObject& dc) {
   if (dc.memory) return dc.bitmap;
@@ -93,14 +165,43 @@ HBITMAP dcBitmap(const DCObject& dc) {
   return w ? w->bitmap : 0;
 }
 
-std::shared_ptr<PixelBuffer> allocatePixels(std::int64_t bytes) {
+PixelBuffer::~PixelBuffer() { blockCache().give(data, size); }
+
+std::shared_ptr<PixelBuffer> allocatePixels(std::int64_t bytes, bool zeroed) {
   if (bytes <= 0 || bytes > kMaxBitmapBytes) return nullptr;
-  auto buf = std::shared_ptr<PixelBuffer>(new (std::nothrow) PixelBuffer);
-  if (!buf) return nullptr;
-  buf->data = static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(bytes), 1));
-  if (!buf->data) return nullptr;
-  buf->size = static_cast<std::size_t>(bytes);
+  std::shared_ptr<PixelBuffer> buf;
+  try {
+    buf = std::make_shared<PixelBuffer>();
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+  const auto n = static_cast<std::size_t>(bytes);
+  void* p = zeroed ? std::calloc(n, 1) : blockCache().take(n);
+  if (!p && !zeroed) p = std::malloc(n);
+  if (!p) return nullptr;
+  buf->data = static_cast<std::uint8_t*>(p);
+  buf->size = n;
   return buf;
+}
+
+bool makeWritable(BitmapObject& bm, bool keepContent) {
+  if (!bm.pixels || bm.pixels->owners <= 1) return true;
+  auto fresh = allocatePixels(static_cast<std::int64_t>(bm.pixels->size), false);
+  if (!fresh) return false;
+  if (keepContent) {
+    std::memcpy(fresh->data, bm.pixels->data, bm.pixels->size);
+    g_sharedCopies.fetch_add(1, std::memory_order_relaxed);
+  }
+  --bm.pixels->owners;
+  fresh->owners = 1;
+  bm.pixels = std::move(fresh);
+  return true;
+}
+
+bool makeWritableImage(BitmapObject& bm, SurfaceRef& out) {
+  if (!makeWritable(bm, true)) return false;
+  makeImage(bm, out);
+  return true;
 }
 
 void makeImage(const BitmapObject& bm, SurfaceRef& out) {
@@ -119,13 +220,14 @@ void makeImage(const BitmapObject& bm, SurfaceRef& out) {
   img.step = bm.bottomUp ? -static_cast<std::ptrdiff_t>(bm.stride) : bm.stride;
 }
 
-HBITMAP createBitmap(int width, int height, PixelFormat fmt, bool bottomUp, bool dibSection, void** bits) {
+HBITMAP createBitmap(int width, int height, PixelFormat fmt, bool bottomUp, bool dibSection, void** bits,
+                     bool zeroed) {
   if (bits) *bits = nullptr;
   if (width <= 0 || height <= 0) return fail(ERROR_INVALID_PARAMETER, HBITMAP{0});
   const std::int64_t stride = dibStride(width, fmt.bpp);
   if (stride < 0 || stride * height > kMaxBitmapBytes) return fail(ERROR_NOT_ENOUGH_MEMORY, HBITMAP{0});
   BitmapObject bm;
-  bm.pixels = allocatePixels(stride * height);
+  bm.pixels = allocatePixels(stride * height, zeroed);
   if (!bm.pixels) return fail(ERROR_NOT_ENOUGH_MEMORY, HBITMAP{0});
   bm.width = width;
   bm.height = height;
@@ -268,24 +370,78 @@ void fillSurface(const BitmapObject& bm, Surface& out) {
   out.bottomUp = bm.bottomUp;
 }
 
+// The bitmap a surface request names, either directly or through a DC.
+// Table lock held.
+BitmapObject* surfaceBitmap(HANDLE h, bool viaDC) {
+  if (!viaDC) return findBitmap(h);
+  const DCObject* dc = findDC(h);
+  return dc ? findBitmap(dcBitmap(*dc)) : nullptr;
+}
+
+bool surfaceOf(HANDLE h, bool viaDC, bool forWriting, Surface& out) {
+  auto lock = lockTable();
+  BitmapObject* bm = surfaceBitmap(h, viaDC);
+  if (!bm || !bm->pixels) return fail(ERROR_INVALID_HANDLE, false);
+  if (forWriting && !makeWritable(*bm, true)) return fail(ERROR_NOT_ENOUGH_MEMORY, false);
+  fillSurface(*bm, out);
+  return true;
+}
+
 }  // namespace
 
-bool BitmapSurface(HBITMAP hbm, Surface& out) {
+bool BitmapSurface(HBITMAP hbm, Surface& out) { return surfaceOf(hbm, false, true, out); }
+bool DCSurface(HDC hdc, Surface& out) { return surfaceOf(hdc, true, true, out); }
+bool BitmapSurfaceRead(HBITMAP hbm, Surface& out) { return surfaceOf(hbm, false, false, out); }
+bool DCSurfaceRead(HDC hdc, Surface& out) { return surfaceOf(hdc, true, false, out); }
+
+HBITMAP ShareBitmap(HBITMAP src) {
+  SurfaceRef from;
+  BitmapObject copy;
+  {
+    auto lock = lockTable();
+    const BitmapObject* bm = findBitmap(src);
+    if (!bm || !bm->pixels) return fail(ERROR_INVALID_HANDLE, HBITMAP{0});
+    copy.width = bm->width;
+    copy.height = bm->height;
+    copy.stride = bm->stride;
+    copy.bottomUp = bm->bottomUp;
+    copy.format = bm->format;
+    if (!bm->dibSection) {
+      copy.pixels = bm->pixels;
+      const HBITMAP h = insertObject(std::move(copy));
+      return h ? h : fail(ERROR_NOT_ENOUGH_MEMORY, HBITMAP{0});
+    }
+    makeImage(*bm, from);
+  }
+  // A DIB section: a copy of its own, made outside the lock.
+  auto pixels = allocatePixels(static_cast<std::int64_t>(from.keep->size), false);
+  if (!pixels) return fail(ERROR_NOT_ENOUGH_MEMORY, HBITMAP{0});
+  std::memcpy(pixels->data, from.keep->data, from.keep->size);
+  copy.pixels = std::move(pixels);
   auto lock = lockTable();
-  const BitmapObject* bm = findBitmap(hbm);
-  if (!bm || !bm->pixels) return fail(ERROR_INVALID_HANDLE, false);
-  fillSurface(*bm, out);
-  return true;
+  const HBITMAP h = insertObject(std::move(copy));
+  return h ? h : fail(ERROR_NOT_ENOUGH_MEMORY, HBITMAP{0});
 }
 
-bool DCSurface(HDC hdc, Surface& out) {
+bool DiscardBitmap(HBITMAP hbm) {
   auto lock = lockTable();
-  const DCObject* dc = findDC(hdc);
-  const BitmapObject* bm = dc ? findBitmap(dcBitmap(*dc)) : nullptr;
+  BitmapObject* bm = findBitmap(hbm);
   if (!bm || !bm->pixels) return fail(ERROR_INVALID_HANDLE, false);
-  fillSurface(*bm, out);
-  return true;
+  return makeWritable(*bm, false) ? true : fail(ERROR_NOT_ENOUGH_MEMORY, false);
 }
+
+HBITMAP CreateBitmapForOverwrite(int cx, int cy) {
+  return createBitmap(cx, cy, defaultFormat(32), false, false, nullptr, false);
+}
+
+bool SharesPixels(HBITMAP a, HBITMAP b) {
+  auto lock = lockTable();
+  const BitmapObject* x = findBitmap(a);
+  const BitmapObject* y = findBitmap(b);
+  return x && y && x->pixels && x->pixels == y->pixels;
+}
+
+std::uint64_t SharedPixelCopies() { return g_sharedCopies.load(std::memory_order_relaxed); }
 
 HBITMAP CurrentBitmap(HDC hdc) {
   auto lock = lockTable();

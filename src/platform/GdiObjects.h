@@ -20,15 +20,19 @@ T fail(DWORD code, T failValue) {
   return failValue;
 }
 
-// Pixel memory. Shared so that a blit in progress keeps its surfaces alive even
-// if another thread deletes the bitmap meanwhile.
+// Pixel memory. Several bitmap objects may draw on one buffer (ShareBitmap);
+// `owners` counts them and is what decides whether a write must first give
+// its bitmap memory of its own. The shared_ptr count is not used for that:
+// a blit in progress also holds a reference, only to keep the memory alive if
+// another thread deletes the bitmap meanwhile.
 struct PixelBuffer {
   std::uint8_t* data = nullptr;
   std::size_t size = 0;
+  int owners = 0;  // bitmap objects in the table using this memory (table lock)
   PixelBuffer() = default;
   PixelBuffer(const PixelBuffer&) = delete;
   PixelBuffer& operator=(const PixelBuffer&) = delete;
-  ~PixelBuffer() { std::free(data); }
+  ~PixelBuffer();
 };
 
 struct BitmapObject {
@@ -77,8 +81,15 @@ void eraseObject(HANDLE h);
 // The bitmap a DC draws on (0 if none or stale).
 HBITMAP dcBitmap(const DCObject& dc);
 
-// Zero-filled pixel memory of `bytes` bytes; null when it cannot be had.
-std::shared_ptr<PixelBuffer> allocatePixels(std::int64_t bytes);
+// Pixel memory of `bytes` bytes, zero-filled unless `zeroed` is false (for
+// callers that write every byte before anyone reads); null when it cannot be had.
+std::shared_ptr<PixelBuffer> allocatePixels(std::int64_t bytes, bool zeroed = true);
+
+// Before a write: gives `bm` memory no other bitmap object uses. With
+// `keepContent` the pixels are copied over; without, the new memory holds
+// garbage the caller is about to overwrite. False when memory cannot be had.
+// Table lock held.
+bool makeWritable(BitmapObject& bm, bool keepContent);
 
 // A surface taken out of the table for drawing, kept alive by `keep`.
 struct SurfaceRef {
@@ -86,14 +97,20 @@ struct SurfaceRef {
   Image image;
 };
 void makeImage(const BitmapObject& bm, SurfaceRef& out);
+// The same for a surface about to be written: the bitmap is detached from any
+// memory it shares first. False when that needs memory that cannot be had.
+// Table lock held.
+bool makeWritableImage(BitmapObject& bm, SurfaceRef& out);
 
 // Largest pixel memory of one bitmap (bytes); larger requests fail with
 // ERROR_NOT_ENOUGH_MEMORY.
 inline constexpr std::int64_t kMaxBitmapBytes = std::int64_t{1} << 31;
 
-// Creates a bitmap object of the given layout with zeroed memory. On failure
-// sets the last error and returns 0. Table lock must NOT be held.
-HBITMAP createBitmap(int width, int height, PixelFormat fmt, bool bottomUp, bool dibSection, void** bits);
+// Creates a bitmap object of the given layout with zeroed memory (left as it
+// comes when `zeroed` is false). On failure sets the last error and returns 0.
+// Table lock must NOT be held.
+HBITMAP createBitmap(int width, int height, PixelFormat fmt, bool bottomUp, bool dibSection, void** bits,
+                     bool zeroed = true);
 
 // The virtual screen's size (primary screen when a GUI application runs).
 void screenSize(int& width, int& height);

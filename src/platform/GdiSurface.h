@@ -26,10 +26,39 @@ struct Surface {
   bool valid() const { return rows != nullptr && width > 0 && height > 0; }
 };
 
-// The surface of a bitmap handle, or of the bitmap selected into a DC.
-// Returns false (last error 6) for an invalid handle.
+// The surface of a bitmap handle, or of the bitmap selected into a DC, for
+// writing: a bitmap sharing its pixels with others (ShareBitmap) first gets a
+// copy of its own, so the pointer may be written through. Returns false (last
+// error 6) for an invalid handle, (last error 8) when that copy cannot be had.
+// The pointer stays valid until the bitmap is deleted or resized; a later
+// ShareBitmap of the same bitmap makes writes through it visible to the new
+// sharer, so take the surface again after sharing.
 bool BitmapSurface(HBITMAP hbm, Surface& out);
 bool DCSurface(HDC hdc, Surface& out);
+// The same for reading only: never copies. Writing through these pointers
+// would change every bitmap sharing the memory.
+bool BitmapSurfaceRead(HBITMAP hbm, Surface& out);
+bool DCSurfaceRead(HDC hdc, Surface& out);
+
+// A new bitmap object (own handle, not selected anywhere) over the same pixel
+// memory as `src`, in O(1). The first write to either bitmap gives the written
+// one a copy of its own, so neither ever sees the other's later drawing. A DIB
+// section's memory is written through the pointer CreateDIBSection gave out,
+// which no copy-on-write can see: for one the result is a copy (32-bit device
+// bitmap when the section is 32-bit top-down, else the section's layout).
+// 0 for an invalid handle (last error 6) or when memory runs out (8).
+HBITMAP ShareBitmap(HBITMAP src);
+// Detaches `hbm` from memory it shares WITHOUT copying the pixels, for a caller
+// about to overwrite every pixel: the content is undefined afterwards. No-op
+// for a bitmap that shares nothing. False for an invalid handle or no memory.
+bool DiscardBitmap(HBITMAP hbm);
+// A 32-bit device bitmap like CreateCompatibleBitmap's whose pixels are left
+// undefined, for callers that write them all straight away.
+HBITMAP CreateBitmapForOverwrite(int cx, int cy);
+// Whether two bitmaps currently use the same pixel memory.
+bool SharesPixels(HBITMAP a, HBITMAP b);
+// Number of times a write had to copy shared pixels, since the process started.
+std::uint64_t SharedPixelCopies();
 // The bitmap currently selected into a DC (memory DC or window DC), 0 if none.
 HBITMAP CurrentBitmap(HDC hdc);
 

@@ -63,7 +63,7 @@ PicturePtr Picture::fromImage(const QImage& image, enum Type type) {
   if (image.isNull()) return nullptr;
   const QImage src = image.format() == QImage::Format_RGB32 ? image : image.convertToFormat(QImage::Format_RGB32);
   if (src.isNull()) return nullptr;
-  const gdi::HBITMAP hbm = gdi::CreateCompatibleBitmap(0, src.width(), src.height());
+  const gdi::HBITMAP hbm = gdi::CreateBitmapForOverwrite(src.width(), src.height());
   if (hbm == 0) return nullptr;
   gdi::Surface s;
   if (!gdi::BitmapSurface(hbm, s) || s.bitsPerPixel != 32) {
@@ -108,7 +108,7 @@ PicturePtr Picture::load(const QString& path, QString* error) {
 QImage Picture::toImage() const {
   if (handle_ == 0 || width_ <= 0 || height_ <= 0) return {};
   gdi::Surface s;
-  if (!gdi::BitmapSurface(handle_, s) || !s.valid()) return {};
+  if (!gdi::BitmapSurfaceRead(handle_, s) || !s.valid()) return {};
   if (s.bitsPerPixel != 32) return viaDIBits(handle_, s.width, s.height);
   QImage img(s.width, s.height, QImage::Format_RGB32);
   if (img.isNull()) return {};

@@ -1,0 +1,410 @@
+// Bitmaps sharing pixel memory: sharing must be invisible. Whatever is drawn on
+// one sharer, through whichever write path, never shows in another; reads never
+// copy; deleting a sharer leaves the others intact.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <QImage>
+
+#include "platform/GdiSurface.h"
+#include "platform/Picture.h"
+#include "platform/gdi.h"
+
+namespace {
+
+using namespace gdi;
+
+// The colour bits of every pixel of a 32-bit bitmap, read without copying.
+std::vector<std::uint32_t> pixelsOf(HBITMAP hbm) {
+  Surface s;
+  std::vector<std::uint32_t> out;
+  if (!BitmapSurfaceRead(hbm, s) || s.bitsPerPixel != 32) return out;
+  for (int y = 0; y < s.height; ++y) {
+    const auto* row = reinterpret_cast<const std::uint32_t*>(s.row(y));
+    for (int x = 0; x < s.width; ++x) out.push_back(row[x] & 0xFFFFFFu);
+  }
+  return out;
+}
+
+HBITMAP randomBitmap(int w, int h, unsigned seed) {
+  const HBITMAP hbm = CreateCompatibleBitmap(0, w, h);
+  Surface s;
+  EXPECT_TRUE(BitmapSurface(hbm, s));
+  std::mt19937 rng(seed);
+  for (int y = 0; y < h; ++y) {
+    auto* row = reinterpret_cast<std::uint32_t*>(s.row(y));
+    for (int x = 0; x < w; ++x) row[x] = static_cast<std::uint32_t>(rng());
+  }
+  return hbm;
+}
+
+// A memory DC with `hbm` selected for the lifetime of the object.
+class Selected {
+ public:
+  explicit Selected(HBITMAP hbm) : dc_(CreateCompatibleDC(0)) { old_ = SelectObject(dc_, hbm); }
+  ~Selected() {
+    SelectObject(dc_, old_);
+    DeleteDC(dc_);
+  }
+  Selected(const Selected&) = delete;
+  Selected& operator=(const Selected&) = delete;
+  HDC dc() const { return dc_; }
+
+ private:
+  HDC dc_;
+  HGDIOBJ old_;
+};
+
+constexpr int kW = 23, kH = 17;
+
+// Every way of writing into a bitmap. Each draws something that differs from
+// the random content almost everywhere.
+struct WritePath {
+  const char* name;
+  std::function<void(HBITMAP target, HBITMAP other)> write;
+};
+
+std::vector<WritePath> writePaths() {
+  return {
+      {"BitBlt destination",
+       [](HBITMAP t, HBITMAP) {
+         const HBITMAP src = randomBitmap(kW, kH, 99);
+         {
+           Selected d(t), s(src);
+           EXPECT_TRUE(BitBlt(d.dc(), 2, 3, 10, 8, s.dc(), 0, 0, SRCCOPY));
+         }
+         DeleteObject(src);
+       }},
+      {"BitBlt without a source", [](HBITMAP t, HBITMAP) {
+         Selected d(t);
+         EXPECT_TRUE(BitBlt(d.dc(), 0, 0, kW, kH, 0, 0, 0, DSTINVERT));
+       }},
+      {"StretchBlt destination",
+       [](HBITMAP t, HBITMAP) {
+         const HBITMAP src = randomBitmap(5, 4, 7);
+         {
+           Selected d(t), s(src);
+           SetStretchBltMode(d.dc(), HALFTONE);
+           EXPECT_TRUE(StretchBlt(d.dc(), -3, -2, kW + 6, kH + 5, s.dc(), 0, 0, 5, 4, SRCCOPY));
+         }
+         DeleteObject(src);
+       }},
+      {"PlgBlt destination",
+       [](HBITMAP t, HBITMAP) {
+         const HBITMAP src = randomBitmap(kH, kW, 5);
+         {
+           Selected d(t), s(src);
+           const POINT pts[3] = {{kW, 0}, {kW, kH}, {0, 0}};  // a quarter turn
+           EXPECT_TRUE(PlgBlt(d.dc(), pts, s.dc(), 0, 0, kH, kW, 0, 0, 0));
+         }
+         DeleteObject(src);
+       }},
+      {"blit from the other sharer",
+       [](HBITMAP t, HBITMAP other) {
+         Selected d(t), s(other);
+         EXPECT_TRUE(BitBlt(d.dc(), 3, 1, kW, kH, s.dc(), 0, 0, NOTSRCCOPY));
+       }},
+      {"overlapping blit onto itself",
+       [](HBITMAP t, HBITMAP) {
+         Selected d(t);
+         EXPECT_TRUE(BitBlt(d.dc(), 2, 2, kW - 2, kH - 2, d.dc(), 0, 0, SRCCOPY));
+       }},
+      {"BitmapSurface",
+       [](HBITMAP t, HBITMAP) {
+         Surface s;
+         ASSERT_TRUE(BitmapSurface(t, s));
+         for (int y = 0; y < s.height; ++y) std::memset(s.row(y), 0x5A, static_cast<std::size_t>(s.width) * 4);
+       }},
+      {"DCSurface",
+       [](HBITMAP t, HBITMAP) {
+         Selected d(t);
+         Surface s;
+         ASSERT_TRUE(DCSurface(d.dc(), s));
+         for (int y = 0; y < s.height; ++y) std::memset(s.row(y), 0xA5, static_cast<std::size_t>(s.width) * 4);
+       }},
+      {"window DC of a window drawing on it",
+       [](HBITMAP t, HBITMAP) {
+         const HWND w = CreateWindowHandle(t);
+         const HDC dc = GetDC(w);
+         EXPECT_TRUE(BitBlt(dc, 0, 0, kW, kH, 0, 0, 0, WHITENESS));
+         ReleaseDC(w, dc);
+         DestroyWindowHandle(w);
+       }},
+  };
+}
+
+TEST(SharedBitmaps, ShareIsANewHandleOverTheSameMemory) {
+  const HBITMAP a = randomBitmap(kW, kH, 1);
+  const std::size_t live = LiveObjectCount();
+  const std::uint64_t copies = SharedPixelCopies();
+  const HBITMAP b = ShareBitmap(a);
+  ASSERT_NE(b, 0u);
+  EXPECT_NE(b, a);
+  EXPECT_EQ(LiveObjectCount(), live + 1);
+  EXPECT_TRUE(SharesPixels(a, b));
+  EXPECT_EQ(SharedPixelCopies(), copies);
+  EXPECT_EQ(pixelsOf(b), pixelsOf(a));
+  BITMAP ba{}, bb{};
+  ASSERT_EQ(GetObjectA(a, sizeof ba, &ba), static_cast<int>(sizeof ba));
+  ASSERT_EQ(GetObjectA(b, sizeof bb, &bb), static_cast<int>(sizeof bb));
+  EXPECT_EQ(std::memcmp(&ba, &bb, sizeof ba), 0);
+  // Selection is per object: both can be selected at once, each in its own DC.
+  {
+    Selected sa(a), sb(b);
+    EXPECT_EQ(CurrentBitmap(sa.dc()), a);
+    EXPECT_EQ(CurrentBitmap(sb.dc()), b);
+    EXPECT_FALSE(DeleteObject(b));  // selected: refused as for any bitmap
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+  }
+  EXPECT_TRUE(DeleteObject(a));
+  EXPECT_TRUE(DeleteObject(b));
+  EXPECT_EQ(LiveObjectCount(), live - 1);
+}
+
+TEST(SharedBitmaps, WritingEitherSharerLeavesTheOtherUnchanged) {
+  for (const WritePath& path : writePaths()) {
+    for (const bool writeOriginal : {true, false}) {
+      SCOPED_TRACE(std::string(path.name) + (writeOriginal ? " into the original" : " into the sharer"));
+      const HBITMAP a = randomBitmap(kW, kH, 11);
+      const HBITMAP b = ShareBitmap(a);
+      ASSERT_NE(b, 0u);
+      const std::vector<std::uint32_t> before = pixelsOf(a);
+      const HBITMAP target = writeOriginal ? a : b;
+      const HBITMAP other = writeOriginal ? b : a;
+      const std::uint64_t copies = SharedPixelCopies();
+      path.write(target, other);
+      EXPECT_EQ(pixelsOf(other), before);
+      EXPECT_NE(pixelsOf(target), before);
+      EXPECT_FALSE(SharesPixels(a, b));
+      EXPECT_EQ(SharedPixelCopies(), copies + 1);
+      // Once apart, further writes copy nothing.
+      path.write(target, other);
+      EXPECT_EQ(SharedPixelCopies(), copies + 1);
+      DeleteObject(a);
+      DeleteObject(b);
+    }
+  }
+}
+
+TEST(SharedBitmaps, WritesGiveTheSameResultAsOnAnUnsharedBitmap) {
+  for (const WritePath& path : writePaths()) {
+    SCOPED_TRACE(path.name);
+    const HBITMAP plain = randomBitmap(kW, kH, 21);
+    const HBITMAP plainOther = randomBitmap(kW, kH, 21);
+    path.write(plain, plainOther);
+    const HBITMAP a = randomBitmap(kW, kH, 21);
+    const HBITMAP b = ShareBitmap(a);
+    path.write(b, a);
+    EXPECT_EQ(pixelsOf(b), pixelsOf(plain));
+    for (HBITMAP h : {plain, plainOther, a, b}) DeleteObject(h);
+  }
+}
+
+TEST(SharedBitmaps, ReadsNeverCopy) {
+  struct ReadPath {
+    const char* name;
+    std::function<void(HBITMAP)> read;
+  };
+  const std::vector<ReadPath> reads = {
+      {"BitBlt source",
+       [](HBITMAP h) {
+         const HBITMAP dst = CreateCompatibleBitmap(0, kW, kH);
+         {
+           Selected d(dst), s(h);
+           EXPECT_TRUE(BitBlt(d.dc(), 0, 0, kW, kH, s.dc(), 0, 0, SRCCOPY));
+         }
+         DeleteObject(dst);
+       }},
+      {"StretchBlt source",
+       [](HBITMAP h) {
+         const HBITMAP dst = CreateCompatibleBitmap(0, 7, 5);
+         {
+           Selected d(dst), s(h);
+           SetStretchBltMode(d.dc(), HALFTONE);
+           EXPECT_TRUE(StretchBlt(d.dc(), 0, 0, 7, 5, s.dc(), 0, 0, kW, kH, SRCCOPY));
+         }
+         DeleteObject(dst);
+       }},
+      {"PlgBlt source",
+       [](HBITMAP h) {
+         const HBITMAP dst = CreateCompatibleBitmap(0, kH, kW);
+         {
+           Selected d(dst), s(h);
+           const POINT pts[3] = {{kH, 0}, {kH, kW}, {0, 0}};
+           EXPECT_TRUE(PlgBlt(d.dc(), pts, s.dc(), 0, 0, kW, kH, 0, 0, 0));
+         }
+         DeleteObject(dst);
+       }},
+      {"GetDIBits",
+       [](HBITMAP h) {
+         BITMAPINFO bi{};
+         bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+         bi.bmiHeader.biWidth = kW;
+         bi.bmiHeader.biHeight = kH;
+         bi.bmiHeader.biPlanes = 1;
+         bi.bmiHeader.biBitCount = 24;
+         std::vector<std::uint8_t> bits(static_cast<std::size_t>((kW * 3 + 3) / 4 * 4) * kH);
+         EXPECT_EQ(GetDIBits(0, h, 0, kH, bits.data(), &bi, DIB_RGB_COLORS), kH);
+       }},
+      {"BitmapSurfaceRead",
+       [](HBITMAP h) {
+         Surface s;
+         EXPECT_TRUE(BitmapSurfaceRead(h, s));
+       }},
+      {"DCSurfaceRead",
+       [](HBITMAP h) {
+         Selected d(h);
+         Surface s;
+         EXPECT_TRUE(DCSurfaceRead(d.dc(), s));
+       }},
+      {"GetObjectA and sharing again",
+       [](HBITMAP h) {
+         BITMAP bm{};
+         EXPECT_TRUE(GetObjectA(h, sizeof bm, &bm));
+         const HBITMAP third = ShareBitmap(h);
+         EXPECT_TRUE(SharesPixels(third, h));
+         DeleteObject(third);
+       }},
+  };
+  for (const ReadPath& r : reads) {
+    SCOPED_TRACE(r.name);
+    const HBITMAP a = randomBitmap(kW, kH, 3);
+    const HBITMAP b = ShareBitmap(a);
+    const std::uint64_t copies = SharedPixelCopies();
+    r.read(a);
+    r.read(b);
+    EXPECT_TRUE(SharesPixels(a, b));
+    EXPECT_EQ(SharedPixelCopies(), copies);
+    DeleteObject(a);
+    DeleteObject(b);
+  }
+}
+
+TEST(SharedBitmaps, APictureReadsItsSharedBitmapWithoutCopying) {
+  const HBITMAP a = randomBitmap(kW, kH, 8);
+  const std::vector<std::uint32_t> before = pixelsOf(a);
+  const std::uint64_t copies = SharedPixelCopies();
+  {
+    qorv::PicturePtr pic = qorv::Picture::fromBitmap(ShareBitmap(a));
+    ASSERT_TRUE(pic);
+    const QImage img = pic->toImage();
+    ASSERT_EQ(img.width(), kW);
+    EXPECT_EQ(img.pixel(4, 5) & 0xFFFFFFu, before[5 * kW + 4]);
+    EXPECT_TRUE(SharesPixels(pic->Handle(), a));
+  }
+  EXPECT_EQ(SharedPixelCopies(), copies);
+  EXPECT_EQ(pixelsOf(a), before);  // the picture let go of its own handle only
+  DeleteObject(a);
+}
+
+TEST(SharedBitmaps, DeletingOneSharerKeepsTheOthersPixels) {
+  for (const bool deleteOriginal : {true, false}) {
+    SCOPED_TRACE(deleteOriginal ? "original deleted" : "sharer deleted");
+    const HBITMAP a = randomBitmap(kW, kH, 4);
+    const HBITMAP b = ShareBitmap(a);
+    const HBITMAP c = ShareBitmap(b);
+    const std::vector<std::uint32_t> before = pixelsOf(a);
+    EXPECT_TRUE(DeleteObject(deleteOriginal ? a : b));
+    const HBITMAP kept = deleteOriginal ? b : a;
+    EXPECT_EQ(pixelsOf(kept), before);
+    EXPECT_EQ(pixelsOf(c), before);
+    // Two sharers left: writing one still copies, and the last one alone does not.
+    const std::uint64_t copies = SharedPixelCopies();
+    Surface s;
+    ASSERT_TRUE(BitmapSurface(kept, s));
+    EXPECT_EQ(SharedPixelCopies(), copies + 1);
+    ASSERT_TRUE(BitmapSurface(c, s));
+    EXPECT_EQ(SharedPixelCopies(), copies + 1);
+    DeleteObject(kept);
+    DeleteObject(c);
+  }
+}
+
+TEST(SharedBitmaps, DiscardDetachesWithoutCopying) {
+  const HBITMAP a = randomBitmap(kW, kH, 6);
+  const HBITMAP b = ShareBitmap(a);
+  const std::vector<std::uint32_t> before = pixelsOf(a);
+  const std::uint64_t copies = SharedPixelCopies();
+  EXPECT_TRUE(DiscardBitmap(b));
+  EXPECT_FALSE(SharesPixels(a, b));
+  EXPECT_EQ(SharedPixelCopies(), copies);
+  EXPECT_EQ(pixelsOf(a), before);
+  // A bitmap sharing nothing keeps its memory and content.
+  EXPECT_TRUE(DiscardBitmap(a));
+  EXPECT_EQ(pixelsOf(a), before);
+  DeleteObject(a);
+  DeleteObject(b);
+}
+
+TEST(SharedBitmaps, ADibSectionIsCopiedNotShared) {
+  // Its memory is written through the pointer it was created with, which a
+  // copy-on-write cannot see.
+  for (const int height : {kH, -kH}) {
+    BITMAPINFO bi{};
+    bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+    bi.bmiHeader.biWidth = kW;
+    bi.bmiHeader.biHeight = height;
+    bi.bmiHeader.biPlanes = 1;
+    bi.bmiHeader.biBitCount = 32;
+    void* bits = nullptr;
+    const HBITMAP dib = CreateDIBSection(0, &bi, DIB_RGB_COLORS, &bits, 0, 0);
+    ASSERT_NE(dib, 0u);
+    std::memset(bits, 0x33, static_cast<std::size_t>(kW) * kH * 4);
+    const HBITMAP copy = ShareBitmap(dib);
+    ASSERT_NE(copy, 0u);
+    EXPECT_FALSE(SharesPixels(dib, copy));
+    std::memset(bits, 0x77, static_cast<std::size_t>(kW) * kH * 4);
+    Surface s;
+    ASSERT_TRUE(BitmapSurfaceRead(copy, s));
+    EXPECT_EQ(s.row(3)[5], 0x33);
+    EXPECT_EQ(s.bottomUp, height > 0);
+    DeleteObject(dib);
+    DeleteObject(copy);
+  }
+}
+
+TEST(SharedBitmaps, BadHandlesFailCleanly) {
+  const HDC dc = CreateCompatibleDC(0);
+  const HBITMAP gone = CreateCompatibleBitmap(0, 2, 2);
+  DeleteObject(gone);
+  for (const HANDLE h : {HANDLE{0}, HANDLE{dc}, HANDLE{gone}, HANDLE{0xFFFFFFF0u}}) {
+    SCOPED_TRACE(h);
+    SetLastError(0);
+    EXPECT_EQ(ShareBitmap(h), 0u);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+    SetLastError(0);
+    EXPECT_FALSE(DiscardBitmap(h));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+    Surface s;
+    EXPECT_FALSE(BitmapSurfaceRead(h, s));
+    EXPECT_FALSE(SharesPixels(h, h));
+  }
+  Surface s;
+  EXPECT_FALSE(DCSurfaceRead(gone, s));
+  DeleteDC(dc);
+  // Sizes the classic creation refuses are refused here too.
+  for (const int v : {0, -1, 1 << 30}) EXPECT_EQ(CreateBitmapForOverwrite(v, 4), 0u);
+}
+
+TEST(SharedBitmaps, AFailedOrEmptyBlitCopiesNothing) {
+  const HBITMAP a = randomBitmap(kW, kH, 9);
+  const HBITMAP b = ShareBitmap(a);
+  const std::uint64_t copies = SharedPixelCopies();
+  {
+    Selected d(a);
+    EXPECT_TRUE(BitBlt(d.dc(), 0, 0, 0, 5, d.dc(), 0, 0, SRCCOPY));        // nothing to draw
+    EXPECT_FALSE(StretchBlt(d.dc(), 0, 0, 5, 5, d.dc(), 0, 0, 0, 5, SRCCOPY));  // empty source
+    EXPECT_FALSE(BitBlt(d.dc(), 0, 0, 5, 5, 0xDEAD, 0, 0, SRCCOPY));       // bad source
+  }
+  EXPECT_TRUE(SharesPixels(a, b));
+  EXPECT_EQ(SharedPixelCopies(), copies);
+  DeleteObject(a);
+  DeleteObject(b);
+}
+
+}  // namespace
