@@ -108,6 +108,10 @@ struct PictureBox::Impl {
   mutable gdi::HWND hwnd = 0;
   int bmWidth = 0;  // size of the bitmap behind the image (at least 1x1)
   int bmHeight = 0;
+  // While set, a reallocation to exactly this bitmap's size shares its pixels
+  // instead of allocating, filling and copying (a picture about to cover the
+  // whole image).
+  gdi::HBITMAP pendingShare = 0;
 
   int left = 0, top = 0, width = 0, height = 0;
   bool autoSize = false;
@@ -140,25 +144,22 @@ struct PictureBox::Impl {
     throw AutomationError(7, programName(), "Out of memory");
   }
 
-  // Gives the persistent image the current inner size, keeping the top-left
-  // content and filling new area with the back colour.
-  void reallocate() {
-    const int w = std::max(1, innerWidth());
-    const int h = std::max(1, innerHeight());
-    if (bitmap != 0 && w == bmWidth && h == bmHeight) return;
-    const gdi::HBITMAP nb = gdi::CreateCompatibleBitmap(dc, w, h);
-    gdi::Surface ns;
-    if (nb == 0 || !gdi::BitmapSurface(nb, ns)) {
-      if (nb != 0) gdi::DeleteObject(nb);
-      outOfMemory();
-    }
-    fillSurface(ns, w, h, pixelOf(backColor));
-    gdi::Surface os;
-    if (bitmap != 0 && gdi::BitmapSurface(bitmap, os)) {
-      const int cw = std::min(w, os.width);
-      const int ch = std::min(h, os.height);
-      for (int y = 0; y < ch; ++y) std::memcpy(ns.row(y), os.row(y), static_cast<std::size_t>(cw) * 4);
-    }
+  // Whether `hbm` has exactly the persistent image's layout at size w x h, so
+  // that the image can simply share its pixels.
+  static bool sameLayout(gdi::HBITMAP hbm, int w, int h) {
+    gdi::Surface s;
+    return hbm != 0 && gdi::BitmapSurfaceRead(hbm, s) && s.bitsPerPixel == 32 && !s.bottomUp && s.width == w &&
+           s.height == h;
+  }
+
+  // Whether the background picture hides every pixel of the persistent image.
+  bool pictureCovers() const {
+    return picture && sameLayout(picture->Handle(), bmWidth, bmHeight) && innerWidth() == bmWidth &&
+           innerHeight() == bmHeight;
+  }
+
+  // Makes `nb` the persistent image, releasing the previous one.
+  void install(gdi::HBITMAP nb, int w, int h) {
     const gdi::HGDIOBJ old = gdi::SelectObject(dc, nb);
     if (stock == 0) stock = old;
     if (bitmap != 0) gdi::DeleteObject(bitmap);
@@ -166,6 +167,42 @@ struct PictureBox::Impl {
     bmWidth = w;
     bmHeight = h;
     if (hwnd != 0) gdi::RebindWindow(hwnd, bitmap);
+  }
+
+  // The persistent image becomes a sharer of `src`'s pixels (same layout and
+  // size), without copying. False when no handle can be had.
+  bool shareFrom(gdi::HBITMAP src, int w, int h) {
+    if (bitmap != 0 && gdi::SharesPixels(bitmap, src)) return true;
+    const gdi::HBITMAP nb = gdi::ShareBitmap(src);
+    if (nb == 0) return false;
+    install(nb, w, h);
+    return true;
+  }
+
+  // Gives the persistent image the current inner size, keeping the top-left
+  // content and filling new area with the back colour.
+  void reallocate() {
+    const int w = std::max(1, innerWidth());
+    const int h = std::max(1, innerHeight());
+    if (bitmap != 0 && w == bmWidth && h == bmHeight) return;
+    if (pendingShare != 0 && w == innerWidth() && h == innerHeight() && sameLayout(pendingShare, w, h) &&
+        shareFrom(pendingShare, w, h))
+      return;
+    // Every pixel is written below: the fill and the kept content.
+    const gdi::HBITMAP nb = gdi::CreateBitmapForOverwrite(w, h);
+    gdi::Surface ns;
+    if (nb == 0 || !gdi::BitmapSurface(nb, ns)) {
+      if (nb != 0) gdi::DeleteObject(nb);
+      outOfMemory();
+    }
+    fillSurface(ns, w, h, pixelOf(backColor));
+    gdi::Surface os;
+    if (bitmap != 0 && gdi::BitmapSurfaceRead(bitmap, os)) {
+      const int cw = std::min(w, os.width);
+      const int ch = std::min(h, os.height);
+      for (int y = 0; y < ch; ++y) std::memcpy(ns.row(y), os.row(y), static_cast<std::size_t>(cw) * 4);
+    }
+    install(nb, w, h);
   }
 
   // Applies a new outer geometry; the surface follows the inner size.
@@ -336,28 +373,53 @@ PicturePtr PictureBox::Picture() const { return d->picture; }
 
 void PictureBox::setPicture(const PicturePtr& p) {
   d->picture = p;
-  if (d->autoSize && p) d->setGeometry(d->left, d->top, p->Width() + 2 * d->border(), p->Height() + 2 * d->border());
+  if (d->autoSize && p) {
+    // A picture the box is sized to covers it: the new image can share its
+    // pixels rather than be allocated, cleared and then overwritten.
+    d->pendingShare = p->Handle();
+    try {
+      d->setGeometry(d->left, d->top, p->Width() + 2 * d->border(), p->Height() + 2 * d->border());
+    } catch (...) {
+      d->pendingShare = 0;
+      throw;
+    }
+    d->pendingShare = 0;
+  }
   Cls();
   Refresh();
 }
 
+bool PictureBox::placeBitmap(gdi::HBITMAP hbm) {
+  gdi::Surface s;
+  if (d->border() != 0 || !gdi::BitmapSurfaceRead(hbm, s) || s.bitsPerPixel != 32 || s.bottomUp) return false;
+  d->picture.reset();
+  d->pendingShare = hbm;
+  try {
+    d->setGeometry(d->left, d->top, s.width, s.height);
+  } catch (...) {
+    d->pendingShare = 0;
+    throw;
+  }
+  d->pendingShare = 0;
+  if (!d->shareFrom(hbm, s.width, s.height)) return false;
+  d->currentX = 0;
+  d->currentY = 0;
+  Refresh();
+  return true;
+}
+
 PicturePtr PictureBox::Image() const {
-  const int w = d->innerWidth();
-  const int h = d->innerHeight();
-  gdi::Surface src;
-  if (w <= 0 || h <= 0 || !gdi::BitmapSurface(d->bitmap, src)) return nullptr;
-  const gdi::HBITMAP copy = gdi::CreateCompatibleBitmap(d->dc, w, h);
-  gdi::Surface dst;
-  if (copy == 0 || !gdi::BitmapSurface(copy, dst)) {
-    if (copy != 0) gdi::DeleteObject(copy);
+  if (d->innerWidth() <= 0 || d->innerHeight() <= 0) return nullptr;
+  // The snapshot shares the image's pixels; whichever is drawn on next gets a
+  // copy of its own then, so the snapshot never changes.
+  const gdi::HBITMAP snapshot = gdi::ShareBitmap(d->bitmap);
+  if (snapshot == 0) Impl::outOfMemory();
+  PicturePtr p = qorv::Picture::fromBitmap(snapshot);
+  if (!p) {
+    gdi::DeleteObject(snapshot);
     Impl::outOfMemory();
   }
-  if (src.stride == dst.stride && src.height == dst.height && !src.bottomUp && !dst.bottomUp) {
-    std::memcpy(dst.rows, src.rows, static_cast<std::size_t>(dst.stride) * static_cast<std::size_t>(h));
-  } else {
-    for (int y = 0; y < h; ++y) std::memcpy(dst.row(y), src.row(y), static_cast<std::size_t>(w) * 4);
-  }
-  return qorv::Picture::fromBitmap(copy);
+  return p;
 }
 
 // --- appearance and drawing state ---------------------------------------------------
@@ -436,11 +498,16 @@ void PictureBox::setToolTipText(const QString& t) {
 // --- drawing ----------------------------------------------------------------------------
 
 void PictureBox::Cls() {
+  d->currentX = 0;
+  d->currentY = 0;
+  // Back colour then a picture that hides all of it is just the picture.
+  if (d->pictureCovers() && d->shareFrom(d->picture->Handle(), d->bmWidth, d->bmHeight)) return;
+  // The fill overwrites every pixel: memory shared with a snapshot is given
+  // up, not copied.
+  gdi::DiscardBitmap(d->bitmap);
   gdi::Surface s;
   if (gdi::BitmapSurface(d->bitmap, s)) fillSurface(s, s.width, s.height, pixelOf(d->backColor));
   d->drawPictureAtOrigin();
-  d->currentX = 0;
-  d->currentY = 0;
 }
 
 void PictureBox::Line(float x1, float y1, float x2, float y2, std::optional<COLORREF> color, LineKind kind) {

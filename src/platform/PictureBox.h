@@ -53,8 +53,9 @@ class PictureBox : public QObject {
   gdi::HDC hDC() const;
   // A window handle whose GetDC draws on the persistent image.
   gdi::HWND hWnd() const;
-  // The persistent image as a QImage sharing its memory (Format_RGB32); valid
-  // until the next resize.
+  // The persistent image as a QImage sharing its memory (Format_RGB32), for
+  // drawing on: memory the image shares with a snapshot or picture is copied
+  // first. Valid until the next resize, Cls or picture assignment.
   QImage imageView() const;
 
   // --- geometry (pixels) --------------------------------------------------------
@@ -78,8 +79,17 @@ class PictureBox : public QObject {
   PicturePtr Picture() const;
   void setPicture(const PicturePtr& p);
   // A snapshot of the persistent image as a new Picture (the view as painted,
-  // overlays included). Null when the box has no area.
+  // overlays included). Null when the box has no area. O(1): the picture
+  // shares the image's pixels until either is drawn on.
   PicturePtr Image() const;
+  // Shows `hbm` as the image at its own size with no background picture: the
+  // same result as setPicture(nullptr), Cls(), resizing the box to the bitmap
+  // and blitting it at (0, 0), but the image shares the bitmap's pixels instead
+  // of copying them (later drawing on the box never changes `hbm`). Returns
+  // false, changing nothing, when the bitmap cannot be shared that way (not a
+  // 32-bit top-down bitmap, or a border would shrink the image); also false,
+  // with the picture already removed, when memory runs out.
+  bool placeBitmap(gdi::HBITMAP hbm);
 
   // --- appearance and drawing state ---------------------------------------------
   COLORREF BackColor() const;
