@@ -124,14 +124,24 @@ void QorvPicture::ApplyFilter(qint32 FilterType, qint32 FilterWeight) {
 }
 
 void QorvPicture::AddCustomFilter(const IntArray2D& Array2D) {
+  cImageProcessDIB& engine = mImageProcessDIB();
+  const std::int64_t extent1 = std::int64_t{Array2D.upper1} - Array2D.lower1 + 1;
+  const std::int64_t extent2 = std::int64_t{Array2D.upper2} - Array2D.lower2 + 1;
+  if (extent1 > 99 || extent2 > 99) {
+    // No kernel holds that many entries: the size check or the copy fails,
+    // without building the array first.
+    const std::int64_t size = 2 * std::int64_t{Array2D.upper1} + 1;
+    engine.setFilterArraySize(size >= 0 && size < 100 ? static_cast<std::int32_t>(size) : -1);
+    throw AutomationError(errors::SubscriptOutOfRange, programName() + ".cImageProcess", "Subscript out of range");
+  }
   Kernel2D k(Array2D.lower1, Array2D.upper1, Array2D.lower2, Array2D.upper2);
   for (int i = Array2D.lower1; i <= Array2D.upper1; ++i) {
     for (int j = Array2D.lower2; j <= Array2D.upper2; ++j) {
-      const auto idx = static_cast<std::size_t>((i - Array2D.lower1) * Array2D.count2() + (j - Array2D.lower2));
+      const auto idx = static_cast<std::size_t>((i - Array2D.lower1) * extent2 + (j - Array2D.lower2));
       if (idx < Array2D.values.size()) k(i, j) = Array2D.values[idx];
     }
   }
-  mImageProcessDIB().AddCustomFilter(k);
+  engine.AddCustomFilter(k);
 }
 
 void QorvPicture::Darken(const QVariant& Amount) {

@@ -14,15 +14,17 @@ namespace qorv {
 class Kernel2D {
  public:
   Kernel2D() = default;
-  // An array of zeros with the given bounds (an empty array when a lower
-  // bound is above its upper bound).
+  // An array of zeros with the given bounds (no elements when a lower bound
+  // is above its upper bound; the bounds are kept as given, as a host's empty
+  // array keeps its own). std::length_error beyond kMaxCells.
+  static constexpr std::int64_t kMaxCells = std::int64_t{1} << 24;
   Kernel2D(std::int32_t lower1, std::int32_t upper1, std::int32_t lower2, std::int32_t upper2)
       : lo1_(lower1), hi1_(upper1), lo2_(lower2), hi2_(upper2) {
-    if (extent1() > 0 && extent2() > 0) {
-      cells_.assign(static_cast<std::size_t>(extent1()) * static_cast<std::size_t>(extent2()), 0);
-    } else {
-      lo1_ = lo2_ = 0;
-      hi1_ = hi2_ = -1;
+    const std::int64_t e1 = std::int64_t{upper1} - lower1 + 1;
+    const std::int64_t e2 = std::int64_t{upper2} - lower2 + 1;
+    if (e1 > 0 && e2 > 0) {
+      if (e1 > kMaxCells || e2 > kMaxCells || e1 * e2 > kMaxCells) throw std::length_error("kernel too large");
+      cells_.assign(static_cast<std::size_t>(e1 * e2), 0);
     }
   }
   // From rows as they read on screen: each inner list is one row (the second
@@ -45,15 +47,16 @@ class Kernel2D {
   std::int32_t upper1() const { return hi1_; }
   std::int32_t lower2() const { return lo2_; }
   std::int32_t upper2() const { return hi2_; }
-  bool contains(std::int32_t i, std::int32_t j) const { return i >= lo1_ && i <= hi1_ && j >= lo2_ && j <= hi2_; }
+  bool contains(std::int32_t i, std::int32_t j) const {
+    return !cells_.empty() && i >= lo1_ && i <= hi1_ && j >= lo2_ && j <= hi2_;
+  }
 
   // Bounds-checked access; std::out_of_range outside the bounds.
   std::int32_t& operator()(std::int32_t i, std::int32_t j) { return cells_[index(i, j)]; }
   std::int32_t operator()(std::int32_t i, std::int32_t j) const { return cells_[index(i, j)]; }
 
  private:
-  std::int32_t extent1() const { return hi1_ - lo1_ + 1; }
-  std::int32_t extent2() const { return hi2_ - lo2_ + 1; }
+  std::int64_t extent1() const { return std::int64_t{hi1_} - lo1_ + 1; }
   std::size_t index(std::int32_t i, std::int32_t j) const {
     if (!contains(i, j)) throw std::out_of_range("Subscript out of range");
     return static_cast<std::size_t>(j - lo2_) * static_cast<std::size_t>(extent1()) +

@@ -83,6 +83,32 @@ TEST_F(ProcessingMethods, CustomKernelThroughAutomation) {
   EXPECT_EQ(current(), out);
 }
 
+TEST_F(ProcessingMethods, HugeOrShapelessKernelArraysFailCleanly) {
+  struct Case {
+    int lower1, upper1, lower2, upper2;
+    std::int32_t number;
+  };
+  const Case cases[] = {
+      {-1000000, 1000000, -1, 1, static_cast<std::int32_t>(0x8004051A)},  // size far above 99
+      {-200, 10, -1, 1, errors::SubscriptOutOfRange},                      // fits the size, not the copy
+      {-1, 1, -2000000000, 2000000000, errors::SubscriptOutOfRange},
+      {-3, -1, 0, 0, static_cast<std::int32_t>(0x8004051A)},               // size -1
+  };
+  for (const Case& c : cases) {
+    IntArray2D a;
+    a.lower1 = c.lower1;
+    a.upper1 = c.upper1;
+    a.lower2 = c.lower2;
+    a.upper2 = c.upper2;  // no values at all: never read
+    try {
+      ctl->AddCustomFilter(a);
+      ADD_FAILURE() << c.lower1 << ".." << c.upper1;
+    } catch (const AutomationError& e) {
+      EXPECT_EQ(e.number(), c.number) << c.lower1 << ".." << c.upper1;
+    }
+  }
+}
+
 TEST_F(ProcessingMethods, DarkenAndLightenNeedANumber) {
   show(solid(3, 2, qRgb(200, 100, 255)));
   for (const QVariant& bad : {QVariant(), QVariant(QStringLiteral("abc")), QVariant(QStringLiteral(""))}) {

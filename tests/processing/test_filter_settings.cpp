@@ -159,6 +159,10 @@ TEST(AddCustomFilter, AsymmetricArraysRunIntoTheBoundsCheck) {
   EXPECT_EQ(e.FilterArraySize(), 5);
   // Second dimension reaching past the kernel: bounds error during the copy.
   EXPECT_EQ(caught([&] { e.AddCustomFilter(Kernel2D(-1, 1, -3, 3)); }).number(), errors::SubscriptOutOfRange);
+  // No elements in the second dimension: sized from the first, nothing copied.
+  e.AddCustomFilter(Kernel2D(-2, 2, 0, -1));
+  EXPECT_EQ(e.FilterArraySize(), 5);
+  EXPECT_EQ(e.FilterValue(2, 2), 0);
   // Upper bound -1 asks for size -1.
   EXPECT_EQ(caught([&] { e.AddCustomFilter(Kernel2D(-3, -1, 0, 0)); }).number(), kInvalidError);
 }
@@ -172,6 +176,8 @@ TEST(Kernel2D, RowsAreCentredAndBoundsChecked) {
   EXPECT_EQ(k(-1, 1), 7);
   EXPECT_THROW(k(2, 0), std::out_of_range);
   EXPECT_FALSE(Kernel2D(1, 0, 0, 0).contains(0, 0));
+  EXPECT_THROW(Kernel2D(-2000000000, 2000000000, 0, 0), std::length_error);
+  EXPECT_THROW(Kernel2D(0, 99999, 0, 99999), std::length_error);
 }
 
 }  // namespace
