@@ -778,7 +778,7 @@ void QorvPicture::normalizePicture() {
   const gdi::HBITMAP src = handleOf(pic);
   if (src == 0) return;
   gdi::Surface s;
-  if (gdi::BitmapSurface(src, s) && s.bitsPerPixel == 32 && !s.bottomUp) return;  // already what frames need
+  if (gdi::BitmapSurfaceRead(src, s) && s.bitsPerPixel == 32 && !s.bottomUp) return;  // already what frames need
   // Any other layout becomes a 32-bit device bitmap of the same size.
   gdi::HDC srcDC = gdi::CreateCompatibleDC(0);
   gdi::HDC dstDC = gdi::CreateCompatibleDC(0);
@@ -823,6 +823,18 @@ void QorvPicture::UpdateView(bool Redraw, bool NotifyOffset) {
   if (NotifyOffset) raiseOffsetChanged();
 }
 
+namespace {
+// Whether composing a covering frame writes every back-buffer pixel: stretched
+// placements always do; a placement at the picture's own size only when the
+// picture is at least as large as the placed size.
+bool frameWritesEveryPixel(const PictureBox& source, bool stretched, int width, int height) {
+  const int sw = view::roundHalfEven(source.ScaleWidth());
+  const int sh = view::roundHalfEven(source.ScaleHeight());
+  if (sw < 1 || sh < 1) return false;
+  return stretched || (sw >= width && sh >= height);
+}
+}  // namespace
+
 void QorvPicture::Render(bool Initial) {
   if (lockUpdate_ || drawingGuard_) return;
   Panes& p = *panes_;
@@ -846,7 +858,14 @@ void QorvPicture::Render(bool Initial) {
       const double lx = view::roundHalfEven(tl.x);
       const double ty = view::roundHalfEven(tl.y);
       const bool covers = tiled_ || (lx <= 0 && ty <= 0 && lx + W >= bw && ty + H >= bh);
-      if (!covers || handleOf(p.bBuffer.Picture()) != 0) p.bBuffer.Cls();
+      if (!covers || handleOf(p.bBuffer.Picture()) != 0) {
+        p.bBuffer.Cls();
+      } else if (frameWritesEveryPixel(p.Buffer, useBltAIP_ ? stretch_ : !(zoom_ == 100 && zoomFromOriginal_), W,
+                                       H)) {
+        // The last frame's memory is still shown by picPane; this frame
+        // overwrites all of it, so it takes fresh memory instead of a copy.
+        gdi::DiscardBitmap(gdi::CurrentBitmap(p.bBuffer.hDC()));
+      }
       if (useBltAIP_) {
         const gdi::HDC dc = p.bBuffer.hDC();
         gdi::GetStretchBltMode(dc);

@@ -212,12 +212,16 @@ IoOutcome LoadIntoBuffer(const LoadRequest& request, PictureBox& buffer, gdi::HB
   // keeps the peak at two picture-sized allocations.
   dib.reset();
 
-  const std::int32_t width = modFreeImage::FreeImage_GetBitmapWidth(bitmap.get());
-  const std::int32_t height = modFreeImage::FreeImage_GetBitmapHeight(bitmap.get());
-  buffer.setPicture(PicturePtr());
-  buffer.Cls();
-  buffer.Move(buffer.Left(), buffer.Top(), width, height);
-  modFreeImage::FreeImage_RenderBitmap(bitmap.get(), buffer.hDC(), 0, 0, -1, -1, false);
+  // The buffer shows the converted bitmap at its own size. Sharing its pixels
+  // gives that without clearing, growing and copying a picture-sized image.
+  if (!buffer.placeBitmap(bitmap.get())) {
+    const std::int32_t width = modFreeImage::FreeImage_GetBitmapWidth(bitmap.get());
+    const std::int32_t height = modFreeImage::FreeImage_GetBitmapHeight(bitmap.get());
+    buffer.setPicture(PicturePtr());
+    buffer.Cls();
+    buffer.Move(buffer.Left(), buffer.Top(), width, height);
+    modFreeImage::FreeImage_RenderBitmap(bitmap.get(), buffer.hDC(), 0, 0, -1, -1, false);
+  }
   if (drawn) {
     *drawn = bitmap.get();
     bitmap.ref() = 0;

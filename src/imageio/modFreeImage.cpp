@@ -206,7 +206,7 @@ bool FreeImage_DIB_From_BMP(gdi::HBITMAP hBitmap, FIBITMAP*& dib) {
   // the row order differs. Everything else goes through the platform.
   gdi::Surface surface;
   int rows = 0;
-  if (gdi::BitmapSurface(hBitmap, surface) && surface.valid() && surface.bitsPerPixel == 32 &&
+  if (gdi::BitmapSurfaceRead(hBitmap, surface) && surface.valid() && surface.bitsPerPixel == 32 &&
       surface.width == bm.bmWidth && surface.height == bm.bmHeight) {
     const unsigned pitch = FreeImage_GetPitch(fresh);
     for (int y = 0; y < surface.height; ++y)
