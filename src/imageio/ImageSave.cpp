@@ -43,7 +43,7 @@ long DLL_CALLCONV tellProc(fi_handle handle) { return static_cast<long>(fileOf(h
 // give, in one pass instead of two.
 DibPtr direct24(gdi::HBITMAP picture) {
   gdi::Surface s;
-  if (!gdi::BitmapSurface(picture, s) || !s.valid() || s.bitsPerPixel != 32) return DibPtr();
+  if (!gdi::BitmapSurfaceRead(picture, s) || !s.valid() || s.bitsPerPixel != 32) return DibPtr();
   DibPtr dib(FreeImage_Allocate(s.width, s.height, 24));
   if (!dib) return dib;
   const unsigned pitch = FreeImage_GetPitch(dib.get());
