@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <numeric>
 #include <thread>
 #include <utility>
 
@@ -655,19 +656,60 @@ __attribute__((target("avx2,fma"))) inline __m256d tapSum(const std::int32_t* p,
   return acc;
 }
 
+// The same when the taps between the first and the last share one weight (the
+// fully covered columns of a shrink): those are added as integers first.
+__attribute__((target("avx2,fma"))) inline __m256d tapSumEqualMiddle(const std::int32_t* p, const double* w,
+                                                                     int len) {
+  __m128i mid = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 4));
+  for (int k = 2; k + 1 < len; ++k)
+    mid = _mm_add_epi32(mid, _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 4 * k)));
+  __m256d acc = _mm256_mul_pd(sumsAt(p, 0), _mm256_broadcast_sd(w));
+  acc = _mm256_fmadd_pd(_mm256_cvtepi32_pd(mid), _mm256_broadcast_sd(w + 1), acc);
+  return _mm256_fmadd_pd(sumsAt(p, len - 1), _mm256_broadcast_sd(w + len - 1), acc);
+}
+
+// Per-destination-column taps of the horizontal axis, relative to column c0.
+struct ColumnTaps {
+  int c0 = 0, span = 0;
+  std::vector<std::int32_t> col;
+  std::vector<double> w;
+  std::vector<std::uint8_t> equalMiddle;  // three or more taps, the inner ones of one weight
+  ColumnTaps(const AxisMap& ax, u64 maxColumnSum) : col(ax.first.size()), w(ax.w.begin(), ax.w.end()) {
+    columnRange(ax, c0, span);
+    for (std::size_t x = 0; x < col.size(); ++x) col[x] = ax.first[x] - c0;
+    // The inner columns' integer total must stay below 2^31.
+    const u64 maxLen = static_cast<u64>(*std::max_element(ax.len.begin(), ax.len.end()));
+    if (maxLen * maxColumnSum >= (u64{1} << 31)) return;
+    equalMiddle.reserve(col.size());
+    for (std::size_t x = 0; x < col.size(); ++x) {
+      const std::uint32_t* wx = &ax.w[ax.wofs[x]];
+      const int len = ax.len[x];
+      bool equal = len >= 3;
+      for (int k = 2; equal && k + 1 < len; ++k) equal = wx[k] == wx[1];
+      equalMiddle.push_back(equal ? 1 : 0);
+    }
+  }
+};
+
 // Reduces one row of per-column sums (b, g, r, x each) to destination pixels.
-__attribute__((target("avx2,fma"))) void horizontalAvx2(const std::int32_t* sums, const std::int32_t* col,
-                                                        const std::int32_t* len, const std::uint32_t* wofs,
-                                                        const double* w, const Finisher& f, std::uint32_t* out,
-                                                        int n) {
+__attribute__((target("avx2,fma"))) void horizontalAvx2(const std::int32_t* sums, const ColumnTaps& taps,
+                                                        const AxisMap& ax, const Finisher& f, std::uint32_t* out) {
+  const std::int32_t* col = taps.col.data();
+  const std::int32_t* len = ax.len.data();
+  const std::uint32_t* wofs = ax.wofs.data();
+  const double* w = taps.w.data();
+  const std::uint8_t* eq = taps.equalMiddle.empty() ? nullptr : taps.equalMiddle.data();
+  const int n = ax.count;
+  auto one = [&](int x) __attribute__((target("avx2,fma"))) {
+    const std::int32_t* p = sums + 4 * col[x];
+    return eq && eq[x] ? tapSumEqualMiddle(p, w + wofs[x], len[x]) : tapSum(p, w + wofs[x], len[x]);
+  };
   int x = 0;
   for (; x + 2 <= n; x += 2) {
-    const __m256d s0 = tapSum(sums + 4 * col[x], w + wofs[x], len[x]);
-    const __m256d s1 = tapSum(sums + 4 * col[x + 1], w + wofs[x + 1], len[x + 1]);
-    const std::uint64_t two = finishTwo(f, s0, s1);
+    const std::uint64_t two = finishTwo(f, one(x), one(x + 1));
     std::memcpy(out + x, &two, sizeof two);
   }
-  if (x < n) out[x] = finishOne(f, tapSum(sums + 4 * col[x], w + wofs[x], len[x]));
+  if (x < n) out[x] = finishOne(f, one(x));
 }
 
 // Column sums (b, g, r, x per column) of `len` whole source rows, two rows per
@@ -718,16 +760,6 @@ __attribute__((target("avx2,fma"))) void verticalPairsAvx2(std::int32_t* __restr
   }
 }
 
-// Per-destination-column taps of the horizontal axis, relative to column c0.
-struct ColumnTaps {
-  int c0 = 0, span = 0;
-  std::vector<std::int32_t> col;
-  std::vector<double> w;
-  explicit ColumnTaps(const AxisMap& ax) : col(ax.first.size()), w(ax.w.begin(), ax.w.end()) {
-    columnRange(ax, c0, span);
-    for (std::size_t x = 0; x < col.size(); ++x) col[x] = ax.first[x] - c0;
-  }
-};
 
 bool shrinkFitsAvx2(const Image& src, const AxisMap& ax, const AxisMap& ay) {
   if (!src.fmt.plain32() || ax.den * ay.den > kMaxExactDen || ay.den * 255 >= (u64{1} << 31)) return false;
@@ -741,7 +773,7 @@ bool enlargeFitsAvx2(const AxisMap& ax, const AxisMap& ay) {
 
 void shrinkAvx2(const Image& dst, const Image& src, const AxisMap& ax, const AxisMap& ay, StoreFn store, int i0,
                 int i1) {
-  const ColumnTaps taps(ax);
+  const ColumnTaps taps(ax, 255 * ay.den);
   RowSource rows(src, taps.c0, taps.span);
   const std::size_t un = static_cast<std::size_t>(ax.count);
   std::vector<std::int32_t> sums(4 * static_cast<std::size_t>(taps.span));
@@ -753,18 +785,18 @@ void shrinkAvx2(const Image& dst, const Image& src, const AxisMap& ax, const Axi
     const int len = ay.len[yi];
     for (int t = 0; t < len; ++t) rowPtrs[t] = rows.get(ay.first[yi] + t);
     verticalPairsAvx2(sums.data(), rowPtrs, &ay.w[ay.wofs[yi]], len, taps.span);
-    horizontalAvx2(sums.data(), taps.col.data(), ax.len.data(), ax.wofs.data(), taps.w.data(), fin, out.data(),
-                   ax.count);
+    horizontalAvx2(sums.data(), taps, ax, fin, out.data());
     store(dst, ay.start + i, ax.start, ax.count, out.data(), tmp.data());
   }
 }
 
 // One source row's horizontal sums (b, g, r, x per destination column).
 __attribute__((target("avx2,fma"))) void horizontalRowAvx2(const std::uint32_t* s, const AxisMap& ax,
-                                                           const std::int32_t* col, std::int32_t* h) {
+                                                           const std::int32_t* col, const std::uint32_t* weights,
+                                                           std::int32_t* h) {
   for (int x = 0; x < ax.count; ++x) {
     const std::uint32_t* p = s + col[x];
-    const std::uint32_t* w = &ax.w[ax.wofs[static_cast<std::size_t>(x)]];
+    const std::uint32_t* w = weights + ax.wofs[static_cast<std::size_t>(x)];
     const int len = ax.len[static_cast<std::size_t>(x)];
     __m128i acc = _mm_mullo_epi32(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(static_cast<int>(p[0]))),
                                   _mm_set1_epi32(static_cast<int>(w[0])));
@@ -801,37 +833,98 @@ __attribute__((target("avx2,fma"))) void blendRowsAvx2(const std::int32_t* const
   }
 }
 
+// Single-precision blend of two pixels per vector, for small divisors: sums
+// below 2^24 are exact, and the truncated product is the rounded quotient
+// while the divisor stays below 2^14.
+constexpr u64 kMaxFloatDen = u64{1} << 14;
+
+__attribute__((target("avx2,fma"))) void blendRowsFloatAvx2(const std::int32_t* const* h, const float* w, int len,
+                                                            u64 den, std::uint32_t* out, int n) {
+  const __m256 bias = _mm256_set1_ps(static_cast<float>(den / 2) + 0.5f);
+  const __m256 inv = _mm256_set1_ps(1.0f / static_cast<float>(den));
+  const __m256 w0 = _mm256_set1_ps(w[0]);
+  const __m256 w1 = _mm256_set1_ps(len > 1 ? w[1] : 0.0f);
+  const std::int32_t* h1 = len > 1 ? h[1] : h[0];
+  auto pair = [&](int x) __attribute__((target("avx2,fma"))) {
+    const __m256 a = _mm256_cvtepi32_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(h[0] + 4 * x)));
+    const __m256 b = _mm256_cvtepi32_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(h1 + 4 * x)));
+    return _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_add_ps(_mm256_fmadd_ps(b, w1, _mm256_mul_ps(a, w0)), bias), inv));
+  };
+  const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 0, 0, 0, 0);
+  int x = 0;
+  for (; x + 4 <= n; x += 4) {
+    const __m256i w16 = _mm256_packus_epi32(pair(x), pair(x + 2));  // 0, 2 | 1, 3
+    const __m256i b8 = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(w16, w16), order);
+    const __m128i four = _mm_and_si128(_mm256_castsi256_si128(b8), _mm_set1_epi32(0x00FFFFFF));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), four);
+  }
+  for (; x < n; ++x) {
+    const std::uint32_t* a = reinterpret_cast<const std::uint32_t*>(h[0] + 4 * x);
+    const std::uint32_t* b = reinterpret_cast<const std::uint32_t*>(h1 + 4 * x);
+    std::uint32_t v = 0;
+    for (int k = 0; k < 3; ++k) {
+      const float sum = static_cast<float>(a[k]) * w[0] + (len > 1 ? static_cast<float>(b[k]) * w[1] : 0.0f);
+      v |= static_cast<std::uint32_t>((sum + (static_cast<float>(den / 2) + 0.5f)) * (1.0f / static_cast<float>(den)))
+           << (8 * k);
+    }
+    out[x] = v;
+  }
+}
+
+u64 commonFactor(u64 den, const std::vector<std::uint32_t>& w) {
+  u64 g = den;
+  for (std::uint32_t v : w) g = std::gcd(g, static_cast<u64>(v));
+  return g == 0 ? 1 : g;
+}
+
 void enlargeAvx2(const Image& dst, const Image& src, const AxisMap& ax, const AxisMap& ay, StoreFn store, int i0,
                  int i1) {
-  const ColumnTaps taps(ax);
+  const ColumnTaps taps(ax, u64{1} << 31);  // only its columns are used here
   RowSource rows(src, taps.c0, taps.span);
   const std::size_t un = static_cast<std::size_t>(ax.count);
+  // Every weight and the divisor share the common factor of the two lengths;
+  // dividing it out leaves the same rounded quotients with smaller sums.
+  const u64 gx = commonFactor(ax.den, ax.w), gy = commonFactor(ay.den, ay.w);
+  std::vector<std::uint32_t> wx(ax.w.size());
+  for (std::size_t k = 0; k < wx.size(); ++k) wx[k] = static_cast<std::uint32_t>(ax.w[k] / gx);
+  const u64 den = ax.den / gx * (ay.den / gy);
+  const bool single = den < kMaxFloatDen && den * 255 < (u64{1} << 24);
   // Source rows are visited in order and one destination row needs at most
   // maxLen consecutive ones, so a ring of maxLen+1 slots never evicts a row in use.
   int maxLen = 1;
   for (int i = i0; i < i1; ++i) maxLen = std::max(maxLen, ay.len[static_cast<std::size_t>(i)]);
   const int slots = maxLen + 1;
-  std::vector<std::int32_t> ring(static_cast<std::size_t>(slots) * 4 * un);
+  std::vector<std::int32_t> ring(static_cast<std::size_t>(slots) * 4 * un + 8);
   std::vector<int> ringKey(static_cast<std::size_t>(slots), -1);
   std::vector<std::uint32_t> out(un), tmp(un);
   std::vector<double> wy;
+  std::vector<float> wyf;
   std::vector<const std::int32_t*> h(static_cast<std::size_t>(maxLen));
-  const Finisher fin(ax.den * ay.den);
+  const Finisher fin(den);
   for (int i = i0; i < i1; ++i) {
     const std::size_t yi = static_cast<std::size_t>(i);
     const int len = ay.len[yi];
-    wy.assign(&ay.w[ay.wofs[yi]], &ay.w[ay.wofs[yi]] + len);
+    wy.clear();
+    wyf.clear();
+    for (int t = 0; t < len; ++t) {
+      const u64 v = ay.w[ay.wofs[yi] + static_cast<std::size_t>(t)] / gy;
+      wy.push_back(static_cast<double>(v));
+      wyf.push_back(static_cast<float>(v));
+    }
     for (int t = 0; t < len; ++t) {
       const int sy = ay.first[yi] + t;
       const std::size_t slot = static_cast<std::size_t>(sy % slots);
       std::int32_t* row = &ring[slot * 4 * un];
       if (ringKey[slot] != sy) {
-        horizontalRowAvx2(rows.get(sy), ax, taps.col.data(), row);
+        horizontalRowAvx2(rows.get(sy), ax, taps.col.data(), wx.data(), row);
         ringKey[slot] = sy;
       }
       h[static_cast<std::size_t>(t)] = row;
     }
-    blendRowsAvx2(h.data(), wy.data(), len, fin, out.data(), ax.count);
+    if (single && len <= 2)
+      blendRowsFloatAvx2(h.data(), wyf.data(), len, den, out.data(), ax.count);
+    else
+      blendRowsAvx2(h.data(), wy.data(), len, fin, out.data(), ax.count);
     store(dst, ay.start + i, ax.start, ax.count, out.data(), tmp.data());
   }
 }
