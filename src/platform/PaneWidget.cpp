@@ -145,7 +145,7 @@ void PaneWidget::paintEvent(QPaintEvent* e) {
   QPainter p(this);
   const int b = box_->BorderStyle() == 1 ? 2 : 0;
   p.fillRect(e->rect(), palette().color(QPalette::Window));
-  const QImage view = box_->imageView();
+  const QImage view = box_->imageViewRead();
   if (!view.isNull()) {
     const QRect part = e->rect().translated(-b, -b).intersected(view.rect());
     if (!part.isEmpty()) {

@@ -349,6 +349,14 @@ QImage PictureBox::imageView() const {
   return QImage(s.rows, w, h, s.stride, QImage::Format_RGB32);
 }
 
+QImage PictureBox::imageViewRead() const {
+  const int w = d->innerWidth();
+  const int h = d->innerHeight();
+  gdi::Surface s;
+  if (w <= 0 || h <= 0 || !gdi::BitmapSurfaceRead(d->bitmap, s) || s.bitsPerPixel != 32 || s.bottomUp) return {};
+  return QImage(static_cast<const uchar*>(s.rows), w, h, s.stride, QImage::Format_RGB32);
+}
+
 // --- geometry ---------------------------------------------------------------------
 
 int PictureBox::Left() const { return d->left; }

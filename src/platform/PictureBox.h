@@ -57,6 +57,9 @@ class PictureBox : public QObject {
   // drawing on: memory the image shares with a snapshot or picture is copied
   // first. Valid until the next resize, Cls or picture assignment.
   QImage imageView() const;
+  // The same pixels for reading only: taking it never unshares the image from
+  // a picture it shares memory with.
+  QImage imageViewRead() const;
 
   // --- geometry (pixels) --------------------------------------------------------
   int Left() const;

@@ -28,7 +28,7 @@ gdi::LONG roundLong(double v) {
 bool quarterTurnDirect(gdi::HDC dstDC, const std::array<gdi::POINT, 3>& pts, gdi::HDC srcDC, std::int32_t xSrc,
                        std::int32_t ySrc, std::int32_t W, std::int32_t H) {
   gdi::Surface dst, src;
-  if (!gdi::DCSurface(dstDC, dst) || !gdi::DCSurface(srcDC, src) || !dst.valid() || !src.valid()) return false;
+  if (!gdi::DCSurface(dstDC, dst) || !gdi::DCSurfaceRead(srcDC, src) || !dst.valid() || !src.valid()) return false;
   if (dst.bitsPerPixel != 32 || src.bitsPerPixel != 32 || dst.rows == src.rows || W <= 0 || H <= 0) return false;
   const std::int64_t p0x = pts[0].x, p0y = pts[0].y;
   const std::int64_t ax = pts[1].x - p0x, ay = pts[1].y - p0y;

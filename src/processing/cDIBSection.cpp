@@ -111,7 +111,7 @@ void cDIBSection::CreateFromPicture(gdi::HBITMAP picHandle) {
     }
   }
   gdi::Surface s;
-  if (gdi::BitmapSurface(picHandle, s) && s.valid()) copyFromSurface(s, View());
+  if (gdi::BitmapSurfaceRead(picHandle, s) && s.valid()) copyFromSurface(s, View());
 }
 
 void cDIBSection::LoadPictureBlt(gdi::HDC lHDC, std::int32_t lSrcLeft, std::int32_t lSrcTop, std::int32_t lSrcWidth,
