@@ -730,14 +730,26 @@ QString QorvPicture::Dialog(QString Pattern, qint32 hwndOwner, QString initialDi
 bool QorvPicture::Rotate(bool ClockWise) { return Rotate(&ClockWise); }
 
 void QorvPicture::AddCustomFilter(const QVariantList& Array2D) {
-  // Rows of a square list are indexed -r..r, as a kernel is.
-  const int n = static_cast<int>(Array2D.size());
-  const int r = n / 2;
-  IntArray2D a = IntArray2D::centred(r);
-  for (int i = 0; i < a.count1() && i < n; ++i) {
-    const QVariantList row = Array2D[i].toList();
-    for (int j = 0; j < a.count2() && j < row.size(); ++j) {
-      a.values[static_cast<std::size_t>(i * a.count2() + j)] = static_cast<std::int16_t>(row[j].toInt());
+  // A list of rows, as a kernel reads on screen: each inner list is one row
+  // (the vertical offset), its entries run along the horizontal offset. Both
+  // run from -n/2 upwards, so a 3 x 3 list covers -1..1 each way; a ragged or
+  // non-square list keeps its own bounds and meets the engine's size checks.
+  const int rows = static_cast<int>(Array2D.size());
+  int cols = 0;
+  for (const QVariant& row : Array2D) cols = std::max(cols, static_cast<int>(row.toList().size()));
+  IntArray2D a;
+  a.lower1 = -(cols / 2);
+  a.upper1 = cols - 1 - cols / 2;
+  a.lower2 = -(rows / 2);
+  a.upper2 = rows - 1 - rows / 2;
+  // No kernel is wider than 99: a larger list goes to the engine's checks by its
+  // bounds alone, without building an array of its size.
+  if (a.count1() > 99 || a.count2() > 99) return AddCustomFilter(a);
+  a.values.assign(static_cast<std::size_t>(a.count1()) * static_cast<std::size_t>(a.count2()), 0);
+  for (int j = 0; j < rows; ++j) {
+    const QVariantList row = Array2D[j].toList();
+    for (int i = 0; i < row.size(); ++i) {
+      a.values[static_cast<std::size_t>(i * a.count2() + j)] = static_cast<std::int16_t>(row[i].toInt());
     }
   }
   AddCustomFilter(a);

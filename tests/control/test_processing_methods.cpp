@@ -83,6 +83,28 @@ TEST_F(ProcessingMethods, CustomKernelThroughAutomation) {
   EXPECT_EQ(current(), out);
 }
 
+TEST_F(ProcessingMethods, AutomationRowsRunAlongTheHorizontalOffset) {
+  // Each inner list is one row on screen: its entries are horizontal offsets,
+  // the list's own position is the vertical offset.
+  struct Case {
+    QVariantList rows;
+    int i, j;  // where the single 1 must land
+  };
+  const Case cases[] = {
+      {{QVariantList{0, 0, 0}, QVariantList{0, 0, 1}, QVariantList{0, 0, 0}}, 1, 0},
+      {{QVariantList{0, 0, 0}, QVariantList{0, 0, 0}, QVariantList{0, 1, 0}}, 0, 1},
+      {{QVariantList{1, 0, 0}, QVariantList{0, 0, 0}, QVariantList{0, 0, 0}}, -1, -1},
+  };
+  for (const Case& c : cases) {
+    ctl->invoke(QStringLiteral("AddCustomFilter"), QorvPicture::Method, QVariantList{QVariant(c.rows)});
+    cImageProcessDIB& e = ctl->mImageProcessDIB();
+    ASSERT_EQ(e.FilterArraySize(), 3);
+    for (int j = -1; j <= 1; ++j) {
+      for (int i = -1; i <= 1; ++i) EXPECT_EQ(e.FilterValue(i, j), i == c.i && j == c.j ? 1 : 0) << i << "," << j;
+    }
+  }
+}
+
 TEST_F(ProcessingMethods, HugeOrShapelessKernelArraysFailCleanly) {
   struct Case {
     int lower1, upper1, lower2, upper2;
