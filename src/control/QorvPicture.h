@@ -472,6 +472,10 @@ class QorvPicture : public QWidget {
   void onInitTimer();
   void onUpdateTimer();
   [[noreturn]] void notImplemented(const char* member) const;
+  // Both loaders: ask for a path when none was given (false: cancelled), and
+  // hand a picture placed in Buffer over to the view with its events.
+  bool askForLoadPath(QString& path, QString& initDir, const QString& pattern);
+  void completeLoad(const QString& path, qint32 fif, bool DoNotRender, PicturePtr placed);
 
   struct Panes;
   std::unique_ptr<Panes> panes_;

@@ -66,16 +66,7 @@ bool QorvPicture::LoadFreeImage(QString* StrFilePath, qint32 ForceType, QString*
   QString& initDir = InitDir ? *InitDir : localDir;
   ClearError();
 
-  if (path.isEmpty()) {
-    if (!currentFile_.isEmpty()) initDir = imageio::FileDirectory(currentFile_);
-    QString pattern = imageio::FreeImageLoadPattern();
-    QString title = QStringLiteral("Load Picture...");
-    std::int32_t filter = 1;  // "All Supported formats"
-    const QString chosen = imageio::Dialog(pattern, static_cast<std::uint32_t>(hWnd()), initDir, title, 0, false,
-                                           &filter, QString());
-    if (chosen.isEmpty()) return false;
-    path = chosen;
-  }
+  if (path.isEmpty() && !askForLoadPath(path, initDir, imageio::FreeImageLoadPattern())) return false;
 
   // These never reach the image library: the platform's own loader reads them.
   const QString ext = imageio::FileExtension(path, true).toLower();
@@ -100,23 +91,9 @@ bool QorvPicture::LoadFreeImage(QString* StrFilePath, qint32 ForceType, QString*
   PicturePtr drawnPicture = Picture::fromBitmap(drawn);
   if (!drawnPicture && drawn) gdi::DeleteObject(drawn);
 
-  // Hand-over: the picture drawn into Buffer becomes the current picture.
-  PictureBox& buffer = Buffer();
-  currentFile_ = path;
-  if (autoSize_) applyAutoSize();
-  setOffsetsSilently(0, 0);
-  // Either way Buffer ends up holding what was drawn on it as its picture; the
-  // normalisation also makes sure frames can be composed from it directly.
-  buffer.setPicture(drawnPicture ? drawnPicture : buffer.Image());
-  drawnPicture.reset();
-  if (!fastLoad_) normalizePicture();
-  if (handleOf(buffer.Picture()) == 0) buffer.setPicture(standbyPicture());
-  if (!DoNotRender) UpdateView(true, true);
-  UpdatePanCursor();
-  raiseOffsetChanged();
-  host().setScreenMousePointer(kDefaultPointer);
-  raiseLoadImage(currentFile_, outcome.fif);
-  raiseFileChange(currentFile_);
+  // The bitmap drawn into Buffer becomes the current picture.
+  if (!drawnPicture) drawnPicture = Buffer().Image();
+  completeLoad(path, outcome.fif, DoNotRender, std::move(drawnPicture));
   return true;
 }
 
@@ -127,16 +104,7 @@ bool QorvPicture::LoadVBPicture(QString* StrFilePath, QString* InitDir, bool DoN
   QString& initDir = InitDir ? *InitDir : localDir;
   ClearError();
 
-  if (path.isEmpty()) {
-    if (!currentFile_.isEmpty()) initDir = imageio::FileDirectory(currentFile_);
-    QString pattern = kVBPattern;
-    QString title = QStringLiteral("Load Picture...");
-    std::int32_t filter = 1;
-    const QString chosen = imageio::Dialog(pattern, static_cast<std::uint32_t>(hWnd()), initDir, title, 0, false,
-                                           &filter, QString());
-    if (chosen.isEmpty()) return false;
-    path = chosen;
-  }
+  if (path.isEmpty() && !askForLoadPath(path, initDir, kVBPattern)) return false;
 
   static const QStringList accepted = {QStringLiteral(".bmp"), QStringLiteral(".ico"), QStringLiteral(".gif"),
                                        QStringLiteral(".jpg"), QStringLiteral(".jpeg"), QStringLiteral(".wmf"),
@@ -159,18 +127,39 @@ bool QorvPicture::LoadVBPicture(QString* StrFilePath, QString* InitDir, bool DoN
   buffer.setPicture(PicturePtr());
   buffer.Cls();
   buffer.setPicture(pic);
+  completeLoad(path, imageio::GetFIFFormatFromExtension(path), DoNotRender, nullptr);
+  return true;
+}
+
+bool QorvPicture::askForLoadPath(QString& path, QString& initDir, const QString& pattern) {
+  if (!currentFile_.isEmpty()) initDir = imageio::FileDirectory(currentFile_);
+  QString filterPattern = pattern;
+  QString title = QStringLiteral("Load Picture...");
+  std::int32_t filter = 1;  // the all-supported filter
+  const QString chosen = imageio::Dialog(filterPattern, static_cast<std::uint32_t>(hWnd()), initDir, title, 0,
+                                         false, &filter, QString());
+  if (chosen.isEmpty()) return false;
+  path = chosen;
+  return true;
+}
+
+void QorvPicture::completeLoad(const QString& path, qint32 fif, bool DoNotRender, PicturePtr placed) {
+  PictureBox& buffer = Buffer();
   currentFile_ = path;
   if (autoSize_) applyAutoSize();
   setOffsetsSilently(0, 0);
+  // Buffer ends up holding what was drawn on it as its picture; the
+  // normalisation also makes sure frames can be composed from it directly.
+  if (placed) buffer.setPicture(placed);
+  placed.reset();
   if (!fastLoad_) normalizePicture();
   if (handleOf(buffer.Picture()) == 0) buffer.setPicture(standbyPicture());
   if (!DoNotRender) UpdateView(true, true);
   UpdatePanCursor();
   raiseOffsetChanged();
   host().setScreenMousePointer(kDefaultPointer);
-  raiseLoadImage(currentFile_, imageio::GetFIFFormatFromExtension(path));
+  raiseLoadImage(currentFile_, fif);
   raiseFileChange(currentFile_);
-  return true;
 }
 
 // ----- saving -------------------------------------------------------------------
