@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <numeric>
 #include <thread>
@@ -627,6 +628,8 @@ struct Finisher {
   double bias;
   double inv;
   explicit Finisher(u64 den) : bias(static_cast<double>(den / 2) + 0.5), inv(1.0 / static_cast<double>(den)) {}
+  float biasf() const { return static_cast<float>(bias); }
+  float invf() const { return static_cast<float>(inv); }
 };
 
 // Two finished pixels from their b, g, r, x sums.
@@ -833,22 +836,36 @@ __attribute__((target("avx2,fma"))) void blendRowsAvx2(const std::int32_t* const
   }
 }
 
-// Single-precision blend of two pixels per vector, for small divisors: sums
-// below 2^24 are exact, and the truncated product is the rounded quotient
-// while the divisor stays below 2^14.
+// Single precision, for small divisors: sums below 2^22 are exact, and the
+// truncated product is the rounded quotient while the divisor stays below 2^14.
 constexpr u64 kMaxFloatDen = u64{1} << 14;
 
-__attribute__((target("avx2,fma"))) void blendRowsFloatAvx2(const std::int32_t* const* h, const float* w, int len,
-                                                            u64 den, std::uint32_t* out, int n) {
-  const __m256 bias = _mm256_set1_ps(static_cast<float>(den / 2) + 0.5f);
-  const __m256 inv = _mm256_set1_ps(1.0f / static_cast<float>(den));
-  const __m256 w0 = _mm256_set1_ps(w[0]);
-  const __m256 w1 = _mm256_set1_ps(len > 1 ? w[1] : 0.0f);
-  const std::int32_t* h1 = len > 1 ? h[1] : h[0];
+// Between source rows h0 and h1 the two weights always add up to the axis
+// divisor W, so w0 h0 + w1 h1 = W h0 + w1 (h1 - h0): the first term (with the
+// rounding bias) and the difference are prepared once per pair of source rows
+// and every destination row between them costs one multiply-add.
+__attribute__((target("avx2,fma"))) void prepareRowPair(const std::int32_t* h0, const std::int32_t* h1, float W,
+                                                        float bias, float* base, float* diff, int n) {
+  const __m256 w = _mm256_set1_ps(W), b = _mm256_set1_ps(bias);
+  int k = 0;
+  for (; k + 8 <= 4 * n; k += 8) {
+    const __m256 a = _mm256_cvtepi32_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(h0 + k)));
+    _mm256_storeu_ps(base + k, _mm256_fmadd_ps(a, w, b));
+    const __m256 c = h1 ? _mm256_cvtepi32_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(h1 + k))) : a;
+    _mm256_storeu_ps(diff + k, _mm256_sub_ps(c, a));
+  }
+  for (; k < 4 * n; ++k) {
+    base[k] = static_cast<float>(h0[k]) * W + bias;
+    diff[k] = h1 ? static_cast<float>(h1[k] - h0[k]) : 0.0f;
+  }
+}
+
+__attribute__((target("avx2,fma"))) void blendPreparedAvx2(const float* base, const float* diff, float w1, float inv,
+                                                           std::uint32_t* out, int n) {
+  const __m256 w = _mm256_set1_ps(w1), iv = _mm256_set1_ps(inv);
   auto pair = [&](int x) __attribute__((target("avx2,fma"))) {
-    const __m256 a = _mm256_cvtepi32_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(h[0] + 4 * x)));
-    const __m256 b = _mm256_cvtepi32_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(h1 + 4 * x)));
-    return _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_add_ps(_mm256_fmadd_ps(b, w1, _mm256_mul_ps(a, w0)), bias), inv));
+    const __m256 t = _mm256_fmadd_ps(_mm256_loadu_ps(diff + 4 * x), w, _mm256_loadu_ps(base + 4 * x));
+    return _mm256_cvttps_epi32(_mm256_mul_ps(t, iv));
   };
   const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 0, 0, 0, 0);
   int x = 0;
@@ -859,13 +876,10 @@ __attribute__((target("avx2,fma"))) void blendRowsFloatAvx2(const std::int32_t* 
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), four);
   }
   for (; x < n; ++x) {
-    const std::uint32_t* a = reinterpret_cast<const std::uint32_t*>(h[0] + 4 * x);
-    const std::uint32_t* b = reinterpret_cast<const std::uint32_t*>(h1 + 4 * x);
     std::uint32_t v = 0;
-    for (int k = 0; k < 3; ++k) {
-      const float sum = static_cast<float>(a[k]) * w[0] + (len > 1 ? static_cast<float>(b[k]) * w[1] : 0.0f);
-      v |= static_cast<std::uint32_t>((sum + (static_cast<float>(den / 2) + 0.5f)) * (1.0f / static_cast<float>(den)))
-           << (8 * k);
+    for (int c = 0; c < 3; ++c) {
+      const float t = std::fma(diff[4 * x + c], w1, base[4 * x + c]) * inv;
+      v |= static_cast<std::uint32_t>(t) << (8 * c);
     }
     out[x] = v;
   }
@@ -888,31 +902,41 @@ void enlargeAvx2(const Image& dst, const Image& src, const AxisMap& ax, const Ax
   std::vector<std::uint32_t> wx(ax.w.size());
   for (std::size_t k = 0; k < wx.size(); ++k) wx[k] = static_cast<std::uint32_t>(ax.w[k] / gx);
   const u64 den = ax.den / gx * (ay.den / gy);
-  const bool single = den < kMaxFloatDen && den * 255 < (u64{1} << 24);
+  const u64 rowDen = ay.den / gy;
+  const bool single = den < kMaxFloatDen;
   // Source rows are visited in order and one destination row needs at most
   // maxLen consecutive ones, so a ring of maxLen+1 slots never evicts a row in use.
   int maxLen = 1;
   for (int i = i0; i < i1; ++i) maxLen = std::max(maxLen, ay.len[static_cast<std::size_t>(i)]);
   const int slots = maxLen + 1;
-  std::vector<std::int32_t> ring(static_cast<std::size_t>(slots) * 4 * un + 8);
+  std::vector<std::int32_t> ring(static_cast<std::size_t>(slots) * 4 * un);
   std::vector<int> ringKey(static_cast<std::size_t>(slots), -1);
   std::vector<std::uint32_t> out(un), tmp(un);
   std::vector<double> wy;
-  std::vector<float> wyf;
   std::vector<const std::int32_t*> h(static_cast<std::size_t>(maxLen));
+  std::vector<float> base, diff;
+  if (single) {
+    base.resize(4 * un);
+    diff.resize(4 * un);
+  }
+  int pairFirst = -1, pairLen = 0;
+  double pairWeight = 0;
   const Finisher fin(den);
   for (int i = i0; i < i1; ++i) {
     const std::size_t yi = static_cast<std::size_t>(i);
     const int len = ay.len[yi];
+    const int first = ay.first[yi];
     wy.clear();
-    wyf.clear();
-    for (int t = 0; t < len; ++t) {
-      const u64 v = ay.w[ay.wofs[yi] + static_cast<std::size_t>(t)] / gy;
-      wy.push_back(static_cast<double>(v));
-      wyf.push_back(static_cast<float>(v));
+    for (int t = 0; t < len; ++t) wy.push_back(static_cast<double>(ay.w[ay.wofs[yi] + static_cast<std::size_t>(t)] / gy));
+    const bool prepared = single && (len == 1 || (len == 2 && static_cast<u64>(wy[0] + wy[1]) == rowDen));
+    if (prepared && first == pairFirst && len == pairLen && (len == 2 || wy[0] == pairWeight)) {
+      blendPreparedAvx2(base.data(), diff.data(), len == 2 ? static_cast<float>(wy[1]) : 0.0f, fin.invf(), out.data(),
+                        ax.count);
+      store(dst, ay.start + i, ax.start, ax.count, out.data(), tmp.data());
+      continue;
     }
     for (int t = 0; t < len; ++t) {
-      const int sy = ay.first[yi] + t;
+      const int sy = first + t;
       const std::size_t slot = static_cast<std::size_t>(sy % slots);
       std::int32_t* row = &ring[slot * 4 * un];
       if (ringKey[slot] != sy) {
@@ -921,10 +945,18 @@ void enlargeAvx2(const Image& dst, const Image& src, const AxisMap& ax, const Ax
       }
       h[static_cast<std::size_t>(t)] = row;
     }
-    if (single && len <= 2)
-      blendRowsFloatAvx2(h.data(), wyf.data(), len, den, out.data(), ax.count);
-    else
+    if (prepared) {
+      // A lone row carries the whole divisor as its weight.
+      prepareRowPair(h[0], len == 2 ? h[1] : nullptr, static_cast<float>(len == 2 ? rowDen : static_cast<u64>(wy[0])),
+                     fin.biasf(), base.data(), diff.data(), ax.count);
+      pairFirst = first;
+      pairLen = len;
+      pairWeight = wy[0];
+      blendPreparedAvx2(base.data(), diff.data(), len == 2 ? static_cast<float>(wy[1]) : 0.0f, fin.invf(), out.data(),
+                        ax.count);
+    } else {
       blendRowsAvx2(h.data(), wy.data(), len, fin, out.data(), ax.count);
+    }
     store(dst, ay.start + i, ax.start, ax.count, out.data(), tmp.data());
   }
 }
