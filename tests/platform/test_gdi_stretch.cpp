@@ -357,27 +357,6 @@ TEST(StretchBlt, ExtremeShrinkMatchesReference) {
   }
 }
 
-TEST(StretchBlt, EqualSizesCopyInEveryMode) {
-  std::mt19937 rng(9);
-  Canvas src(13, 11);
-  src.randomise(rng);
-  for (int mode = BLACKONWHITE; mode <= HALFTONE; ++mode) {
-    Canvas dst(13, 11);
-    SetStretchBltMode(dst.dc(), mode);
-    ASSERT_TRUE(StretchBlt(dst.dc(), 0, 0, 13, 11, src.dc(), 0, 0, 13, 11, SRCCOPY));
-    for (int y = 0; y < 11; ++y)
-      for (int x = 0; x < 13; ++x) ASSERT_EQ(dst.at(x, y), gditest::rgb(src.raw32(x, y))) << mode;
-  }
-}
-
-TEST(StretchBlt, DefaultModeIsBlackOnWhiteAndModesPersist) {
-  Canvas c(2, 2);
-  EXPECT_EQ(GetStretchBltMode(c.dc()), BLACKONWHITE);
-  EXPECT_EQ(SetStretchBltMode(c.dc(), HALFTONE), BLACKONWHITE);
-  EXPECT_EQ(SetStretchBltMode(c.dc(), COLORONCOLOR), HALFTONE);
-  EXPECT_EQ(GetStretchBltMode(c.dc()), COLORONCOLOR);
-}
-
 TEST(StretchBlt, ZeroDestinationDrawsNothing) {
   Canvas src(4, 4), dst(4, 4);
   std::mt19937 rng(3);

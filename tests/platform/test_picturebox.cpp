@@ -164,30 +164,6 @@ TEST(PictureBoxTest, BackColorResolvesSystemColoursAndClears) {
 
 // --- pictures on the pane -----------------------------------------------------------
 
-TEST(PictureBoxTest, ClsKeepsTheBackgroundPicture) {
-  Pane p(20, 20);
-  QImage img(8, 6, QImage::Format_RGB32);
-  img.fill(qRgb(0, 0, 255));
-  img.setPixel(7, 5, qRgb(255, 0, 0));
-  p.box.setPicture(Picture::fromImage(img));
-  EXPECT_EQ(at(p.box, 0, 0), kBlue);
-  EXPECT_EQ(at(p.box, 7, 5), kRed);
-  EXPECT_EQ(at(p.box, 8, 5), kBack);
-
-  p.box.Line(0, 0, 19, 19, kGreen, PictureBox::BoxFilled);
-  p.box.setCurrentX(5);
-  p.box.setCurrentY(6);
-  p.box.Cls();
-  EXPECT_EQ(at(p.box, 3, 3), kBlue);
-  EXPECT_EQ(at(p.box, 7, 5), kRed);
-  EXPECT_EQ(at(p.box, 15, 15), kBack);
-  EXPECT_EQ(p.box.CurrentX(), 0.0f);
-  EXPECT_EQ(p.box.CurrentY(), 0.0f);
-
-  p.box.setPicture(nullptr);
-  EXPECT_EQ(at(p.box, 3, 3), kBack);
-}
-
 TEST(PictureBoxTest, AutoSizeTakesThePictureSizePlusBorder) {
   for (int border : {0, 1}) {
     PictureBox box;
@@ -200,23 +176,6 @@ TEST(PictureBoxTest, AutoSizeTakesThePictureSizePlusBorder) {
     EXPECT_EQ(box.Width(), 33 + 4 * border);
     EXPECT_EQ(at(box, 32, 20), RGB(9, 9, 9));
   }
-}
-
-TEST(PictureBoxTest, ImageIsAnIndependentSnapshot) {
-  Pane p(12, 9);
-  fillNoise(p.box);
-  const std::vector<COLORREF> before = snapshot(p.box);
-  PicturePtr img = p.box.Image();
-  ASSERT_TRUE(img);
-  EXPECT_EQ(img->Width(), 12);
-  EXPECT_EQ(img->Height(), 9);
-  EXPECT_NE(img->Handle(), gdi::CurrentBitmap(p.box.hDC()));
-  p.box.Cls();
-
-  PictureBox other;
-  other.Move(0, 0, 12, 9);
-  other.setPicture(img);
-  EXPECT_EQ(snapshot(other), before);
 }
 
 TEST(PictureBoxTest, PaintPictureDrawsWholePartsStretchedAndInverted) {
@@ -552,16 +511,6 @@ TEST(PictureBoxTest, TextMetricsGrowWithTextAndFont) {
   EXPECT_GT(box.TextHeight(QStringLiteral("x")), one);
   box.setFont(nullptr);  // ignored: a box always has a font
   EXPECT_TRUE(box.Font());
-}
-
-TEST(PictureBoxTest, TwoBoxesSharingAFontSeeTheSameChange) {
-  PictureBox a, b;
-  b.setFont(a.Font());
-  const float before = b.TextWidth(QStringLiteral("Bold?"));
-  a.Font()->setBold(true);
-  a.Font()->setSize(a.Font()->Size() * 2);
-  EXPECT_TRUE(b.Font()->Bold());
-  EXPECT_GT(b.TextWidth(QStringLiteral("Bold?")), before);
 }
 
 // --- handles ---------------------------------------------------------------------------------
