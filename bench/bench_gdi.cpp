@@ -1,6 +1,6 @@
 // Blit engine timings, each against its peer on the same pixels in the same run:
-// HALFTONE / COLORONCOLOR shrinks against QImage::scaled, 1000 % zooms clipped
-// to a screen-sized surface against 100 %, and BitBlt against memcpy.
+// HALFTONE / COLORONCOLOR shrinks against QImage::scaled, 137 % and 1000 % zooms
+// clipped to a screen-sized surface against 100 %, and BitBlt against memcpy.
 #include <benchmark/benchmark.h>
 
 #include <QImage>
@@ -80,6 +80,17 @@ void BM_QtSmoothShrink(benchmark::State& state) {
     benchmark::DoNotOptimize(out.constBits());
   }
 }
+// A size sharing no factor with the source, so no weight reduces.
+void BM_HalftoneShrinkOddSize(benchmark::State& s) {
+  stretch(s, gdi::HALFTONE, 0, 0, 1437, 959, 0, 0, kSrcW, kSrcH);
+}
+void BM_QtSmoothShrinkOddSize(benchmark::State& state) {
+  const QImage img = photoImage();
+  for (auto _ : state) {
+    QImage out = img.scaled(1437, 959, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    benchmark::DoNotOptimize(out.constBits());
+  }
+}
 void BM_ColorOnColorShrink(benchmark::State& s) {
   stretch(s, gdi::COLORONCOLOR, 0, 0, 1600, 1067, 0, 0, kSrcW, kSrcH);
 }
@@ -102,6 +113,10 @@ void BM_ColorOnColor1000(benchmark::State& s) {
 }
 void BM_Halftone1000(benchmark::State& s) {
   stretch(s, gdi::HALFTONE, -20000, -15000, kSrcW * 10, kSrcH * 10, 0, 0, kSrcW, kSrcH);
+}
+// 137 %: an enlargement whose weights keep a large divisor.
+void BM_Halftone137(benchmark::State& s) {
+  stretch(s, gdi::HALFTONE, -2000, -1500, kSrcW * 137 / 100, kSrcH * 137 / 100, 0, 0, kSrcW, kSrcH);
 }
 // The visible part alone: 192 x 108 source pixels enlarged ten times.
 void BM_Halftone1000VisiblePart(benchmark::State& s) {
@@ -128,12 +143,15 @@ void BM_Memcpy(benchmark::State& state) {
 
 BENCHMARK(BM_HalftoneShrink)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_QtSmoothShrink)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_HalftoneShrinkOddSize)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_QtSmoothShrinkOddSize)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ColorOnColorShrink)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_QtFastShrink)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ColorOnColor100)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ColorOnColor1000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Halftone100)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Halftone1000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Halftone137)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Halftone1000VisiblePart)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_BitBltCopy)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Memcpy)->Unit(benchmark::kMillisecond);

@@ -794,18 +794,30 @@ void shrinkAvx2(const Image& dst, const Image& src, const AxisMap& ax, const Axi
 }
 
 // One source row's horizontal sums (b, g, r, x per destination column).
+// Taps of one or two pixels with weights below 2^15 take one madd: the
+// pixels' channels are paired as 16-bit values and `pairW` holds both weights.
 __attribute__((target("avx2,fma"))) void horizontalRowAvx2(const std::uint32_t* s, const AxisMap& ax,
                                                            const std::int32_t* col, const std::uint32_t* weights,
-                                                           std::int32_t* h) {
+                                                           const std::uint32_t* pairW, std::int32_t* h) {
+  const __m128i zero = _mm_setzero_si128();
   for (int x = 0; x < ax.count; ++x) {
     const std::uint32_t* p = s + col[x];
-    const std::uint32_t* w = weights + ax.wofs[static_cast<std::size_t>(x)];
     const int len = ax.len[static_cast<std::size_t>(x)];
-    __m128i acc = _mm_mullo_epi32(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(static_cast<int>(p[0]))),
-                                  _mm_set1_epi32(static_cast<int>(w[0])));
-    for (int k = 1; k < len; ++k)
-      acc = _mm_add_epi32(acc, _mm_mullo_epi32(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(static_cast<int>(p[k]))),
-                                               _mm_set1_epi32(static_cast<int>(w[k]))));
+    __m128i acc;
+    if (pairW && len <= 2) {
+      const __m128i px = len == 2 ? _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))
+                                  : _mm_cvtsi32_si128(static_cast<int>(p[0]));
+      const __m128i two = _mm_unpacklo_epi8(px, zero);
+      const __m128i paired = _mm_unpacklo_epi16(two, _mm_srli_si128(two, 8));  // b0 b1 g0 g1 r0 r1 x0 x1
+      acc = _mm_madd_epi16(paired, _mm_set1_epi32(static_cast<int>(pairW[x])));
+    } else {
+      const std::uint32_t* w = weights + ax.wofs[static_cast<std::size_t>(x)];
+      acc = _mm_mullo_epi32(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(static_cast<int>(p[0]))),
+                            _mm_set1_epi32(static_cast<int>(w[0])));
+      for (int k = 1; k < len; ++k)
+        acc = _mm_add_epi32(acc, _mm_mullo_epi32(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(static_cast<int>(p[k]))),
+                                                 _mm_set1_epi32(static_cast<int>(w[k]))));
+    }
     _mm_storeu_si128(reinterpret_cast<__m128i*>(h + 4 * x), acc);
   }
 }
@@ -885,6 +897,36 @@ __attribute__((target("avx2,fma"))) void blendPreparedAvx2(const float* base, co
   }
 }
 
+// The same in double precision, one pixel per vector, for any divisor the
+// finisher accepts.
+__attribute__((target("avx2,fma"))) void prepareRowPair(const std::int32_t* h0, const std::int32_t* h1, double W,
+                                                        double bias, double* base, double* diff, int n) {
+  const __m256d w = _mm256_set1_pd(W), b = _mm256_set1_pd(bias);
+  for (int x = 0; x < n; ++x) {
+    const __m256d a = sumsAt(h0, x);
+    _mm256_storeu_pd(base + 4 * x, _mm256_fmadd_pd(a, w, b));
+    _mm256_storeu_pd(diff + 4 * x, h1 ? _mm256_sub_pd(sumsAt(h1, x), a) : _mm256_setzero_pd());
+  }
+}
+
+__attribute__((target("avx2,fma"))) void blendPreparedAvx2(const double* base, const double* diff, double w1,
+                                                           double inv, std::uint32_t* out, int n) {
+  const __m256d w = _mm256_set1_pd(w1), iv = _mm256_set1_pd(inv);
+  auto one = [&](int x) __attribute__((target("avx2,fma"))) {
+    return _mm256_mul_pd(_mm256_fmadd_pd(_mm256_loadu_pd(diff + 4 * x), w, _mm256_loadu_pd(base + 4 * x)), iv);
+  };
+  auto finish = [](__m256d t0, __m256d t1) __attribute__((target("avx2,fma"))) {
+    const __m128i w16 = _mm_packus_epi32(_mm256_cvttpd_epi32(t0), _mm256_cvttpd_epi32(t1));
+    return static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(w16, w16))) & 0x00FFFFFF00FFFFFFull;
+  };
+  int x = 0;
+  for (; x + 2 <= n; x += 2) {
+    const std::uint64_t two = finish(one(x), one(x + 1));
+    std::memcpy(out + x, &two, sizeof two);
+  }
+  if (x < n) out[x] = static_cast<std::uint32_t>(finish(one(x), one(x)));
+}
+
 u64 commonFactor(u64 den, const std::vector<std::uint32_t>& w) {
   u64 g = den;
   for (std::uint32_t v : w) g = std::gcd(g, static_cast<u64>(v));
@@ -901,6 +943,14 @@ void enlargeAvx2(const Image& dst, const Image& src, const AxisMap& ax, const Ax
   const u64 gx = commonFactor(ax.den, ax.w), gy = commonFactor(ay.den, ay.w);
   std::vector<std::uint32_t> wx(ax.w.size());
   for (std::size_t k = 0; k < wx.size(); ++k) wx[k] = static_cast<std::uint32_t>(ax.w[k] / gx);
+  std::vector<std::uint32_t> pairW;
+  if (!wx.empty() && *std::max_element(wx.begin(), wx.end()) < 32768u) {
+    pairW.reserve(un);
+    for (std::size_t x = 0; x < un; ++x) {
+      const std::uint32_t* w = &wx[ax.wofs[x]];
+      pairW.push_back(ax.len[x] >= 2 ? w[0] | (w[1] << 16) : w[0]);
+    }
+  }
   const u64 den = ax.den / gx * (ay.den / gy);
   const u64 rowDen = ay.den / gy;
   const bool single = den < kMaxFloatDen;
@@ -915,23 +965,36 @@ void enlargeAvx2(const Image& dst, const Image& src, const AxisMap& ax, const Ax
   std::vector<double> wy;
   std::vector<const std::int32_t*> h(static_cast<std::size_t>(maxLen));
   std::vector<float> base, diff;
+  std::vector<double> baseD, diffD;
   if (single) {
     base.resize(4 * un);
     diff.resize(4 * un);
+  } else {
+    baseD.resize(4 * un);
+    diffD.resize(4 * un);
   }
   int pairFirst = -1, pairLen = 0;
   double pairWeight = 0;
   const Finisher fin(den);
+  auto blendPrepared = [&](double w1) {
+    if (single)
+      blendPreparedAvx2(base.data(), diff.data(), static_cast<float>(w1), fin.invf(), out.data(), ax.count);
+    else
+      blendPreparedAvx2(baseD.data(), diffD.data(), w1, fin.inv, out.data(), ax.count);
+  };
   for (int i = i0; i < i1; ++i) {
     const std::size_t yi = static_cast<std::size_t>(i);
     const int len = ay.len[yi];
     const int first = ay.first[yi];
     wy.clear();
     for (int t = 0; t < len; ++t) wy.push_back(static_cast<double>(ay.w[ay.wofs[yi] + static_cast<std::size_t>(t)] / gy));
-    const bool prepared = single && (len == 1 || (len == 2 && static_cast<u64>(wy[0] + wy[1]) == rowDen));
+    // Preparing pays off only when several destination rows share the pair.
+    int run = 1;
+    while (run < 3 && i + run < i1 && ay.first[yi + static_cast<std::size_t>(run)] == first) ++run;
+    const bool prepared =
+        (run >= 3 || first == pairFirst) && (len == 1 || (len == 2 && static_cast<u64>(wy[0] + wy[1]) == rowDen));
     if (prepared && first == pairFirst && len == pairLen && (len == 2 || wy[0] == pairWeight)) {
-      blendPreparedAvx2(base.data(), diff.data(), len == 2 ? static_cast<float>(wy[1]) : 0.0f, fin.invf(), out.data(),
-                        ax.count);
+      blendPrepared(len == 2 ? wy[1] : 0.0);
       store(dst, ay.start + i, ax.start, ax.count, out.data(), tmp.data());
       continue;
     }
@@ -940,20 +1003,23 @@ void enlargeAvx2(const Image& dst, const Image& src, const AxisMap& ax, const Ax
       const std::size_t slot = static_cast<std::size_t>(sy % slots);
       std::int32_t* row = &ring[slot * 4 * un];
       if (ringKey[slot] != sy) {
-        horizontalRowAvx2(rows.get(sy), ax, taps.col.data(), wx.data(), row);
+        horizontalRowAvx2(rows.get(sy), ax, taps.col.data(), wx.data(), pairW.empty() ? nullptr : pairW.data(), row);
         ringKey[slot] = sy;
       }
       h[static_cast<std::size_t>(t)] = row;
     }
     if (prepared) {
       // A lone row carries the whole divisor as its weight.
-      prepareRowPair(h[0], len == 2 ? h[1] : nullptr, static_cast<float>(len == 2 ? rowDen : static_cast<u64>(wy[0])),
-                     fin.biasf(), base.data(), diff.data(), ax.count);
+      const std::int32_t* h1 = len == 2 ? h[1] : nullptr;
+      const double W = len == 2 ? static_cast<double>(rowDen) : wy[0];
+      if (single)
+        prepareRowPair(h[0], h1, static_cast<float>(W), fin.biasf(), base.data(), diff.data(), ax.count);
+      else
+        prepareRowPair(h[0], h1, W, fin.bias, baseD.data(), diffD.data(), ax.count);
       pairFirst = first;
       pairLen = len;
       pairWeight = wy[0];
-      blendPreparedAvx2(base.data(), diff.data(), len == 2 ? static_cast<float>(wy[1]) : 0.0f, fin.invf(), out.data(),
-                        ax.count);
+      blendPrepared(len == 2 ? wy[1] : 0.0);
     } else {
       blendRowsAvx2(h.data(), wy.data(), len, fin, out.data(), ax.count);
     }
