@@ -85,32 +85,14 @@ BOOL doStretch(HDC hdcDest, const StretchRequest& req, HDC hdcSrc, bool useDestM
 }  // namespace
 
 BOOL BitBlt(HDC hdc, int x, int y, int cx, int cy, HDC hdcSrc, int x1, int y1, DWORD rop) {
-  StretchRequest r;
-  r.xDest = x;
-  r.yDest = y;
-  r.wDest = cx;
-  r.hDest = cy;
-  r.xSrc = x1;
-  r.ySrc = y1;
-  r.wSrc = cx;
-  r.hSrc = cy;
-  r.rop = rop;
-  r.mode = COLORONCOLOR;  // equal sizes: every mode is a plain copy
+  // Equal sizes: every stretch mode is a plain copy.
+  const StretchRequest r{x, y, cx, cy, x1, y1, cx, cy, COLORONCOLOR, rop};
   return doStretch(hdc, r, hdcSrc, false);
 }
 
 BOOL StretchBlt(HDC hdcDest, int xDest, int yDest, int wDest, int hDest, HDC hdcSrc, int xSrc, int ySrc,
                 int wSrc, int hSrc, DWORD rop) {
-  StretchRequest r;
-  r.xDest = xDest;
-  r.yDest = yDest;
-  r.wDest = wDest;
-  r.hDest = hDest;
-  r.xSrc = xSrc;
-  r.ySrc = ySrc;
-  r.wSrc = wSrc;
-  r.hSrc = hSrc;
-  r.rop = rop;
+  const StretchRequest r{xDest, yDest, wDest, hDest, xSrc, ySrc, wSrc, hSrc, BLACKONWHITE, rop};
   return doStretch(hdcDest, r, hdcSrc, true);
 }
 

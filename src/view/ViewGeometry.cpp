@@ -49,33 +49,25 @@ void fitted(const GeometryInput& g, double& w, double& h) {
   FitSize(z * g.bufferScaleW, z * g.bufferScaleH, z * rw, z * rh, w, h, g.stretch);
 }
 
+// One axis of the displayed size: `buffer` and `pane` are that axis's scale
+// sizes; with KeepAspect both axes come from one fit and `vertical` picks one.
+double displayed(const GeometryInput& g, double buffer, double pane, bool vertical) {
+  if (!g.stretch) return buffer;
+  if (!g.keepAspect) {
+    const double r = g.zoomFromOriginal ? static_cast<double>(roundHalfEven(buffer)) : pane;
+    return g.zoom / 100.0 * r;
+  }
+  double w = 0;
+  double h = 0;
+  fitted(g, w, h);
+  return vertical ? h : w;
+}
+
 }  // namespace
 
-double PictureW(const GeometryInput& g) {
-  if (!g.stretch) return g.bufferScaleW;
-  const double z = g.zoom / 100.0;
-  if (!g.keepAspect) {
-    const double r = g.zoomFromOriginal ? static_cast<double>(roundHalfEven(g.bufferScaleW)) : g.paneScaleW;
-    return z * r;
-  }
-  double w = 0;
-  double h = 0;
-  fitted(g, w, h);
-  return w;
-}
+double PictureW(const GeometryInput& g) { return displayed(g, g.bufferScaleW, g.paneScaleW, false); }
 
-double PictureH(const GeometryInput& g) {
-  if (!g.stretch) return g.bufferScaleH;
-  const double z = g.zoom / 100.0;
-  if (!g.keepAspect) {
-    const double r = g.zoomFromOriginal ? static_cast<double>(roundHalfEven(g.bufferScaleH)) : g.paneScaleH;
-    return z * r;
-  }
-  double w = 0;
-  double h = 0;
-  fitted(g, w, h);
-  return h;
-}
+double PictureH(const GeometryInput& g) { return displayed(g, g.bufferScaleH, g.paneScaleH, true); }
 
 namespace {
 
