@@ -12,6 +12,7 @@
 #include <QImage>
 
 #include "platform/GdiSurface.h"
+#include "platform/test_gdi_util.h"
 #include "platform/Picture.h"
 #include "platform/gdi.h"
 
@@ -236,12 +237,7 @@ TEST(SharedBitmaps, ReadsNeverCopy) {
        }},
       {"GetDIBits",
        [](HBITMAP h) {
-         BITMAPINFO bi{};
-         bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-         bi.bmiHeader.biWidth = kW;
-         bi.bmiHeader.biHeight = kH;
-         bi.bmiHeader.biPlanes = 1;
-         bi.bmiHeader.biBitCount = 24;
+         BITMAPINFO bi = gditest::dibInfo(kW, kH, 24);
          std::vector<std::uint8_t> bits(static_cast<std::size_t>((kW * 3 + 3) / 4 * 4) * kH);
          EXPECT_EQ(GetDIBits(0, h, 0, kH, bits.data(), &bi, DIB_RGB_COLORS), kH);
        }},
@@ -308,12 +304,7 @@ TEST(SharedBitmaps, ADibSectionIsCopiedNotShared) {
   // Its memory is written through the pointer it was created with, which a
   // copy-on-write cannot see.
   for (const int height : {kH, -kH}) {
-    BITMAPINFO bi{};
-    bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    bi.bmiHeader.biWidth = kW;
-    bi.bmiHeader.biHeight = height;
-    bi.bmiHeader.biPlanes = 1;
-    bi.bmiHeader.biBitCount = 32;
+    const BITMAPINFO bi = gditest::dibInfo(kW, height, 32);
     void* bits = nullptr;
     const HBITMAP dib = CreateDIBSection(0, &bi, DIB_RGB_COLORS, &bits, 0, 0);
     ASSERT_NE(dib, 0u);

@@ -11,6 +11,7 @@
 #include <QImage>
 
 #include "platform/GdiSurface.h"
+#include "platform/test_gdi_util.h"
 #include "platform/Picture.h"
 #include "platform/PictureBox.h"
 #include "platform/gdi.h"
@@ -241,12 +242,7 @@ TEST(SharedPanes, PlaceBitmapShowsItAtItsOwnSizeWithoutCopying) {
 
 TEST(SharedPanes, PlaceBitmapRefusesWhatItCannotShare) {
   Pane p(10, 10);
-  gdi::BITMAPINFO bi{};
-  bi.bmiHeader.biSize = sizeof(gdi::BITMAPINFOHEADER);
-  bi.bmiHeader.biWidth = 6;
-  bi.bmiHeader.biHeight = 6;  // bottom-up
-  bi.bmiHeader.biPlanes = 1;
-  bi.bmiHeader.biBitCount = 24;
+  const gdi::BITMAPINFO bi = gditest::dibInfo(6, 6, 24);  // bottom-up
   void* bits = nullptr;
   const gdi::HBITMAP dib = gdi::CreateDIBSection(0, &bi, gdi::DIB_RGB_COLORS, &bits, 0, 0);
   PicturePtr pic = noisePicture(10, 10, 9);

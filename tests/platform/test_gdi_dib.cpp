@@ -183,12 +183,7 @@ TEST(CreateDIBitmap, EveryLayoutRoundTripsThroughGetDIBits) {
     // Back out in every DIB layout GetDIBits writes.
     for (int bpp : {24, 32}) {
       for (bool topDown : {false, true}) {
-        BITMAPINFO bi{};
-        bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-        bi.bmiHeader.biWidth = w;
-        bi.bmiHeader.biHeight = topDown ? -h : h;
-        bi.bmiHeader.biPlanes = 1;
-        bi.bmiHeader.biBitCount = static_cast<WORD>(bpp);
+        BITMAPINFO bi = gditest::dibInfo(w, topDown ? -h : h, bpp);
         std::vector<std::uint8_t> buf(static_cast<std::size_t>(((w * bpp + 31) / 32) * 4) * h, 0xEE);
         ASSERT_EQ(GetDIBits(screen, hbm, 0, h, buf.data(), &bi, DIB_RGB_COLORS), h) << l.name;
         EXPECT_EQ(decodeRows(buf, w, h, bpp, topDown), d.expected) << l.name << " into " << bpp << (topDown ? " top-down" : "");
@@ -211,12 +206,8 @@ TEST(GetDIBits, BandsAreCountedFromTheBottom) {
   };
   for (const Band b : {Band{0, 8, 8}, Band{1, 2, 2}, Band{5, 10, 3}, Band{7, 1, 1}}) {
     for (bool topDown : {false, true}) {
-      BITMAPINFO bi{};
-      bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-      bi.bmiHeader.biWidth = 6;
-      bi.bmiHeader.biHeight = topDown ? -static_cast<LONG>(b.lines) : static_cast<LONG>(b.lines);
-      bi.bmiHeader.biPlanes = 1;
-      bi.bmiHeader.biBitCount = 24;
+      const int lines = static_cast<int>(b.lines);
+      BITMAPINFO bi = gditest::dibInfo(6, topDown ? -lines : lines, 24);
       std::vector<std::uint8_t> buf(static_cast<std::size_t>(20) * b.lines, 0);
       ASSERT_EQ(GetDIBits(0, c.bitmap(), b.start, b.lines, buf.data(), &bi, DIB_RGB_COLORS), b.copied);
       const auto rows = decodeRows(buf, 6, b.copied, 24, topDown);

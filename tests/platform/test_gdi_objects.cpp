@@ -8,6 +8,7 @@
 
 #include "platform/Clock.h"
 #include "platform/GdiSurface.h"
+#include "platform/test_gdi_util.h"
 
 using namespace gdi;
 
@@ -19,15 +20,7 @@ BITMAP describe(HANDLE h) {
   return bm;
 }
 
-BITMAPINFO dibInfo(int w, int h, int bpp) {
-  BITMAPINFO bi{};
-  bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-  bi.bmiHeader.biWidth = w;
-  bi.bmiHeader.biHeight = h;
-  bi.bmiHeader.biPlanes = 1;
-  bi.bmiHeader.biBitCount = static_cast<WORD>(bpp);
-  return bi;
-}
+using gditest::dibInfo;
 
 }  // namespace
 

@@ -13,6 +13,17 @@
 
 namespace gditest {
 
+// The header of an uncompressed DIB: a positive height is bottom-up.
+inline gdi::BITMAPINFO dibInfo(int w, int h, int bpp) {
+  gdi::BITMAPINFO bi{};
+  bi.bmiHeader.biSize = sizeof(gdi::BITMAPINFOHEADER);
+  bi.bmiHeader.biWidth = w;
+  bi.bmiHeader.biHeight = h;
+  bi.bmiHeader.biPlanes = 1;
+  bi.bmiHeader.biBitCount = static_cast<gdi::WORD>(bpp);
+  return bi;
+}
+
 // A memory DC holding a 32-bit device bitmap or a 24/32-bit DIB section.
 class Canvas {
  public:
@@ -23,12 +34,7 @@ class Canvas {
     if (kind == Device32) {
       bmp_ = gdi::CreateCompatibleBitmap(dc_, w, h);
     } else {
-      gdi::BITMAPINFO bi{};
-      bi.bmiHeader.biSize = sizeof(gdi::BITMAPINFOHEADER);
-      bi.bmiHeader.biWidth = w;
-      bi.bmiHeader.biHeight = kind == Dib24TopDown ? -h : h;
-      bi.bmiHeader.biPlanes = 1;
-      bi.bmiHeader.biBitCount = kind == Dib32 ? 32 : 24;
+      const gdi::BITMAPINFO bi = dibInfo(w, kind == Dib24TopDown ? -h : h, kind == Dib32 ? 32 : 24);
       void* bits = nullptr;
       bmp_ = gdi::CreateDIBSection(dc_, &bi, gdi::DIB_RGB_COLORS, &bits, 0, 0);
     }

@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 
 #include "platform/GdiSurface.h"
+#include "platform/test_gdi_util.h"
 #include "platform/Picture.h"
 
 namespace qorv {
@@ -95,12 +96,7 @@ TEST(PictureTest, OwnsItsBitmapAndDeletesItWithTheLastHolder) {
 }
 
 TEST(PictureTest, ToImageReadsBottomUpDibSections) {
-  gdi::BITMAPINFO bi{};
-  bi.bmiHeader.biSize = sizeof(gdi::BITMAPINFOHEADER);
-  bi.bmiHeader.biWidth = 3;
-  bi.bmiHeader.biHeight = 2;  // bottom-up
-  bi.bmiHeader.biPlanes = 1;
-  bi.bmiHeader.biBitCount = 24;
+  const gdi::BITMAPINFO bi = gditest::dibInfo(3, 2, 24);  // bottom-up
   void* bits = nullptr;
   const gdi::HBITMAP hbm = gdi::CreateDIBSection(0, &bi, gdi::DIB_RGB_COLORS, &bits, 0, 0);
   ASSERT_NE(hbm, 0u);
