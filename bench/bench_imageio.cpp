@@ -16,7 +16,7 @@
 #include <QDir>
 #include <QFile>
 
-#include "control/QorvPicture.h"
+#include <QorvPictureBox/QorvPicture.h>
 
 #include <FreeImage.h>
 

@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 #include "processing/Rotation.h"
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"

@@ -10,11 +10,11 @@
 
 #include <QApplication>
 
-#include "control/QorvPicture.h"
+#include <QorvPictureBox/QorvPicture.h>
 #include "platform/GdiSurface.h"
-#include "platform/Picture.h"
+#include <QorvPictureBox/Picture.h>
 #include "platform/Timer.h"
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 
 namespace {
 

@@ -17,8 +17,8 @@
 #include <algorithm>
 #include <functional>
 
-#include "control/QorvPicture.h"
-#include "platform/Colors.h"
+#include <QorvPictureBox/QorvPicture.h>
+#include <QorvPictureBox/Colors.h>
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include <optional>
 #include <vector>
 
-#include "control/QorvPicture.h"
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/QorvPicture.h>
+#include <QorvPictureBox/AutomationError.h>
 
 namespace {
 

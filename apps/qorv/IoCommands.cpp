@@ -9,9 +9,9 @@
 #include <QRegularExpression>
 
 #include "Commands.h"
-#include "control/QorvPicture.h"
+#include <QorvPictureBox/QorvPicture.h>
 #include "imageio/ImageLoad.h"
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/AutomationError.h>
 #include "platform/PictureBox.h"
 
 #include <FreeImage.h>

@@ -6,8 +6,8 @@
 #include <limits>
 #include <map>
 
-#include "control/QorvPicture.h"
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/QorvPicture.h>
+#include <QorvPictureBox/AutomationError.h>
 
 namespace qorv {
 

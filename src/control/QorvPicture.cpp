@@ -1,6 +1,6 @@
 // The control object: panes, timers, lifecycle, plain accessors, events and
 // the view update / render entry points.
-#include "control/QorvPicture.h"
+#include <QorvPictureBox/QorvPicture.h>
 
 #include <algorithm>
 #include <cmath>
@@ -9,12 +9,12 @@
 #include <QResizeEvent>
 
 #include "imageio/modFreeImage.h"
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/AutomationError.h>
 #include "platform/GdiSurface.h"
 #include "platform/Host.h"
 #include "platform/PictureBox.h"
 #include "platform/Timer.h"
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 #include "processing/cImageProcessDIB.h"
 #include "view/RenderFrame.h"
 #include "view/ViewGeometry.h"

@@ -1,7 +1,7 @@
 // Loading, saving, the format table queries, dialogs and path helpers of the
 // control: the order of the steps a host can observe (error record, busy
 // cursor, events) lives here; the file work is the image I/O layer's.
-#include "control/QorvPicture.h"
+#include <QorvPictureBox/QorvPicture.h>
 
 #include <QImage>
 #include <QPainter>
@@ -11,7 +11,7 @@
 #include "imageio/ImageLoad.h"
 #include "imageio/ImageSave.h"
 #include "imageio/Paths.h"
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/AutomationError.h>
 #include "platform/FileDialog.h"
 #include "platform/Host.h"
 #include "platform/PictureBox.h"

@@ -2,7 +2,7 @@
 // primitives, clipboard and picture exchange, drag-and-drop, palette and hue
 // tools and the About box. Each raises a clear "not implemented" automation
 // error rather than silently doing nothing.
-#include "control/QorvPicture.h"
+#include <QorvPictureBox/QorvPicture.h>
 
 namespace qorv {
 

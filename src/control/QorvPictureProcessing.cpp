@@ -11,8 +11,8 @@
 #include <cmath>
 #include <limits>
 
-#include "control/QorvPicture.h"
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/QorvPicture.h>
+#include <QorvPictureBox/AutomationError.h>
 #include "platform/PictureBox.h"
 #include "processing/Kernel2D.h"
 #include "processing/Rotation.h"

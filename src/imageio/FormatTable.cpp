@@ -1,7 +1,7 @@
 #include "imageio/FormatTable.h"
 
 #include "imageio/Paths.h"
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/AutomationError.h>
 
 namespace qorv::imageio {
 

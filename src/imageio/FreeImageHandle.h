@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 
 struct FIBITMAP;
 

@@ -9,7 +9,7 @@
 #include "imageio/Paths.h"
 #include "imageio/modFreeImage.h"
 #include "platform/PictureBox.h"
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 
 // After the platform headers: FreeImage.h defines TRUE and FALSE as macros.
 #include <FreeImage.h>

@@ -9,7 +9,7 @@
 #include <QString>
 
 #include "imageio/FreeImageHandle.h"
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 
 namespace qorv {
 class PictureBox;

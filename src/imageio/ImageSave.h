@@ -10,7 +10,7 @@
 #include <QString>
 
 #include "imageio/ImageLoad.h"
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 
 namespace qorv::imageio {
 

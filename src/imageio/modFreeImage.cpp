@@ -1,7 +1,7 @@
 #include "imageio/modFreeImage.h"
 
 // gdi.h before FreeImage.h: the latter defines TRUE and FALSE as macros.
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 
 #include "platform/GdiSurface.h"
 

@@ -11,7 +11,7 @@
 
 #include <QString>
 
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 
 struct FIBITMAP;  // FreeImage's bitmap, declared here to keep FreeImage.h out of the headers
 

@@ -1,4 +1,4 @@
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/AutomationError.h>
 
 #include <unistd.h>
 

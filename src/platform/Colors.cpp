@@ -1,4 +1,4 @@
-#include "platform/Colors.h"
+#include <QorvPictureBox/Colors.h>
 
 #include <array>
 

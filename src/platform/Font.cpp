@@ -1,4 +1,4 @@
-#include "platform/Font.h"
+#include <QorvPictureBox/Font.h>
 
 #include <algorithm>
 #include <cmath>

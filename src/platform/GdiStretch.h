@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/GdiPixels.h"
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 
 namespace gdi::detail {
 

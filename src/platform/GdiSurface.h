@@ -3,7 +3,7 @@
 // panes, the clipboard's owner of record).
 #pragma once
 
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 
 namespace gdi {
 

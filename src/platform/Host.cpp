@@ -8,7 +8,7 @@
 #include <QMessageBox>
 #include <QScreen>
 
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/AutomationError.h>
 
 namespace qorv {
 

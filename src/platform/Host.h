@@ -7,7 +7,7 @@
 
 #include <QString>
 
-#include "platform/Font.h"
+#include <QorvPictureBox/Font.h>
 
 class QObject;
 

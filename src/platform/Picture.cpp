@@ -1,4 +1,4 @@
-#include "platform/Picture.h"
+#include <QorvPictureBox/Picture.h>
 
 #include <cstring>
 

@@ -9,7 +9,7 @@
 #include <QPainter>
 #include <QPointer>
 
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/AutomationError.h>
 #include "platform/GdiSurface.h"
 #include "platform/PaneWidget.h"
 

@@ -18,10 +18,10 @@
 #include <QObject>
 #include <QString>
 
-#include "platform/Colors.h"
-#include "platform/Font.h"
-#include "platform/Picture.h"
-#include "platform/gdi.h"
+#include <QorvPictureBox/Colors.h>
+#include <QorvPictureBox/Font.h>
+#include <QorvPictureBox/Picture.h>
+#include <QorvPictureBox/gdi.h>
 
 class QWidget;
 class QImage;

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "platform/Random.h"
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"
 

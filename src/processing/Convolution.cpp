@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 #include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"

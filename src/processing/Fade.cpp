@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 #include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"

@@ -2,7 +2,7 @@
 // processing layer makes, so that every exit path releases what it took.
 #pragma once
 
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 
 namespace qorv::detail {
 

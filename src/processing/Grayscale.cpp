@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 #include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"

@@ -5,7 +5,7 @@
 #include <array>
 #include <cstdint>
 
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 
 namespace qorv {
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 #include "processing/DibView.h"
 
 namespace qorv {

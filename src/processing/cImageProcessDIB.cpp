@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <limits>
 
-#include "platform/AutomationError.h"
-#include "platform/gdi.h"
+#include <QorvPictureBox/AutomationError.h>
+#include <QorvPictureBox/gdi.h>
 #include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
 

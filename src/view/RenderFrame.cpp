@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "platform/PictureBox.h"
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 #include "view/ViewGeometry.h"
 
 namespace qorv::view {

@@ -6,10 +6,10 @@
 
 #include <QStringList>
 
-#include "control/QorvPicture.h"
+#include <QorvPictureBox/QorvPicture.h>
 #include "platform/Clock.h"
 #include "platform/Host.h"
-#include "platform/Picture.h"
+#include <QorvPictureBox/Picture.h>
 #include "platform/PictureBox.h"
 #include "platform/Timer.h"
 #include "view/StretchModel.h"

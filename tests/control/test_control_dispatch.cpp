@@ -6,7 +6,7 @@
 
 #include "ControlFixture.h"
 #include "control/QorvDispatch.h"
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/AutomationError.h>
 #include "processing/cImageProcessDIB.h"
 
 namespace qorv {

@@ -4,7 +4,7 @@
 
 #include "ControlFixture.h"
 #include "platform/Timer.h"
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 
 namespace qorv {
 namespace {

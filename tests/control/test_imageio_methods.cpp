@@ -7,7 +7,7 @@
 
 #include "ControlFixture.h"
 #include "imageio/ImageLoad.h"
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/AutomationError.h>
 #include "platform/FileDialog.h"
 #include "platform/Shell.h"
 

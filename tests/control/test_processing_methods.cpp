@@ -3,7 +3,7 @@
 #include <QImage>
 
 #include "ControlFixture.h"
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/AutomationError.h>
 #include "processing/cImageProcessDIB.h"
 
 namespace qorv::testing_support {

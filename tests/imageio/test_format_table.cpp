@@ -5,7 +5,7 @@
 #include <QStringList>
 
 #include "imageio/FormatTable.h"
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/AutomationError.h>
 
 using namespace qorv::imageio;
 

@@ -13,8 +13,8 @@
 
 #include "platform/GdiSurface.h"
 #include "platform/test_gdi_util.h"
-#include "platform/Picture.h"
-#include "platform/gdi.h"
+#include <QorvPictureBox/Picture.h>
+#include <QorvPictureBox/gdi.h>
 
 namespace {
 

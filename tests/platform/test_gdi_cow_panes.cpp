@@ -12,9 +12,9 @@
 
 #include "platform/GdiSurface.h"
 #include "platform/test_gdi_util.h"
-#include "platform/Picture.h"
+#include <QorvPictureBox/Picture.h>
 #include "platform/PictureBox.h"
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 
 namespace {
 

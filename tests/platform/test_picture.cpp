@@ -10,7 +10,7 @@
 
 #include "platform/GdiSurface.h"
 #include "platform/test_gdi_util.h"
-#include "platform/Picture.h"
+#include <QorvPictureBox/Picture.h>
 
 namespace qorv {
 namespace {

@@ -16,7 +16,7 @@
 #include <limits>
 #include <vector>
 
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/AutomationError.h>
 #include "platform/GdiSurface.h"
 #include "platform/PictureBox.h"
 

@@ -12,9 +12,9 @@
 
 #include <cmath>
 
-#include "platform/AutomationError.h"
-#include "platform/Colors.h"
-#include "platform/Font.h"
+#include <QorvPictureBox/AutomationError.h>
+#include <QorvPictureBox/Colors.h>
+#include <QorvPictureBox/Font.h>
 #include "platform/Host.h"
 #include "platform/Random.h"
 

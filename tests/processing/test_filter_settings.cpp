@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "platform/AutomationError.h"
+#include <QorvPictureBox/AutomationError.h>
 #include "processing/cImageProcessDIB.h"
 
 namespace qorv {

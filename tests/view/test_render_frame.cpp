@@ -4,9 +4,9 @@
 
 #include <QImage>
 
-#include "platform/Picture.h"
+#include <QorvPictureBox/Picture.h>
 #include "platform/PictureBox.h"
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 #include "view/RenderFrame.h"
 #include "view/StretchModel.h"
 

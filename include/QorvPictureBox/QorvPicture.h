@@ -21,9 +21,9 @@
 #include <QVariantList>
 #include <QWidget>
 
-#include "control/QorvEnums.h"
-#include "platform/Font.h"
-#include "platform/Picture.h"
+#include <QorvPictureBox/QorvEnums.h>
+#include <QorvPictureBox/Font.h>
+#include <QorvPictureBox/Picture.h>
 
 class QMimeData;
 

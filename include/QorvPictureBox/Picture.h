@@ -9,7 +9,7 @@
 
 #include <QString>
 
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 
 class QImage;
 

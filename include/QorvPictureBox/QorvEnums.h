@@ -6,7 +6,7 @@
 
 #include <QObject>
 
-#include "platform/gdi.h"
+#include <QorvPictureBox/gdi.h>
 
 namespace qorv {
 namespace QorvPictureBox {
