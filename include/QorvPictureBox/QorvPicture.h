@@ -21,6 +21,7 @@
 #include <QVariantList>
 #include <QWidget>
 
+#include <QorvPictureBox/IntArray2D.h>
 #include <QorvPictureBox/QorvEnums.h>
 #include <QorvPictureBox/Font.h>
 #include <QorvPictureBox/Picture.h>
@@ -33,23 +34,6 @@ class PictureBox;
 class Timer;
 class cImageProcessDIB;
 struct DispatchMember;
-
-// A two-dimensional array of 16-bit integers with its own index bounds, as
-// automation hosts pass them (a filter kernel runs from -r to r in both
-// dimensions).
-struct IntArray2D {
-  int lower1 = 0, upper1 = -1;  // first dimension, inclusive bounds
-  int lower2 = 0, upper2 = -1;  // second dimension
-  std::vector<std::int16_t> values;  // (i, j) at (i - lower1) * count2() + (j - lower2)
-
-  int count1() const { return upper1 >= lower1 ? upper1 - lower1 + 1 : 0; }
-  int count2() const { return upper2 >= lower2 ? upper2 - lower2 + 1 : 0; }
-  std::int16_t at(int i, int j) const {
-    return values[static_cast<std::size_t>((i - lower1) * count2() + (j - lower2))];
-  }
-  // A square array with bounds -r..r in both dimensions, all zero.
-  static IntArray2D centred(int r);
-};
 
 class QorvPicture : public QWidget {
   Q_OBJECT
