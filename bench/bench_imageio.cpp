@@ -18,6 +18,8 @@
 
 #include <QorvPictureBox/QorvPicture.h>
 
+#include "control/QorvPicturePrivate.h"
+
 #include <FreeImage.h>
 
 namespace {
@@ -87,7 +89,7 @@ void LoadControl(benchmark::State& state) {
   const QString path = workDir() + u'/' + QString::fromLatin1(in.file);
   qorv::QorvPicture control;
   control.resize(800, 600);
-  control.handleResize();
+  qorv::QorvPicturePrivate::of(control).handleResize();
   for (auto _ : state) {
     if (!control.LoadFreeImage(path, -1, QString(), !render)) state.SkipWithError("load failed");
   }
@@ -119,7 +121,7 @@ void LoadPeakMemory(benchmark::State& state) {
     state.PauseTiming();
     auto control = std::make_unique<qorv::QorvPicture>();
     control->resize(800, 600);
-    control->handleResize();
+    qorv::QorvPicturePrivate::of(*control).handleResize();
     const long before = residentKiB("VmRSS:");
     if (!resetPeak()) state.SkipWithError("cannot reset the peak resident set");
     state.ResumeTiming();
@@ -157,7 +159,7 @@ void SaveControl(benchmark::State& state) {
   const Output& o = kOutputs[state.range(0)];
   qorv::QorvPicture control;
   control.resize(800, 600);
-  control.handleResize();
+  qorv::QorvPicturePrivate::of(control).handleResize();
   control.LoadFreeImage(workDir() + QStringLiteral("/in.jpg"), -1, QString(), true);
   const QString path = workDir() + QStringLiteral("/ctl_") + QString::fromLatin1(o.file);
   for (auto _ : state) {

@@ -11,6 +11,8 @@
 #include <QApplication>
 
 #include <QorvPictureBox/QorvPicture.h>
+
+#include "control/QorvPicturePrivate.h"
 #include "platform/GdiSurface.h"
 #include <QorvPictureBox/Picture.h>
 #include "platform/Timer.h"
@@ -49,7 +51,7 @@ Shared& shared() {
     s.pic = bigPicture();
     s.ctl = std::make_unique<qorv::QorvPicture>();
     s.ctl->resize(kPaneW, kPaneH);
-    s.ctl->handleResize();
+    qorv::QorvPicturePrivate::of(*s.ctl).handleResize();
     s.ctl->setPicture(s.pic);
   }
   return s;
@@ -71,7 +73,7 @@ void setView(qorv::QorvPicture& c, bool fromOriginal, qint16 zoom, int zoomType,
   c.setZoomType(zoomType);
   c.setHQInitialDelay(250);
   c.setIgnoreOffsetBorder(true);
-  c.setOffsetsSilently(ox, oy);
+  qorv::QorvPicturePrivate::of(c).setOffsetsSilently(ox, oy);
   c.setLockUpdate(false);
 }
 
@@ -85,7 +87,7 @@ void BM_RenderFitFast(benchmark::State& st) {
   auto& c = *shared().ctl;
   setView(c, false, 100, 4, 0, 0);
   for (auto _ : st) c.Refresh(true);  // initial frame: fast mode, quality pass pending
-  c.InitTimer().setEnabled(false);
+  qorv::QorvPicturePrivate::of(c).InitTimer().setEnabled(false);
 }
 
 void BM_Render100Offset(benchmark::State& st) {

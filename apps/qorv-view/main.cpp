@@ -7,7 +7,6 @@
 #include <QApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QImageReader>
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QStandardPaths>
@@ -115,14 +114,6 @@ int main(int argc, char** argv) {
   if (opt.screenshot.isEmpty() && headless)
     opt.screenshot = QDir(QStandardPaths::writableLocation(QStandardPaths::TempLocation)).filePath(QStringLiteral("qorv-view.png"));
 
-  QImageReader reader(opt.image);
-  reader.setAutoTransform(true);
-  const qorv::PicturePtr pic = qorv::Picture::fromImage(reader.read());
-  if (!pic) {
-    err << "qorv-view: cannot open " << opt.image << ": " << reader.errorString() << "\n";
-    return 1;
-  }
-
   QMainWindow window;
   window.setWindowTitle(QStringLiteral("qorv-view - %1").arg(QFileInfo(opt.image).fileName()));
   auto* control = new qorv::QorvPicture;
@@ -130,11 +121,15 @@ int main(int argc, char** argv) {
   control->setBackColor(static_cast<qint32>(qorv::RGB(40, 44, 52)));
   control->setHQInitialDelay(150);
   control->setZoomType(4);  // halftone once the view has settled
-  control->setPicture(pic);
+  control->setNoLoadingHourGlass(true);
+  if (!control->LoadFreeImage(opt.image, -1, QString(), true)) {
+    err << "qorv-view: cannot open " << opt.image << ": " << control->LastErrorDescription() << "\n";
+    return 1;
+  }
   addViewMenu(window, *control, opt.image);
   showStatus(window, *control, opt.image);
-  window.resize(std::min(pic->Width(), 1280),
-                std::min(pic->Height(), 900) + window.statusBar()->sizeHint().height() +
+  window.resize(std::min(control->OrgPictureWidth(), 1280),
+                std::min(control->OrgPictureHeight(), 900) + window.statusBar()->sizeHint().height() +
                     window.menuBar()->sizeHint().height());
   window.show();
   control->Refresh(true);

@@ -8,13 +8,12 @@
 #include <QImage>
 #include <QRegularExpression>
 
-#include "Commands.h"
-#include <QorvPictureBox/QorvPicture.h>
-#include "imageio/ImageLoad.h"
-#include <QorvPictureBox/AutomationError.h>
-#include "platform/PictureBox.h"
+#include <QMetaEnum>
 
-#include <FreeImage.h>
+#include <QorvPictureBox/AutomationError.h>
+#include <QorvPictureBox/QorvPicture.h>
+
+#include "Commands.h"
 
 namespace {
 
@@ -82,19 +81,28 @@ class Options {
   QString error_;
 };
 
-// A library format by number or by name (PNG, JPEG, TIFF, ...).
+const QMetaEnum& formats() {
+  static const QMetaEnum e = QMetaEnum::fromType<qorv::FREE_IMAGE_FORMAT>();
+  return e;
+}
+
+// A library format by number, by name (PNG, JPEG, TIFF, ...) or by extension
+// (jpg, tif, tga, ...).
 std::optional<int> parseFormat(const QString& text) {
   bool ok = false;
   const int n = text.toInt(&ok);
   if (ok) return n;
-  const int fif = FreeImage_GetFIFFromFormat(text.toUpper().toLatin1().constData());
-  if (fif >= 0) return fif;
+  const int byName = formats().keyToValue(("FIF_" + text.toUpper()).toLatin1().constData(), &ok);
+  if (ok && byName >= 0) return byName;
+  const int byExtension = QorvPicture().GetFIFFormatFromExtension(text);
+  if (byExtension >= 0) return byExtension;
   return std::nullopt;
 }
 
+// The format's name as the image library calls it (PNG, BMP, JPEG, ...).
 QString formatName(int fif) {
-  const char* name = fif >= 0 ? FreeImage_GetFormatFromFIF(static_cast<FREE_IMAGE_FORMAT>(fif)) : nullptr;
-  return name ? QString::fromLatin1(name) : QStringLiteral("unknown");
+  const char* key = fif >= 0 ? formats().valueToKey(fif) : nullptr;
+  return key ? QString::fromLatin1(key).mid(4) : QStringLiteral("unknown");
 }
 
 // Every command reports automation errors the same way instead of aborting.
@@ -155,23 +163,15 @@ int runInfoCommand(const QStringList& args) {
     int fif = -1;
     QObject::connect(&c, &QorvPicture::LoadImage, [&](const QString&, int f) { fif = f; });
     if (!c.LoadFreeImage(args[0], -1, QString(), true)) return controlFailure(c, QStringLiteral("loading"));
-    const qorv::PicturePtr pic = c.Picture();
-    // The control keeps every picture at 32 bits; the file's own depth comes
-    // from its header.
-    int bpp = 0;
-    const int detected = qorv::imageio::DetectFormat(args[0], -1);
-    const QByteArray native = QFile::encodeName(args[0]);
-    if (FIBITMAP* header = FreeImage_Load(static_cast<FREE_IMAGE_FORMAT>(detected), native.constData(),
-                                          FIF_LOAD_NOPIXELS)) {
-      bpp = static_cast<int>(FreeImage_GetBPP(header));
-      FreeImage_Unload(header);
-    }
-    if (fif < 0) fif = detected;
+    // Formats the platform loader reads have no library number; their
+    // extension names them.
+    const QString name = fif >= 0 ? formatName(fif) : c.FileExtension(args[0]).toUpper();
     out(QStringLiteral("file: %1").arg(args[0]));
-    out(QStringLiteral("format: %1 (%2)").arg(formatName(fif)).arg(fif));
-    out(QStringLiteral("width: %1").arg(pic ? pic->Width() : 0));
-    out(QStringLiteral("height: %1").arg(pic ? pic->Height() : 0));
-    out(QStringLiteral("bits per pixel: %1").arg(bpp));
+    out(QStringLiteral("format: %1 (%2)").arg(name).arg(fif));
+    out(QStringLiteral("width: %1").arg(c.OrgPictureWidth()));
+    out(QStringLiteral("height: %1").arg(c.OrgPictureHeight()));
+    // The control holds every picture at 32 bits; this is the file's own depth.
+    out(QStringLiteral("bits per pixel: %1").arg(c.SourceBitsPerPixel()));
     return 0;
   });
 }
@@ -268,8 +268,11 @@ int runRenderCommand(const QStringList& args) {
 
   return guarded([&] {
     QorvPicture c;
+    // Shown without a window, so the control lays itself out at this size as
+    // it would on screen.
+    c.setAttribute(Qt::WA_DontShowOnScreen);
     c.resize(width, height);
-    c.handleResize();
+    c.show();
     // Settings first: loading resets the offsets, so they come last.
     if (zoomType) c.setZoomType(*zoomType);
     if (flags.count(QStringLiteral("--stretch"))) c.setStretch(flags[QStringLiteral("--stretch")]);
@@ -282,7 +285,8 @@ int runRenderCommand(const QStringList& args) {
     if (!c.LoadFreeImage(o.positional()[0], -1, QString(), true)) return controlFailure(c, QStringLiteral("loading"));
     if (offset) c.Offset(offset->first, offset->second);
     c.Refresh(initial);
-    const QImage frame = c.picPane().imageView().copy();
+    const qorv::PicturePtr shown = c.Image();
+    const QImage frame = shown ? shown->toImage() : QImage();
     if (frame.isNull() || !frame.save(o.positional()[1], "PNG")) {
       err(QStringLiteral("qorv: could not write %1").arg(o.positional()[1]));
       return 1;

@@ -20,7 +20,14 @@ struct IntArray2D {
     return values[static_cast<std::size_t>((i - lower1) * count2() + (j - lower2))];
   }
   // A square array with bounds -r..r in both dimensions, all zero.
-  static IntArray2D centred(int r);
+  static IntArray2D centred(int r) {
+    IntArray2D a;
+    if (r < 0) r = 0;
+    a.lower1 = a.lower2 = -r;
+    a.upper1 = a.upper2 = r;
+    a.values.assign(static_cast<std::size_t>(a.count1()) * static_cast<std::size_t>(a.count2()), 0);
+    return a;
+  }
 };
 
 }  // namespace qorv

@@ -86,6 +86,42 @@ Q_ENUM_NS(BorderStyleEnum)
 enum class ECombinationTypeConstants { eAdd = 1, eLightest = 2, eDarkest = 3 };
 Q_ENUM_NS(ECombinationTypeConstants)
 
+// The control's 28 events by name. Each is a Qt signal of QorvPicture under
+// the same name and reaches an installed event hook first under this id. The
+// ids are part of the automation contract: note ZoomFinished 27 and ZoomBegin
+// 28, out of the order in which a zoom happens.
+enum class EventId : int {
+  UseApiChanged = 1,
+  OLEDragDrop = 2,
+  OLEDragOver = 3,
+  Click = 4,
+  DblClick = 5,
+  KeyDown = 6,
+  KeyPress = 7,
+  KeyUp = 8,
+  MouseDown = 9,
+  MouseMove = 10,
+  MouseUp = 11,
+  Zooming = 12,
+  Draw = 13,
+  LoadImage = 14,
+  PictureChanged = 15,
+  SaveImage = 16,
+  OffsetChanged = 17,
+  ProcessInit = 18,
+  Process = 19,
+  ProcessComplete = 20,
+  FileChange = 21,
+  OSDDraw = 22,
+  OLECompleteDrag = 23,
+  OLEGiveFeedback = 24,
+  OLESetData = 25,
+  OLEStartDrag = 26,
+  ZoomFinished = 27,
+  ZoomBegin = 28,
+};
+Q_ENUM_NS(EventId)
+
 }  // namespace QorvPictureBox
 
 using QorvPictureBox::BorderStyleEnum;
@@ -93,11 +129,14 @@ using QorvPictureBox::BoxStyles;
 using QorvPictureBox::DrawPrc;
 using QorvPictureBox::DropModes;
 using QorvPictureBox::ECombinationTypeConstants;
+using QorvPictureBox::EventId;
 using QorvPictureBox::FlipOrientations;
 using QorvPictureBox::FREE_IMAGE_FORMAT;
 using QorvPictureBox::gEFilterTypes;
 using QorvPictureBox::JPEG_LOAD_QUALITY;
 using QorvPictureBox::PictureTypes;
+
+inline constexpr int EventCount = 28;
 
 // The platform's bitmap description, as the type library declares it.
 using BITMAP = gdi::BITMAP;

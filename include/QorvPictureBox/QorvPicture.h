@@ -3,7 +3,7 @@
 // Every member of the automation surface is a C++ member under its published
 // name (properties read with `Name()` and written with `setName(v)`), a Qt
 // meta-object member under the same name (Q_PROPERTY / Q_INVOKABLE), and an
-// entry of the dispatch table behind invoke() (see QorvDispatch.h).
+// entry of the member table behind invoke(), which gives its dispatch id.
 //
 // Optional arguments: C++ default values where the type has a natural default,
 // an invalid QVariant (= missing) for Variant arguments. Arguments passed by
@@ -30,10 +30,7 @@ class QMimeData;
 
 namespace qorv {
 
-class PictureBox;
-class Timer;
-class cImageProcessDIB;
-struct DispatchMember;
+class QorvPicturePrivate;
 
 class QorvPicture : public QWidget {
   Q_OBJECT
@@ -110,6 +107,8 @@ class QorvPicture : public QWidget {
   Q_PROPERTY(qint32 FillStyle READ FillStyle WRITE setFillStyle)
   Q_PROPERTY(qint32 FillColor READ FillColor WRITE setFillColor)
   Q_PROPERTY(bool IsZooming READ IsZooming)
+  // Members beyond the classic surface, after it.
+  Q_PROPERTY(qint32 SourceBitsPerPixel READ SourceBitsPerPixel)
 
  public:
   // Invocation kinds of invoke(), as automation numbers them; a member entry
@@ -338,13 +337,19 @@ class QorvPicture : public QWidget {
   bool IsZooming() const;
   Q_INVOKABLE void ClearError();
 
+  // ===== Members beyond the classic surface =====================================
+
+  // Bits per pixel as stored in the file the picture was last loaded from
+  // (the control itself always holds 32); 0 when it came from elsewhere.
+  qint32 SourceBitsPerPixel() const;
+
   // ===== Dispatch ===============================================================
 
   // Calls a member by dispatch id (or name) with automation arguments: an
   // invalid QVariant is a missing optional argument; by-reference arguments are
   // written back into `args`; for Let/Set the new value is the last argument.
   // Throws AutomationError on bad calls: 450 wrong number of arguments, 13 type
-  // mismatch, 449 argument not optional, 5 unknown member or kind.
+  // mismatch, 449 argument not optional, 438 unknown member or kind.
   QVariant invoke(int dispid, int kind, QVariantList& args);
   QVariant invoke(const QString& name, int kind, QVariantList& args);
   QVariant invoke(int dispid, int kind, QVariantList&& args) { return invoke(dispid, kind, args); }
@@ -354,61 +359,14 @@ class QorvPicture : public QWidget {
 
   void setEventHook(EventHook hook);
 
-  // ===== Services for the control's own implementation files ======================
-  // (Loading, saving and image operations are written as members in their own
-  // files; these are what they build on. Not part of the automation surface.)
-
-  // The five panes: picPane is the visible one; Buffer holds the picture at its
-  // own size (the source of every frame and target of every image operation);
-  // bBuffer is the back buffer frames are composed in.
-  PictureBox& picPane() const;
-  PictureBox& Buffer() const;
-  PictureBox& bBuffer() const;
-  PictureBox& ScalePicture() const;
-  PictureBox& clipPicture() const;
-  Timer& InitTimer() const;
-  Timer& UpdateTimer() const;
-  // The filter engine whose notifications become ProcessInit/Process/ProcessComplete.
-  cImageProcessDIB& mImageProcessDIB() const;
+  // Gives every property its default, as when the control is first placed on a
+  // form (the constructor does this); reports nothing and redraws nothing.
+  void InitProperties();
 
   // Pictures declaring more pixels than this fail to load (error 170) before
   // their pixels are read; 0 or less lifts the limit. Default 268435456.
-  qint64 MaxLoadPixels() const { return maxLoadPixels_; }
-  void setMaxLoadPixels(qint64 v) { maxLoadPixels_ = v; }
-
-  // Writes the whole error record at once (flag 48 warning, 16 critical).
-  void setError(qint32 code, const QString& description, qint32 flag);
-  void setCurrentFile(const QString& path);
-
-  // Clamp offsets, auto-switch the blit path, optionally redraw, pan cursor,
-  // optionally raise OffsetChanged.
-  void UpdateView(bool Redraw, bool NotifyOffset);
-  // Composes one frame from Buffer into bBuffer and shows it in picPane.
-  void Render(bool Initial);
-  void UpdatePanCursor();
-  // Lays picPane and bBuffer out for the control's current size, then updates the view.
-  void handleResize();
-  // Makes Buffer hold a device-independent copy of its picture at its own size.
-  void normalizePicture();
-  // Resizes the control to Buffer's picture (when AutoSize is on and a picture is held).
-  void applyAutoSize();
-  // Stores both offsets without rendering, clamping or raising anything.
-  void setOffsetsSilently(qint32 x, qint32 y);
-  // Set by the drawing primitives; while set, Render returns at once.
-  void setDrawingGuard(bool on) { drawingGuard_ = on; }
-  bool drawingGuard() const { return drawingGuard_; }
-
-  void raiseOffsetChanged();
-  void raiseLoadImage(const QString& path, qint32 fif);
-  void raiseFileChange(const QString& path);
-  void raiseSaveImage(const QString& path, qint32 fif);
-  // Raises any event by id through the hook and the signal; by-reference
-  // values changed by handlers are left in `args`.
-  void raiseEvent(int id, QVariantList& args);
-
-  // Counters of composed frames and of Render calls that returned early, for
-  // hosts and tests that watch the pipeline.
-  int framesComposed() const { return framesComposed_; }
+  qint64 MaxLoadPixels() const;
+  void setMaxLoadPixels(qint64 v);
 
  signals:
   // Events, ids 1..28 (ZoomFinished 27 and ZoomBegin 28 are out of sequence).
@@ -450,76 +408,10 @@ class QorvPicture : public QWidget {
 
  private:
   void Initialize();
-  void InitProperties();
   void Terminate();
-  void reportChanged(const char* name);
-  void onInitTimer();
-  void onUpdateTimer();
-  [[noreturn]] void notImplemented(const char* member) const;
-  // Both loaders: ask for a path when none was given (false: cancelled), and
-  // hand a picture placed in Buffer over to the view with its events.
-  bool askForLoadPath(QString& path, QString& initDir, const QString& pattern);
-  void completeLoad(const QString& path, qint32 fif, bool DoNotRender, PicturePtr placed);
 
-  struct Panes;
-  std::unique_ptr<Panes> panes_;
-  std::unique_ptr<cImageProcessDIB> engine_;
-  EventHook hook_;
-
-  // Error record.
-  qint32 lastErrorCode_ = 0;
-  QString lastErrorDescription_;
-  qint32 lastErrorFlag_ = 0;
-
-  // Settings held by the control itself.
-  bool noLoadingHourGlass_ = false;
-  bool hqAutoSwitch_ = false;
-  qint16 osdShaddowSize_ = 0;
-  bool osdTransparent_ = false;
-  bool osdShaddow_ = false;
-  qint32 osdShaddowColor_ = 0;
-  bool zoomOSD_ = false;
-  bool showOffsetOSD_ = false;
-  qint32 osdBackColor_ = 0;
-  qint32 osdForeColor_ = 0;
-  FontPtr osdFont_;
-  bool visualZoom_ = false;
-  qint16 zoomType_ = 0;
-  bool tiled_ = false;
-  bool ignoreOffsetBorder_ = false;
-  bool mouseZoom_ = false;
-  bool fastLoad_ = false;
-  bool autoSwitchToAPI_ = false;
-  bool lockUpdate_ = false;
-  PicturePtr moveIcon_;
-  QString toolTipText_;
-  bool zoomFromOriginal_ = false;
-  qint16 keyboarZoomMin_ = 0;
-  qint16 keyboardZoomMax_ = 0;
-  qint16 keyboardZoomFactor_ = 0;
-  bool useBltAIP_ = false;
-  bool stretch_ = false;
-  bool centered_ = false;
-  bool keepAspect_ = false;
-  bool autoSize_ = false;
-  bool keyboardScale_ = false;
-  qint16 zoom_ = 0;
-  qint32 jpegLoadQuality_ = 0;
-  QString currentFile_;
-  qint32 offsetX_ = 0;
-  qint32 offsetY_ = 0;
-  qint64 maxLoadPixels_ = 268435456;
-
-  // Render and gesture state.
-  bool rendering_ = false;
-  bool suspend_ = false;
-  int renderDepth_ = 0;
-  bool leftDrag_ = false;
-  bool rightDrag_ = false;
-  bool zooming_ = false;
-  bool zoomPending_ = false;
-  bool drawingGuard_ = false;
-  int framesComposed_ = 0;
+  friend class QorvPicturePrivate;
+  std::unique_ptr<QorvPicturePrivate> d_;
 };
 
 }  // namespace qorv

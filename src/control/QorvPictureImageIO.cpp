@@ -3,7 +3,11 @@
 // cursor, events) lives here; the file work is the image I/O layer's.
 #include <QorvPictureBox/QorvPicture.h>
 
+#include "control/QorvPicturePrivate.h"
+#include "control/VariantConversion.h"
+
 #include <QImage>
+#include <QImageReader>
 #include <QPainter>
 
 #include "imageio/Dialog.h"
@@ -66,7 +70,7 @@ bool QorvPicture::LoadFreeImage(QString* StrFilePath, qint32 ForceType, QString*
   QString& initDir = InitDir ? *InitDir : localDir;
   ClearError();
 
-  if (path.isEmpty() && !askForLoadPath(path, initDir, imageio::FreeImageLoadPattern())) return false;
+  if (path.isEmpty() && !d_->askForLoadPath(path, initDir, imageio::FreeImageLoadPattern())) return false;
 
   // These never reach the image library: the platform's own loader reads them.
   const QString ext = imageio::FileExtension(path, true).toLower();
@@ -74,17 +78,17 @@ bool QorvPicture::LoadFreeImage(QString* StrFilePath, qint32 ForceType, QString*
     return LoadVBPicture(&path, &initDir, DoNotRender);
 
   PointerRestore pointer;
-  if (!noLoadingHourGlass_) showBusy();
+  if (!d_->settings.noLoadingHourGlass) showBusy();
 
   imageio::LoadRequest request;
   request.path = path;
   request.forceType = ForceType;
-  request.jpegLoadQuality = jpegLoadQuality_;
-  request.maxPixels = maxLoadPixels_;
+  request.jpegLoadQuality = d_->settings.jpegLoadQuality;
+  request.maxPixels = d_->settings.maxLoadPixels;
   gdi::HBITMAP drawn = 0;
-  const imageio::IoOutcome outcome = imageio::LoadIntoBuffer(request, Buffer(), &drawn);
+  const imageio::IoOutcome outcome = imageio::LoadIntoBuffer(request, d_->Buffer(), &drawn);
   if (!outcome.ok()) {
-    setError(outcome.code, outcome.description, outcome.flag);
+    d_->setError(outcome.code, outcome.description, outcome.flag);
     return false;
   }
   // The bitmap that was drawn holds exactly what Buffer shows now.
@@ -92,8 +96,8 @@ bool QorvPicture::LoadFreeImage(QString* StrFilePath, qint32 ForceType, QString*
   if (!drawnPicture && drawn) gdi::DeleteObject(drawn);
 
   // The bitmap drawn into Buffer becomes the current picture.
-  if (!drawnPicture) drawnPicture = Buffer().Image();
-  completeLoad(path, outcome.fif, DoNotRender, std::move(drawnPicture));
+  if (!drawnPicture) drawnPicture = d_->Buffer().Image();
+  d_->completeLoad(path, outcome.fif, outcome.bitsPerPixel, DoNotRender, std::move(drawnPicture));
   return true;
 }
 
@@ -104,62 +108,71 @@ bool QorvPicture::LoadVBPicture(QString* StrFilePath, QString* InitDir, bool DoN
   QString& initDir = InitDir ? *InitDir : localDir;
   ClearError();
 
-  if (path.isEmpty() && !askForLoadPath(path, initDir, kVBPattern)) return false;
+  if (path.isEmpty() && !d_->askForLoadPath(path, initDir, kVBPattern)) return false;
 
   static const QStringList accepted = {QStringLiteral(".bmp"), QStringLiteral(".ico"), QStringLiteral(".gif"),
                                        QStringLiteral(".jpg"), QStringLiteral(".jpeg"), QStringLiteral(".wmf"),
                                        QStringLiteral(".cur")};
   if (!accepted.contains(imageio::FileExtension(path, true).toLower())) {
-    setError(101, QStringLiteral("File format not supported (") + imageio::FileExtension(path) + u')', 48);
+    d_->setError(error_record::FormatNotSupported,
+                 QStringLiteral("File format not supported (") + imageio::FileExtension(path) + u')',
+                 error_record::FlagWarning);
     return false;
   }
 
   PointerRestore pointer;
-  if (!noLoadingHourGlass_) showBusy();
+  if (!d_->settings.noLoadingHourGlass) showBusy();
 
   const PicturePtr pic = Picture::load(path);
   if (!pic) {
-    setError(500, QStringLiteral("Invalid file format!"), 16);
+    d_->setError(error_record::InvalidFileFormat, QStringLiteral("Invalid file format!"), error_record::FlagCritical);
     return false;
   }
 
-  PictureBox& buffer = Buffer();
+  PictureBox& buffer = d_->Buffer();
   buffer.setPicture(PicturePtr());
   buffer.Cls();
   buffer.setPicture(pic);
-  completeLoad(path, imageio::GetFIFFormatFromExtension(path), DoNotRender, nullptr);
+  // The platform loader converts as it reads; the file's own depth comes from
+  // its header.
+  const int depth = QImage::toPixelFormat(QImageReader(path).imageFormat()).bitsPerPixel();
+  d_->completeLoad(path, imageio::GetFIFFormatFromExtension(path), depth, DoNotRender, nullptr);
   return true;
 }
 
-bool QorvPicture::askForLoadPath(QString& path, QString& initDir, const QString& pattern) {
-  if (!currentFile_.isEmpty()) initDir = imageio::FileDirectory(currentFile_);
+bool QorvPicturePrivate::askForLoadPath(QString& path, QString& initDir, const QString& pattern) {
+  if (!settings.currentFile.isEmpty()) initDir = imageio::FileDirectory(settings.currentFile);
   QString filterPattern = pattern;
   QString title = QStringLiteral("Load Picture...");
   std::int32_t filter = 1;  // the all-supported filter
-  const QString chosen = imageio::Dialog(filterPattern, static_cast<std::uint32_t>(hWnd()), initDir, title, 0,
+  const QString chosen = imageio::Dialog(filterPattern, static_cast<std::uint32_t>(q.hWnd()), initDir, title, 0,
                                          false, &filter, QString());
   if (chosen.isEmpty()) return false;
   path = chosen;
   return true;
 }
 
-void QorvPicture::completeLoad(const QString& path, qint32 fif, bool DoNotRender, PicturePtr placed) {
+void QorvPicturePrivate::completeLoad(const QString& path, std::int32_t fif, std::int32_t bitsPerPixel,
+                                      bool doNotRender, PicturePtr placed) {
   PictureBox& buffer = Buffer();
-  currentFile_ = path;
-  if (autoSize_) applyAutoSize();
+  settings.currentFile = path;
+  settings.sourceBitsPerPixel = bitsPerPixel;
+  if (view.state().autoSize) view.applyAutoSize();
   setOffsetsSilently(0, 0);
   // Buffer ends up holding what was drawn on it as its picture; the
   // normalisation also makes sure frames can be composed from it directly.
   if (placed) buffer.setPicture(placed);
   placed.reset();
-  if (!fastLoad_) normalizePicture();
+  if (!settings.fastLoad) view.normalizePicture();
   if (handleOf(buffer.Picture()) == 0) buffer.setPicture(standbyPicture());
-  if (!DoNotRender) UpdateView(true, true);
-  UpdatePanCursor();
+  if (!doNotRender) view.updateView(true, true);
+  view.updatePanCursor();
   raiseOffsetChanged();
   host().setScreenMousePointer(kDefaultPointer);
-  raiseLoadImage(currentFile_, fif);
-  raiseFileChange(currentFile_);
+  QVariantList loaded{settings.currentFile, fif};
+  raiseEvent(EventId::LoadImage, loaded);
+  QVariantList changed{settings.currentFile};
+  raiseEvent(EventId::FileChange, changed);
 }
 
 // ----- saving -------------------------------------------------------------------
@@ -167,19 +180,20 @@ void QorvPicture::completeLoad(const QString& path, qint32 fif, bool DoNotRender
 bool QorvPicture::SaveFreeImage(QString* StrFilePath, qint32 Quality, qint32 FIFType, bool UseNewFilename) {
   QString localPath;
   QString& path = StrFilePath ? *StrFilePath : localPath;
-  const gdi::HBITMAP picture = handleOf(Buffer().Picture());
+  const gdi::HBITMAP picture = handleOf(d_->Buffer().Picture());
   if (picture == 0) {
-    setError(400, QStringLiteral("There is no picture to save"), 48);
+    d_->setError(error_record::NothingToSave, QStringLiteral("There is no picture to save"),
+                 error_record::FlagWarning);
     return false;
   }
 
   if (path.isEmpty()) {
-    std::int32_t filter = imageio::GetSaveFilterIndex(imageio::FileExtension(currentFile_));
+    std::int32_t filter = imageio::GetSaveFilterIndex(imageio::FileExtension(d_->settings.currentFile));
     QString pattern = imageio::FreeImageSavePattern();
     QString title = QStringLiteral("Save Picture...");
     QString chosen = imageio::Dialog(pattern, static_cast<std::uint32_t>(hWnd()), QString(), title,
                                      static_cast<std::int32_t>(OFN_OVERWRITEPROMPT), true, &filter,
-                                     imageio::FileName(currentFile_));
+                                     imageio::FileName(d_->settings.currentFile));
     if (chosen.isEmpty()) return false;
     // The format of the filter left selected wins: its extension is added
     // whenever the typed name does not already end in it.
@@ -199,15 +213,17 @@ bool QorvPicture::SaveFreeImage(QString* StrFilePath, qint32 Quality, qint32 FIF
       return false;
     }
     if (!outcome.ok()) {
-      setError(outcome.code, outcome.description, outcome.flag);
+      d_->setError(outcome.code, outcome.description, outcome.flag);
       return false;
     }
     if (UseNewFilename) {
-      currentFile_ = path;
-      raiseFileChange(path);
+      d_->settings.currentFile = path;
+      QVariantList changed{path};
+      d_->raiseEvent(EventId::FileChange, changed);
     }
   }
-  raiseSaveImage(path, outcome.fif);
+  QVariantList saved{path, outcome.fif};
+  d_->raiseEvent(EventId::SaveImage, saved);
   return true;
 }
 
@@ -257,7 +273,7 @@ QString QorvPicture::Dialog(QString* Pattern, qint32 hwndOwner, const QString& i
     bool ok = false;
     filter = FilterIndex->toInt(&ok);
     if (!ok)
-      throw AutomationError(errors::TypeMismatch, programName() + ".QorvPicture", "Type mismatch");
+      raiseTypeMismatch();
   }
   const QString result =
       imageio::Dialog(Pattern ? *Pattern : localPattern, static_cast<std::uint32_t>(hwndOwner), initialDir,

@@ -12,6 +12,9 @@
 #include <limits>
 
 #include <QorvPictureBox/QorvPicture.h>
+
+#include "control/QorvPicturePrivate.h"
+#include "control/VariantConversion.h"
 #include <QorvPictureBox/AutomationError.h>
 #include "platform/PictureBox.h"
 #include "processing/Kernel2D.h"
@@ -54,28 +57,6 @@ void fillFrom(cDIBSection& img, const PicturePtr& pic) {
                      std::min(img.Height(), source.Height()), gdi::SRCCOPY);
 }
 
-[[noreturn]] void typeMismatch() {
-  throw AutomationError(errors::TypeMismatch, programName() + ".QorvPicture", "Type mismatch");
-}
-
-// A Variant amount as a number; missing or non-numeric is a type mismatch.
-double numericAmount(const QVariant& v) {
-  if (!v.isValid() || v.isNull()) typeMismatch();
-  bool ok = false;
-  const double d = v.toDouble(&ok);
-  if (!ok || !std::isfinite(d)) typeMismatch();
-  return d;
-}
-
-// A Variant amount as a 32-bit whole number, rounded halves to even.
-std::int32_t wholeAmount(const QVariant& v) {
-  const double r = std::nearbyint(numericAmount(v));
-  if (r < std::numeric_limits<std::int32_t>::min() || r > std::numeric_limits<std::int32_t>::max()) {
-    throw AutomationError(6, programName() + ".QorvPicture", "Overflow");
-  }
-  return static_cast<std::int32_t>(r);
-}
-
 }  // namespace
 
 // ----- the common pattern ----------------------------------------------------
@@ -84,29 +65,32 @@ namespace {
 
 struct Working {
   cDIBSection image;
-  explicit Working(const QorvPicture& c) { image.CreateFromPicture(handleOf(c.Buffer().Picture())); }
+  explicit Working(const QorvPicture& c) {
+    image.CreateFromPicture(handleOf(QorvPicturePrivate::of(c).Buffer().Picture()));
+  }
 };
 
 // Paints the result into Buffer, makes it Buffer's picture and updates the view.
 void commit(QorvPicture& c, const cDIBSection& result) {
   if (result.IsEmpty()) return;
-  PictureBox& buffer = c.Buffer();
+  QorvPicturePrivate& d = QorvPicturePrivate::of(c);
+  PictureBox& buffer = d.Buffer();
   result.PaintPicture(buffer.hDC(), 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
   if (PicturePtr pic = pictureFrom(result)) buffer.setPicture(pic);
-  c.UpdateView(true, true);
+  d.view.updateView(true, true);
 }
 
 }  // namespace
 
 void QorvPicture::Invert() {
   Working w(*this);
-  mImageProcessDIB().Invert(w.image);
+  d_->mImageProcessDIB().Invert(w.image);
   commit(*this, w.image);
 }
 
 void QorvPicture::Flip(qint32 Orientation) {
   Working w(*this);
-  mImageProcessDIB().Flip(w.image, Orientation);
+  d_->mImageProcessDIB().Flip(w.image, Orientation);
   commit(*this, w.image);
 }
 
@@ -114,7 +98,7 @@ void QorvPicture::ApplyFilter(qint32 FilterType, qint32 FilterWeight) {
   Working w(*this);
   cDIBSection buffer;
   buffer.Create(w.image.Width(), w.image.Height());
-  cImageProcessDIB& engine = mImageProcessDIB();
+  cImageProcessDIB& engine = d_->mImageProcessDIB();
   // The weight first: a built-in type then overwrites it with its own, so
   // only eCustom uses the caller's weight.
   engine.setFilterWeight(FilterWeight);
@@ -124,7 +108,7 @@ void QorvPicture::ApplyFilter(qint32 FilterType, qint32 FilterWeight) {
 }
 
 void QorvPicture::AddCustomFilter(const IntArray2D& Array2D) {
-  cImageProcessDIB& engine = mImageProcessDIB();
+  cImageProcessDIB& engine = d_->mImageProcessDIB();
   const std::int64_t extent1 = std::int64_t{Array2D.upper1} - Array2D.lower1 + 1;
   const std::int64_t extent2 = std::int64_t{Array2D.upper2} - Array2D.lower2 + 1;
   if (extent1 > 99 || extent2 > 99) {
@@ -147,26 +131,26 @@ void QorvPicture::AddCustomFilter(const IntArray2D& Array2D) {
 void QorvPicture::Darken(const QVariant& Amount) {
   const std::int32_t amount = wholeAmount(Amount);
   Working w(*this);
-  mImageProcessDIB().Fade(w.image, amount);
+  d_->mImageProcessDIB().Fade(w.image, amount);
   commit(*this, w.image);
 }
 
 void QorvPicture::Lighten(const QVariant& Amount) {
   const double amount = numericAmount(Amount);
   Working w(*this);
-  mImageProcessDIB().Lighten(w.image, amount);
+  d_->mImageProcessDIB().Lighten(w.image, amount);
   commit(*this, w.image);
 }
 
 void QorvPicture::Grayscale() {
   Working w(*this);
-  mImageProcessDIB().Grayscale(w.image);
+  d_->mImageProcessDIB().Grayscale(w.image);
   commit(*this, w.image);
 }
 
 void QorvPicture::AddNoise(qint32 Percent, bool bRandom) {
   Working w(*this);
-  mImageProcessDIB().AddNoise(w.image, Percent, bRandom);
+  d_->mImageProcessDIB().AddNoise(w.image, Percent, bRandom);
   commit(*this, w.image);
 }
 
@@ -174,36 +158,37 @@ void QorvPicture::BlackAndWhite() {
   Working w(*this);
   cDIBSection result;
   result.Create(w.image.Width(), w.image.Height());
-  mImageProcessDIB().BlackAndWhite(w.image, result);
+  d_->mImageProcessDIB().BlackAndWhite(w.image, result);
   commit(*this, result);
 }
 
 void QorvPicture::Resample(qint32 lW, qint32 lH) {
   Working w(*this);
   if (w.image.IsEmpty()) return;
-  const std::unique_ptr<cDIBSection> out = mImageProcessDIB().Resample(w.image, lH, lW);
+  const std::unique_ptr<cDIBSection> out = d_->mImageProcessDIB().Resample(w.image, lH, lW);
   if (!out) return;  // no buffer of that size: the picture stays as it was
   PicturePtr pic = pictureFrom(*out);
   if (!pic) return;
   // Buffer takes the new size with its new picture.
-  Buffer().setPicture(pic);
-  out->PaintPicture(Buffer().hDC(), 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
-  if (AutoSize()) applyAutoSize();
-  UpdateView(true, true);
+  PictureBox& buffer = d_->Buffer();
+  buffer.setPicture(pic);
+  out->PaintPicture(buffer.hDC(), 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
+  if (AutoSize()) d_->view.applyAutoSize();
+  d_->view.updateView(true, true);
 }
 
 void QorvPicture::CombinePictures(const PicturePtr& Picture1, const PicturePtr& Picture2, qint32 CombinationType,
                                   float Multiplier1, float Multiplier2, qint32 Offset1, qint32 Offset2) {
   // Both pictures are laid at (0, 0) over images of Buffer's size: larger
   // ones are cut, smaller ones leave black where they do not reach.
-  const PicturePtr current = Buffer().Picture();
+  const PicturePtr current = d_->Buffer().Picture();
   if (handleOf(current) == 0) return;
   cDIBSection first, second;
   if (!first.Create(current->Width(), current->Height())) return;
   if (!second.Create(current->Width(), current->Height())) return;
   fillFrom(first, Picture1);
   fillFrom(second, Picture2);
-  cImageProcessDIB& engine = mImageProcessDIB();
+  cImageProcessDIB& engine = d_->mImageProcessDIB();
   switch (CombinationType) {
     case static_cast<qint32>(ECombinationTypeConstants::eAdd):
       engine.AddImages(first, second, Multiplier1, Offset1, Offset1, Offset1, Multiplier2, Offset2, Offset2, Offset2);
@@ -221,8 +206,8 @@ void QorvPicture::CombinePictures(const PicturePtr& Picture1, const PicturePtr& 
 }
 
 bool QorvPicture::Rotate(bool* ClockWise) {
-  PictureBox& buffer = Buffer();
-  PictureBox& back = bBuffer();
+  PictureBox& buffer = d_->Buffer();
+  PictureBox& back = d_->bBuffer();
   if (handleOf(buffer.Picture()) == 0) return false;
   back.Cls();
   back.setWidth(static_cast<int>(buffer.ScaleHeight()));
@@ -234,9 +219,35 @@ bool QorvPicture::Rotate(bool* ClockWise) {
   rotateBlt(back.hDC(), H / 2, W / 2, angle, buffer.hDC(), 0, 0, W, H);
   buffer.setPicture(back.Image());
   buffer.Refresh();
-  handleResize();
+  d_->handleResize();
   // The result has never been reported as True; hosts do not rely on it.
   return false;
+}
+
+void QorvPicture::AddCustomFilter(const QVariantList& Array2D) {
+  // A list of rows, as a kernel reads on screen: each inner list is one row
+  // (the vertical offset), its entries run along the horizontal offset. Both
+  // run from -n/2 upwards, so a 3 x 3 list covers -1..1 each way; a ragged or
+  // non-square list keeps its own bounds and meets the engine's size checks.
+  const int rows = static_cast<int>(Array2D.size());
+  int cols = 0;
+  for (const QVariant& row : Array2D) cols = std::max(cols, static_cast<int>(row.toList().size()));
+  IntArray2D a;
+  a.lower1 = -(cols / 2);
+  a.upper1 = cols - 1 - cols / 2;
+  a.lower2 = -(rows / 2);
+  a.upper2 = rows - 1 - rows / 2;
+  // No kernel is wider than 99: a larger list goes to the engine's checks by its
+  // bounds alone, without building an array of its size.
+  if (a.count1() > 99 || a.count2() > 99) return AddCustomFilter(a);
+  a.values.assign(static_cast<std::size_t>(a.count1()) * static_cast<std::size_t>(a.count2()), 0);
+  for (int j = 0; j < rows; ++j) {
+    const QVariantList row = Array2D[j].toList();
+    for (int i = 0; i < row.size(); ++i) {
+      a.values[static_cast<std::size_t>(i * a.count2() + j)] = static_cast<std::int16_t>(row[i].toInt());
+    }
+  }
+  AddCustomFilter(a);
 }
 
 }  // namespace qorv

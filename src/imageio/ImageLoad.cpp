@@ -189,7 +189,9 @@ DibPtr LoadDib(const LoadRequest& request, IoOutcome& out) {
     failLoad(out);
     return DibPtr();
   }
-  DibPtr dib = toStandard(DibPtr(callLoader(out.fif, native.constData(), flags)));
+  DibPtr raw(callLoader(out.fif, native.constData(), flags));
+  if (raw) out.bitsPerPixel = static_cast<std::int32_t>(FreeImage_GetBPP(raw.get()));
+  DibPtr dib = toStandard(std::move(raw));
   if (!dib || !FreeImage_HasPixels(dib.get()) ||
       tooLarge(FreeImage_GetWidth(dib.get()), FreeImage_GetHeight(dib.get()), request.maxPixels)) {
     failLoad(out);

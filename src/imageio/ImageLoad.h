@@ -28,6 +28,7 @@ struct IoOutcome {
   QString description;
   std::int32_t flag = 0;
   std::int32_t fif = -1;  // the library format used (or detected)
+  std::int32_t bitsPerPixel = 0;  // as stored in the file, before any conversion
   bool ok() const { return code == 0; }
 };
 

@@ -7,6 +7,8 @@
 #include <QStringList>
 
 #include <QorvPictureBox/QorvPicture.h>
+
+#include "control/QorvPicturePrivate.h"
 #include "platform/Clock.h"
 #include "platform/Host.h"
 #include <QorvPictureBox/Picture.h>
@@ -39,10 +41,13 @@ class ControlTest : public ::testing::Test {
     setHost(nullptr);
   }
 
+  // The control's internals: panes, timers, the error record, event raising.
+  QorvPicturePrivate& in() const { return QorvPicturePrivate::of(*ctl); }
+
   // Gives the control a pane of w x h pixels.
   void sizeTo(int w, int h) {
     ctl->resize(w, h);
-    ctl->handleResize();
+    in().handleResize();
   }
   PicturePtr pattern(int w, int h) { return Picture::fromImage(testmodel::patternImage(w, h)); }
 

@@ -23,7 +23,7 @@ class RenderTest : public ControlTest {
     ctl->setPicture(pattern(w, h));
     draws = 0;
   }
-  QImage shown() const { return ctl->picPane().imageView().copy(); }
+  QImage shown() const { return in().picPane().imageView().copy(); }
   int draws = 0;
 };
 
@@ -62,11 +62,11 @@ TEST_F(RenderTest, EmptyOrSubPixelPictureDrawsNothing) {
   ctl->setPicture(nullptr);
   EXPECT_EQ(draws, 0);
   show(400, 200);
-  const QImage back = ctl->bBuffer().imageView().copy();
+  const QImage back = in().bBuffer().imageView().copy();
   ctl->setZoom(0);
   ctl->setZoom(-40);
   EXPECT_EQ(draws, 0);
-  EXPECT_EQ(ctl->bBuffer().imageView(), back);  // not even cleared
+  EXPECT_EQ(in().bBuffer().imageView(), back);  // not even cleared
 }
 
 // A render started while a frame is being composed (here from the Draw
@@ -78,10 +78,10 @@ TEST_F(RenderTest, RenderDuringCompositionComposesNoSecondFrame) {
     ++inner;
     ctl->Refresh();
   });
-  const int frames = ctl->framesComposed();
+  const int frames = in().framesComposed();
   ctl->Refresh();
   EXPECT_EQ(inner, 1);
-  EXPECT_EQ(ctl->framesComposed(), frames + 1);
+  EXPECT_EQ(in().framesComposed(), frames + 1);
   EXPECT_EQ(draws, 1);
   ctl->Refresh();  // the counter is reset after each full pass
   EXPECT_EQ(draws, 2);
@@ -107,16 +107,16 @@ TEST_F(RenderTest, InitialRenderUsesFastModeAndArmsTheQualityPass) {
   ctl->setHQInitialDelay(500);
   draws = 0;
   ctl->Refresh(true);
-  EXPECT_EQ(gdi::GetStretchBltMode(ctl->bBuffer().hDC()), gdi::COLORONCOLOR);
-  EXPECT_TRUE(ctl->InitTimer().Enabled());
+  EXPECT_EQ(gdi::GetStretchBltMode(in().bBuffer().hDC()), gdi::COLORONCOLOR);
+  EXPECT_TRUE(in().InitTimer().Enabled());
   clock.advance(300);
   ctl->Refresh(true);  // a second initial frame restarts the full delay
   clock.advance(499);
   EXPECT_EQ(draws, 2);
   clock.advance(1);
   EXPECT_EQ(draws, 3);
-  EXPECT_EQ(gdi::GetStretchBltMode(ctl->bBuffer().hDC()), gdi::HALFTONE);
-  EXPECT_FALSE(ctl->InitTimer().Enabled());
+  EXPECT_EQ(gdi::GetStretchBltMode(in().bBuffer().hDC()), gdi::HALFTONE);
+  EXPECT_FALSE(in().InitTimer().Enabled());
   clock.advance(5000);
   EXPECT_EQ(draws, 3);
 }
@@ -137,10 +137,10 @@ TEST_F(RenderTest, QualityPassNeedsHalftoneADelayAndTheSwitch) {
     ctl->setHQAutoSwitch(c.hq);
     ctl->setZoomType(c.zoomType);
     ctl->setHQInitialDelay(c.delay);
-    ctl->InitTimer().setEnabled(false);
+    in().InitTimer().setEnabled(false);
     ctl->Refresh(true);
-    EXPECT_EQ(gdi::GetStretchBltMode(ctl->bBuffer().hDC()), c.wantMode) << c.hq << c.zoomType << c.delay;
-    EXPECT_EQ(ctl->InitTimer().Enabled(), c.armed) << c.hq << c.zoomType << c.delay;
+    EXPECT_EQ(gdi::GetStretchBltMode(in().bBuffer().hDC()), c.wantMode) << c.hq << c.zoomType << c.delay;
+    EXPECT_EQ(in().InitTimer().Enabled(), c.armed) << c.hq << c.zoomType << c.delay;
   }
 }
 
@@ -192,12 +192,12 @@ TEST_F(RenderTest, ZoomRaisesDrawThenOffsetChangedThenZooming) {
 TEST_F(RenderTest, PanCursorFollowsOverflow) {
   show(400, 200);
   ctl->setZoom(100);
-  EXPECT_EQ(ctl->picPane().MousePointer(), 0);
+  EXPECT_EQ(in().picPane().MousePointer(), 0);
   ctl->setZoom(200);
-  EXPECT_EQ(ctl->picPane().MousePointer(), 15);
+  EXPECT_EQ(in().picPane().MousePointer(), 15);
   ctl->setMouseIcon(pattern(8, 8));
   ctl->setZoom(201);
-  EXPECT_EQ(ctl->picPane().MousePointer(), 99);
+  EXPECT_EQ(in().picPane().MousePointer(), 99);
 }
 
 TEST_F(RenderTest, AutoSizeMakesTheControlThePictureSize) {

@@ -2,7 +2,7 @@
 #include <QVariant>
 
 #include "ControlFixture.h"
-#include "control/QorvDispatch.h"
+#include "control/MemberTable.h"
 
 namespace qorv {
 namespace {
@@ -47,7 +47,7 @@ TEST_F(Defaults, OSDFontIsThePaneFontObject) {
 TEST_F(Defaults, ConstructionReportsNothingAndHasNoPicture) {
   EXPECT_TRUE(host.changed.isEmpty());
   EXPECT_EQ(handleOf(ctl->Picture()), 0u);
-  EXPECT_EQ(ctl->framesComposed(), 0);
+  EXPECT_EQ(in().framesComposed(), 0);
 }
 
 class Notifications : public ControlTest {};
@@ -108,14 +108,14 @@ TEST_F(Notifications, NoAccessorClampsOrValidates) {
 
 TEST_F(Notifications, ColoursReachTheRightPanes) {
   ctl->setBackColor(0x00123456);
-  for (PictureBox* p : {&ctl->picPane(), &ctl->Buffer(), &ctl->bBuffer(), &ctl->ScalePicture(), &ctl->clipPicture()})
+  for (PictureBox* p : {&in().picPane(), &in().Buffer(), &in().bBuffer(), &in().ScalePicture(), &in().clipPicture()})
     EXPECT_EQ(p->BackColor(), 0x00123456u) << p->objectName().toStdString();
-  const COLORREF otherFore = ctl->bBuffer().ForeColor();
+  const COLORREF otherFore = in().bBuffer().ForeColor();
   ctl->setForeColor(0x00ABCDEF);
-  EXPECT_EQ(ctl->picPane().ForeColor(), 0x00ABCDEFu);
-  EXPECT_EQ(ctl->Buffer().ForeColor(), 0x00ABCDEFu);
-  EXPECT_EQ(ctl->bBuffer().ForeColor(), otherFore);
-  EXPECT_EQ(ctl->ScalePicture().ForeColor(), otherFore);
+  EXPECT_EQ(in().picPane().ForeColor(), 0x00ABCDEFu);
+  EXPECT_EQ(in().Buffer().ForeColor(), 0x00ABCDEFu);
+  EXPECT_EQ(in().bBuffer().ForeColor(), otherFore);
+  EXPECT_EQ(in().ScalePicture().ForeColor(), otherFore);
 }
 
 TEST_F(Notifications, ForwardedPropertiesReadBackFromThePane) {
@@ -123,16 +123,16 @@ TEST_F(Notifications, ForwardedPropertiesReadBackFromThePane) {
   ctl->setFillColor(0x0000FF);
   ctl->setCurrentX(12.5f);
   ctl->setBorderStyle(1);
-  EXPECT_EQ(ctl->picPane().DrawWidth(), 3);
-  EXPECT_EQ(ctl->picPane().FillColor(), 0x0000FFu);
+  EXPECT_EQ(in().picPane().DrawWidth(), 3);
+  EXPECT_EQ(in().picPane().FillColor(), 0x0000FFu);
   EXPECT_FLOAT_EQ(ctl->CurrentX(), 12.5f);
-  EXPECT_EQ(ctl->Buffer().BorderStyle(), ctl->picPane().BorderStyle());
+  EXPECT_EQ(in().Buffer().BorderStyle(), in().picPane().BorderStyle());
   ctl->setHQInitialDelay(40);
-  EXPECT_EQ(ctl->InitTimer().Interval(), 40);
+  EXPECT_EQ(in().InitTimer().Interval(), 40);
 }
 
 TEST_F(Notifications, ErrorRecordClears) {
-  ctl->setError(101, "File format not supported (.xyz)", 48);
+  in().setError(101, "File format not supported (.xyz)", 48);
   EXPECT_EQ(ctl->LastErrorCode(), 101);
   EXPECT_EQ(ctl->LastErrorFlag(), 48);
   ctl->ClearError();
@@ -140,7 +140,7 @@ TEST_F(Notifications, ErrorRecordClears) {
   EXPECT_EQ(ctl->LastErrorDescription(), QString());
   EXPECT_EQ(ctl->LastErrorFlag(), 0);
   // Assigning a picture starts from a clean record too.
-  ctl->setError(500, "x", 16);
+  in().setError(500, "x", 16);
   ctl->setPicture(nullptr);
   EXPECT_EQ(ctl->LastErrorCode(), 0);
 }

@@ -104,7 +104,7 @@ class ImageIOMethods : public ControlTest {
 
 TEST_F(ImageIOMethods, SuccessfulLoadHandsOverAndRaisesEventsInOrder) {
   const QString png = writeImage(QStringLiteral("a.png"), 40, 30, "PNG");
-  ctl->setOffsetsSilently(7, 9);
+  in().setOffsetsSilently(7, 9);
   QString path = png;
   ASSERT_TRUE(ctl->LoadFreeImage(&path, -1, nullptr, true));
   EXPECT_EQ(ctl->CurrentFile(), png);
@@ -130,7 +130,7 @@ TEST_F(ImageIOMethods, RenderedLoadEndsWithTheSameThreeEvents) {
   ASSERT_GE(ids.size(), 3u);
   EXPECT_EQ(std::vector<int>(ids.end() - 3, ids.end()), (std::vector<int>{17, 14, 21}));
   for (std::size_t i = 0; i + 3 < ids.size(); ++i) EXPECT_EQ(ids[i], 17);
-  EXPECT_GT(ctl->framesComposed(), 0);
+  EXPECT_GT(in().framesComposed(), 0);
   ASSERT_NE(ctl->Picture(), nullptr);
   EXPECT_EQ(ctl->Picture()->toImage(), testmodel::patternImage(50, 20).convertToFormat(QImage::Format_RGB32));
 }
@@ -138,7 +138,7 @@ TEST_F(ImageIOMethods, RenderedLoadEndsWithTheSameThreeEvents) {
 TEST_F(ImageIOMethods, FailuresKeepStateAndRaiseNothing) {
   const QString good = writeImage(QStringLiteral("good.bmp"), 16, 12, "BMP");
   ASSERT_TRUE(ctl->LoadFreeImage(good));
-  ctl->setOffsetsSilently(3, 4);
+  in().setOffsetsSilently(3, 4);
   const gdi::HBITMAP shown = handleOf(ctl->Picture());
   QFile junk(dir.filePath(QStringLiteral("junk.png")));
   ASSERT_TRUE(junk.open(QIODevice::WriteOnly));

@@ -66,7 +66,7 @@ TEST_F(ProcessingMethods, ProgressEventsAreForwardedInOrder) {
 TEST_F(ProcessingMethods, BuiltInFiltersIgnoreTheGivenWeight) {
   show(solid(5, 5, qRgb(100, 100, 100)));
   ctl->ApplyFilter(static_cast<qint32>(gEFilterTypes::eSharpen), 100);
-  EXPECT_EQ(ctl->mImageProcessDIB().FilterWeight(), 7);
+  EXPECT_EQ(in().mImageProcessDIB().FilterWeight(), 7);
   // A flat picture sharpened with weight 7 stays flat (7 v / 7).
   EXPECT_EQ(current(), solid(5, 5, qRgb(100, 100, 100)));
 }
@@ -97,7 +97,7 @@ TEST_F(ProcessingMethods, AutomationRowsRunAlongTheHorizontalOffset) {
   };
   for (const Case& c : cases) {
     ctl->invoke(QStringLiteral("AddCustomFilter"), QorvPicture::Method, QVariantList{QVariant(c.rows)});
-    cImageProcessDIB& e = ctl->mImageProcessDIB();
+    cImageProcessDIB& e = in().mImageProcessDIB();
     ASSERT_EQ(e.FilterArraySize(), 3);
     for (int j = -1; j <= 1; ++j) {
       for (int i = -1; i <= 1; ++i) EXPECT_EQ(e.FilterValue(i, j), i == c.i && j == c.j ? 1 : 0) << i << "," << j;

@@ -1,0 +1,102 @@
+// The control's automation surface described once: one row per member, in
+// interface order, with its dispatch id, kind, arguments and help string and,
+// for properties, where the value is stored, its InitProperties default,
+// whether an assignment reports a change and what it does next. Dispatch
+// (invoke), the typed C++ accessors and InitProperties all read this table.
+//
+// Dispatch ids: `Font` has the standard font id -512 and `ShowAbout` the
+// standard about-box id -552; every other member is numbered from 1 in
+// interface order, skipping those two. Members added beyond the classic
+// surface follow the classic ones and continue the numbering.
+#pragma once
+
+#include <functional>
+#include <string_view>
+#include <vector>
+
+#include <QByteArray>
+#include <QString>
+#include <QVariant>
+#include <QVariantList>
+
+namespace qorv {
+
+class QorvPicture;
+
+struct DispatchArg {
+  const char* name;
+  const char* type;  // Long, Integer, Boolean, Single, String, Variant, Object, Integer()
+  bool optional;
+  bool byRef;
+};
+
+// What a property assignment runs after storing the value and reporting it.
+enum class FollowUp {
+  None,
+  Render,           // the full redraw, as Refresh runs it
+  RenderWhenFalse,  // LockUpdate: redraw once the lock is released
+  UpdateView,       // view update with redraw, without OffsetChanged
+  Zoom,             // view update with redraw and OffsetChanged, then Zooming
+  Offset,           // redraw, then OffsetChanged
+  AutoSize,         // when now True: size the control to the picture, redraw
+  ResizeWhenTrue,   // AutoRedraw: when now True, the control's resize handling
+};
+
+using PropertyGet = QVariant (*)(const QorvPicture&);
+using PropertyStore = void (*)(QorvPicture&, const QVariant&);
+using MemberCall = std::function<QVariant(QorvPicture&, int kind, QVariantList& args)>;
+using InitialValue = QVariant (*)(QorvPicture&);
+
+struct DispatchMember {
+  const char* name = "";
+  const char* kindText = "";  // "Get/Let", "Sub", "Function", ...
+  const char* type = "";      // result or property type as published; empty for a Sub
+  std::vector<DispatchArg> args;
+  const char* help = "";      // empty when the member has none
+  int dispid = 0;
+  int kinds = 0;  // QorvPicture::InvokeKind bits accepted
+  // Called with arguments already checked for count and presence.
+  MemberCall call;
+
+  // Properties whose value the table stores: `get` reads it (as the C++
+  // getter's type), `store` writes it without reporting or follow-up (what
+  // InitProperties and reading saved settings need).
+  PropertyGet get = nullptr;
+  PropertyStore store = nullptr;
+  // An automation value converted to the property's own type (13 type
+  // mismatch, 6 overflow); set for every writable property.
+  QVariant (*convert)(const QVariant&) = nullptr;
+  bool reportsChange = true;
+  FollowUp followUp = FollowUp::None;
+  QVariant initial;                    // InitProperties value (invalid: none)
+  InitialValue initialFrom = nullptr;  // ... or computed when the control is placed
+};
+
+// The table in interface order.
+const std::vector<DispatchMember>& dispatchTable();
+// Member by dispatch id or by name (case-insensitive); nullptr if none.
+const DispatchMember* findMember(int dispid);
+const DispatchMember* findMember(const QString& name);
+// Member by its exact name, for the control's own accessors; a name missing
+// from the table is a programming error and aborts loudly in every build.
+const DispatchMember& member(std::string_view name);
+
+// Reads a stored property.
+QVariant readProperty(const QorvPicture& c, const DispatchMember& m);
+// Assigns a stored property the way every plain setter does: store, report
+// the change under the member's name (unless it is one that does not), then
+// run its follow-up.
+void assignProperty(QorvPicture& c, const DispatchMember& m, const QVariant& value);
+// Stores every InitProperties default, in table order, with no report and no
+// follow-up.
+void storeInitialValues(QorvPicture& c);
+
+struct EventInfo {
+  int id;
+  const char* name;
+  std::vector<QByteArray> args;  // argument names, from the event's signal
+};
+// The 28 events by id, named by EventId.
+const std::vector<EventInfo>& eventTable();
+
+}  // namespace qorv

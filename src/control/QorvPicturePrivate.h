@@ -1,0 +1,100 @@
+// The control's internals: what the implementation files of QorvPicture and
+// the library's own tests build on. Hosts never include this; they use the
+// public header only.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include <QString>
+#include <QVariantList>
+
+#include <QorvPictureBox/QorvEnums.h>
+#include <QorvPictureBox/QorvPicture.h>
+
+#include "processing/cImageProcessDIB.h"
+#include "view/ViewEngine.h"
+#include "view/ViewHost.h"
+
+namespace qorv {
+
+class PictureBox;
+class Timer;
+
+// Settings the control holds itself (the view's live in the view engine).
+struct ControlSettings {
+  bool noLoadingHourGlass = false;
+  bool fastLoad = false;
+  std::int32_t jpegLoadQuality = 0;
+  QString toolTipText;
+  PicturePtr moveIcon;
+  QString currentFile;
+  std::int32_t sourceBitsPerPixel = 0;
+  std::int64_t maxLoadPixels = 268435456;
+};
+
+// The error record that loading and saving fill instead of raising.
+struct ErrorRecord {
+  std::int32_t code = 0;
+  QString description;
+  std::int32_t flag = 0;
+};
+
+class QorvPicturePrivate final : public view::ViewHost {
+ public:
+  explicit QorvPicturePrivate(QorvPicture& q);
+  ~QorvPicturePrivate() override;
+
+  static QorvPicturePrivate& of(QorvPicture& c) { return *c.d_; }
+  static const QorvPicturePrivate& of(const QorvPicture& c) { return *c.d_; }
+
+  QorvPicture& q;
+  view::ViewEngine view;
+  ControlSettings settings;
+  ErrorRecord error;
+  std::unique_ptr<cImageProcessDIB> engine;
+  QorvPicture::EventHook hook;
+
+  // --- panes and timers (owned by the view engine) ---------------------------------
+  PictureBox& picPane() const;
+  PictureBox& Buffer() const;
+  PictureBox& bBuffer() const;
+  PictureBox& ScalePicture() const;
+  PictureBox& clipPicture() const;
+  Timer& InitTimer() const;
+  Timer& UpdateTimer() const;
+  // The filter engine whose notifications become ProcessInit/Process/ProcessComplete.
+  cImageProcessDIB& mImageProcessDIB() const;
+
+  // --- error record and events --------------------------------------------------------
+  // Writes the whole error record at once (flag 48 warning, 16 critical).
+  void setError(std::int32_t code, const QString& description, std::int32_t flag);
+  // Raises an event through the hook and then the Qt signal; by-reference
+  // values changed by handlers are left in `args`.
+  void raiseEvent(EventId id, QVariantList& args) override;
+  void raise(EventId id);
+  void raiseOffsetChanged() { view.raiseOffsetChanged(); }
+  // Reports a property as changed to the host, under its own name.
+  void reportChanged(const QString& name);
+  // Throws the automation error for a member this build does not offer yet.
+  [[noreturn]] void notImplemented(const char* member) const;
+  [[noreturn]] static void raiseObjectRequired();
+
+  // --- view entry points --------------------------------------------------------------
+  void handleResize();
+  void setOffsetsSilently(std::int32_t x, std::int32_t y) { view.setOffsetsSilently(x, y); }
+  int framesComposed() const { return view.framesComposed(); }
+
+  // --- ViewHost -----------------------------------------------------------------------
+  void setUseBltAIP(bool value) override;
+  void resizeControl(int width, int height) override;
+
+  // --- loading ---------------------------------------------------------------------------
+  // Both loaders: ask for a path when none was given (false: cancelled), and
+  // hand a picture placed in Buffer over to the view with its events.
+  bool askForLoadPath(QString& path, QString& initDir, const QString& pattern);
+  void completeLoad(const QString& path, std::int32_t fif, std::int32_t bitsPerPixel, bool doNotRender,
+                    PicturePtr placed);
+};
+
+}  // namespace qorv
