@@ -1,9 +1,9 @@
-// Ownership of FreeImage bitmaps and device bitmaps inside the I/O layer.
+// Ownership of FreeImage bitmaps inside the I/O layer. Device bitmaps and
+// contexts have their owners in platform/ScopedGdi.h, which knows nothing of
+// the library.
 #pragma once
 
 #include <memory>
-
-#include <QorvPictureBox/gdi.h>
 
 struct FIBITMAP;
 
@@ -13,24 +13,5 @@ struct DibDeleter {
   void operator()(FIBITMAP* dib) const;  // FreeImage_Unload
 };
 using DibPtr = std::unique_ptr<FIBITMAP, DibDeleter>;
-
-// A device bitmap deleted when the holder goes.
-class OwnedBitmap {
- public:
-  OwnedBitmap() = default;
-  explicit OwnedBitmap(gdi::HBITMAP h) : h_(h) {}
-  ~OwnedBitmap() { reset(); }
-  OwnedBitmap(const OwnedBitmap&) = delete;
-  OwnedBitmap& operator=(const OwnedBitmap&) = delete;
-  gdi::HBITMAP& ref() { return h_; }
-  gdi::HBITMAP get() const { return h_; }
-  void reset() {
-    if (h_) gdi::DeleteObject(h_);
-    h_ = 0;
-  }
-
- private:
-  gdi::HBITMAP h_ = 0;
-};
 
 }  // namespace qorv::imageio

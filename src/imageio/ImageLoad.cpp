@@ -9,6 +9,7 @@
 #include "imageio/Paths.h"
 #include "imageio/modFreeImage.h"
 #include "platform/PictureBox.h"
+#include "platform/ScopedGdi.h"
 #include <QorvPictureBox/gdi.h>
 
 // After the platform headers: FreeImage.h defines TRUE and FALSE as macros.
@@ -205,8 +206,8 @@ IoOutcome LoadIntoBuffer(const LoadRequest& request, PictureBox& buffer, gdi::HB
   DibPtr dib = LoadDib(request, out);
   if (!dib) return out;
 
-  OwnedBitmap bitmap;
-  if (!modFreeImage::FreeImage_BMP_From_DIB(dib.get(), bitmap.ref())) {
+  ScopedBitmap bitmap;
+  if (!modFreeImage::FreeImage_BMP_From_DIB(dib.get(), bitmap.out())) {
     failLoad(out);
     return out;
   }
@@ -224,10 +225,7 @@ IoOutcome LoadIntoBuffer(const LoadRequest& request, PictureBox& buffer, gdi::HB
     buffer.Move(buffer.Left(), buffer.Top(), width, height);
     modFreeImage::FreeImage_RenderBitmap(bitmap.get(), buffer.hDC(), 0, 0, -1, -1, false);
   }
-  if (drawn) {
-    *drawn = bitmap.get();
-    bitmap.ref() = 0;
-  }
+  if (drawn) *drawn = bitmap.release();
   return out;
 }
 

@@ -3,7 +3,9 @@
 // gdi.h before FreeImage.h: the latter defines TRUE and FALSE as macros.
 #include <QorvPictureBox/gdi.h>
 
+#include "imageio/FreeImageHandle.h"
 #include "platform/GdiSurface.h"
+#include "platform/ScopedGdi.h"
 
 #include <FreeImage.h>
 
@@ -21,30 +23,10 @@ void libraryMessage(FREE_IMAGE_FORMAT fif, const char* message) {
   OnFreeImageMessage(static_cast<std::int32_t>(fif), message);
 }
 
-// The library version in use has a single release entry point; the older
-// separate "free" call of a freshly allocated bitmap maps onto it.
-void FreeImage_Free(FIBITMAP* dib) { FreeImage_Unload(dib); }
-
 QString code() { return QString::number(gdi::GetLastError()); }
 
 void fail(const char* text) { SetBridgeError(QString::fromLatin1(text), true); }
 void failWithCode(const char* text) { SetBridgeError(QString::fromLatin1(text) + code(), true); }
-
-// The desktop window's DC for as long as it is needed.
-class DesktopDC {
- public:
-  DesktopDC() : wnd_(gdi::GetDesktopWindow()), dc_(gdi::GetDC(wnd_)) {}
-  ~DesktopDC() {
-    if (dc_) gdi::ReleaseDC(wnd_, dc_);
-  }
-  DesktopDC(const DesktopDC&) = delete;
-  DesktopDC& operator=(const DesktopDC&) = delete;
-  gdi::HDC get() const { return dc_; }
-
- private:
-  gdi::HWND wnd_;
-  gdi::HDC dc_;
-};
 
 // Rows of a 24- or 32-bit bottom-up library bitmap into a 32-bit B,G,R,X
 // device surface. The platform's general conversion handles every layout
@@ -127,41 +109,38 @@ bool FreeImage_BMP_From_DIB(FIBITMAP* dib, gdi::HBITMAP& hBitmap) {
     fail("[FreeImage_BMP_From_DIB] FreeImage_GetBits failed to get the DIB's bits");
     return false;
   }
-  DesktopDC desktop;
+  const ScopedScreenDC desktop;
   if (!desktop.get()) {
     failWithCode("[FreeImage_BMP_From_DIB] GetDC failed to get the DC to work with reporting error code ");
     return false;
   }
   // Plain 24/32-bit pictures: the platform allocates, the copy is direct.
   const int depth = directDepth(dib, header);
-  hBitmap = gdi::CreateDIBitmap(desktop.get(), reinterpret_cast<const gdi::BITMAPINFOHEADER*>(header),
-                                depth ? 0 : gdi::CBM_INIT, bits, reinterpret_cast<const gdi::BITMAPINFO*>(info),
-                                gdi::DIB_RGB_COLORS);
-  if (!hBitmap) {
+  auto create = [&](gdi::DWORD init) {
+    return ScopedBitmap(gdi::CreateDIBitmap(desktop.get(), reinterpret_cast<const gdi::BITMAPINFOHEADER*>(header),
+                                            init, bits, reinterpret_cast<const gdi::BITMAPINFO*>(info),
+                                            gdi::DIB_RGB_COLORS));
+  };
+  ScopedBitmap made = create(depth ? 0 : gdi::CBM_INIT);
+  if (made && depth) {
+    gdi::Surface surface;
+    if (gdi::BitmapSurface(made.get(), surface) && surface.bitsPerPixel == 32 &&
+        surface.width == static_cast<int>(FreeImage_GetWidth(dib)) &&
+        surface.height == static_cast<int>(FreeImage_GetHeight(dib))) {
+      if (depth == 32) copyRowsToDevice<4>(bits, FreeImage_GetPitch(dib), surface);
+      else copyRowsToDevice<3>(bits, FreeImage_GetPitch(dib), surface);
+    } else {
+      // Not the layout the direct copy writes: let the platform convert.
+      made = ScopedBitmap();
+      made = create(gdi::CBM_INIT);
+    }
+  }
+  if (!made) {
     failWithCode(
         "[FreeImage_BMP_From_DIB] CreateDIBitmap failed to create the BITMAP from the DIB reporting error code ");
     return false;
   }
-  if (depth) {
-    gdi::Surface surface;
-    if (!gdi::BitmapSurface(hBitmap, surface) || surface.bitsPerPixel != 32 ||
-        surface.width != static_cast<int>(FreeImage_GetWidth(dib)) ||
-        surface.height != static_cast<int>(FreeImage_GetHeight(dib))) {
-      gdi::DeleteObject(hBitmap);
-      hBitmap = gdi::CreateDIBitmap(desktop.get(), reinterpret_cast<const gdi::BITMAPINFOHEADER*>(header),
-                                    gdi::CBM_INIT, bits, reinterpret_cast<const gdi::BITMAPINFO*>(info),
-                                    gdi::DIB_RGB_COLORS);
-      if (!hBitmap) {
-        failWithCode(
-            "[FreeImage_BMP_From_DIB] CreateDIBitmap failed to create the BITMAP from the DIB reporting error "
-            "code ");
-        return false;
-      }
-      return true;
-    }
-    if (depth == 32) copyRowsToDevice<4>(bits, FreeImage_GetPitch(dib), surface);
-    else copyRowsToDevice<3>(bits, FreeImage_GetPitch(dib), surface);
-  }
+  hBitmap = made.release();
   return true;
 }
 
@@ -180,25 +159,23 @@ bool FreeImage_DIB_From_BMP(gdi::HBITMAP hBitmap, FIBITMAP*& dib) {
     failWithCode("[FreeImage_DIB_From_BMP] GetObjectAPI failed with error code ");
     return false;
   }
-  DesktopDC desktop;
+  const ScopedScreenDC desktop;
   if (!desktop.get()) {
     failWithCode("[FreeImage_DIB_From_BMP] GetDC failed to get a DC to work with reporting error code ");
     return false;
   }
-  FIBITMAP* fresh = FreeImage_Allocate(bm.bmWidth, bm.bmHeight, 32, 0, 0, 0);
+  imageio::DibPtr fresh(FreeImage_Allocate(bm.bmWidth, bm.bmHeight, 32, 0, 0, 0));
   if (!fresh) {
     fail("[FreeImage_DIB_From_BMP] FreeImage_Allocate failed to create a DIB to work with");
     return false;
   }
-  ::BITMAPINFO* info = FreeImage_GetInfo(fresh);
+  ::BITMAPINFO* info = FreeImage_GetInfo(fresh.get());
   if (!info) {
-    FreeImage_Free(fresh);
     fail("[FreeImage_DIB_From_BMP] FreeImage_GetInfo failed to get the DIB info");
     return false;
   }
-  BYTE* bits = FreeImage_GetBits(fresh);
+  BYTE* bits = FreeImage_GetBits(fresh.get());
   if (!bits) {
-    FreeImage_Free(fresh);
     fail("[FreeImage_DIB_From_BMP] FreeImage_GetBits failed to get the DIB bits");
     return false;
   }
@@ -208,7 +185,7 @@ bool FreeImage_DIB_From_BMP(gdi::HBITMAP hBitmap, FIBITMAP*& dib) {
   int rows = 0;
   if (gdi::BitmapSurfaceRead(hBitmap, surface) && surface.valid() && surface.bitsPerPixel == 32 &&
       surface.width == bm.bmWidth && surface.height == bm.bmHeight) {
-    const unsigned pitch = FreeImage_GetPitch(fresh);
+    const unsigned pitch = FreeImage_GetPitch(fresh.get());
     for (int y = 0; y < surface.height; ++y)
       std::memcpy(bits + static_cast<std::size_t>(surface.height - 1 - y) * pitch, surface.row(y),
                   static_cast<std::size_t>(surface.width) * 4);
@@ -219,10 +196,9 @@ bool FreeImage_DIB_From_BMP(gdi::HBITMAP hBitmap, FIBITMAP*& dib) {
   }
   if (!rows) {
     failWithCode("[FreeImage_DIB_From_BMP] GetDIBits failed to get the DIB's bits reporting error code ");
-    FreeImage_Free(fresh);
     return false;
   }
-  dib = fresh;
+  dib = fresh.release();
   return true;
 }
 
@@ -256,17 +232,15 @@ bool FreeImage_RenderBitmap(gdi::HBITMAP hBitmap, gdi::HDC hDC, std::int32_t X, 
       return false;
     }
   }
-  gdi::HDC work = 0;
-  if (!CreateWorkDC(work)) {
+  ScopedMemDC work;
+  if (!CreateWorkDC(work.out())) {
     fail("[FreeImage_RenderBitmap] Coult not create a DC to work with");
     return false;
   }
-  const gdi::HGDIOBJ previous = gdi::SelectObject(work, hBitmap);
-  const bool ok = gdi::BitBlt(hDC, X, Y, Width, Height, work, 0, 0, Invert ? gdi::NOTSRCCOPY : gdi::SRCCOPY) != 0;
+  const ScopedSelect selected(work.get(), hBitmap);
+  const bool ok =
+      gdi::BitBlt(hDC, X, Y, Width, Height, work.get(), 0, 0, Invert ? gdi::NOTSRCCOPY : gdi::SRCCOPY) != 0;
   if (!ok) failWithCode("[FreeImage_RenderBitmap] BitBlt failed to render the BITMAP to the DC with error code ");
-  if (previous) gdi::SelectObject(work, previous);
-  gdi::HBITMAP none = 0;
-  DestroyWorkDC(work, none);
   return ok;
 }
 
@@ -302,7 +276,7 @@ std::int32_t FreeImage_GetBitmapHeight(gdi::HBITMAP hBitmap) {
 
 bool CreateWorkDC(gdi::HDC& hDC) {
   hDC = 0;
-  DesktopDC desktop;
+  const ScopedScreenDC desktop;
   if (!desktop.get()) return false;
   hDC = gdi::CreateCompatibleDC(desktop.get());
   return hDC != 0;

@@ -7,6 +7,7 @@
 #include <QImageReader>
 
 #include "platform/GdiSurface.h"
+#include "platform/ScopedGdi.h"
 
 namespace qorv {
 
@@ -33,9 +34,9 @@ QImage viaDIBits(gdi::HBITMAP hbm, int w, int h) {
   bmi.bmiHeader.biPlanes = 1;
   bmi.bmiHeader.biBitCount = 32;
   bmi.bmiHeader.biCompression = gdi::BI_RGB;
-  const gdi::HDC screen = gdi::GetDC(0);
-  const int rows = gdi::GetDIBits(screen, hbm, 0, static_cast<gdi::UINT>(h), img.bits(), &bmi, gdi::DIB_RGB_COLORS);
-  gdi::ReleaseDC(0, screen);
+  const ScopedScreenDC screen(0);
+  const int rows =
+      gdi::GetDIBits(screen.get(), hbm, 0, static_cast<gdi::UINT>(h), img.bits(), &bmi, gdi::DIB_RGB_COLORS);
   if (rows != h) return {};
   for (int y = 0; y < h; ++y) {
     auto* d = reinterpret_cast<std::uint32_t*>(img.scanLine(y));
@@ -63,16 +64,14 @@ PicturePtr Picture::fromImage(const QImage& image, enum Type type) {
   if (image.isNull()) return nullptr;
   const QImage src = image.format() == QImage::Format_RGB32 ? image : image.convertToFormat(QImage::Format_RGB32);
   if (src.isNull()) return nullptr;
-  const gdi::HBITMAP hbm = gdi::CreateBitmapForOverwrite(src.width(), src.height());
-  if (hbm == 0) return nullptr;
+  ScopedBitmap hbm(gdi::CreateBitmapForOverwrite(src.width(), src.height()));
   gdi::Surface s;
-  if (!gdi::BitmapSurface(hbm, s) || s.bitsPerPixel != 32) {
-    gdi::DeleteObject(hbm);
-    return nullptr;
-  }
+  if (!hbm || !gdi::BitmapSurface(hbm.get(), s) || s.bitsPerPixel != 32) return nullptr;
   const std::size_t rowBytes = static_cast<std::size_t>(src.width()) * 4;
   for (int y = 0; y < src.height(); ++y) std::memcpy(s.row(y), src.constScanLine(y), rowBytes);
-  return PicturePtr(new Picture(hbm, src.width(), src.height(), type));
+  PicturePtr p(new Picture(hbm.get(), src.width(), src.height(), type));
+  hbm.release();  // the picture owns it now
+  return p;
 }
 
 PicturePtr Picture::load(const QString& path, QString* error) {

@@ -12,6 +12,7 @@
 #include <QorvPictureBox/AutomationError.h>
 #include "platform/GdiSurface.h"
 #include "platform/PaneWidget.h"
+#include "platform/ScopedGdi.h"
 
 namespace qorv {
 
@@ -102,9 +103,10 @@ struct PictureBox::Impl {
 
   PictureBox* q;
   QString name;
-  gdi::HDC dc = 0;
-  gdi::HBITMAP bitmap = 0;
-  gdi::HGDIOBJ stock = 0;
+  // Released in reverse: the image is selected out and deleted, then the context.
+  ScopedMemDC dc;
+  ScopedBitmap bitmap;
+  ScopedSelect selected;
   mutable gdi::HWND hwnd = 0;
   int bmWidth = 0;  // size of the bitmap behind the image (at least 1x1)
   int bmHeight = 0;
@@ -160,19 +162,17 @@ struct PictureBox::Impl {
 
   // Makes `nb` the persistent image, releasing the previous one.
   void install(gdi::HBITMAP nb, int w, int h) {
-    const gdi::HGDIOBJ old = gdi::SelectObject(dc, nb);
-    if (stock == 0) stock = old;
-    if (bitmap != 0) gdi::DeleteObject(bitmap);
-    bitmap = nb;
+    selected.select(dc.get(), nb);
+    bitmap.reset(nb);
     bmWidth = w;
     bmHeight = h;
-    if (hwnd != 0) gdi::RebindWindow(hwnd, bitmap);
+    if (hwnd != 0) gdi::RebindWindow(hwnd, bitmap.get());
   }
 
   // The persistent image becomes a sharer of `src`'s pixels (same layout and
   // size), without copying. False when no handle can be had.
   bool shareFrom(gdi::HBITMAP src, int w, int h) {
-    if (bitmap != 0 && gdi::SharesPixels(bitmap, src)) return true;
+    if (bitmap && gdi::SharesPixels(bitmap.get(), src)) return true;
     const gdi::HBITMAP nb = gdi::ShareBitmap(src);
     if (nb == 0) return false;
     install(nb, w, h);
@@ -184,25 +184,22 @@ struct PictureBox::Impl {
   void reallocate() {
     const int w = std::max(1, innerWidth());
     const int h = std::max(1, innerHeight());
-    if (bitmap != 0 && w == bmWidth && h == bmHeight) return;
+    if (bitmap && w == bmWidth && h == bmHeight) return;
     if (pendingShare != 0 && w == innerWidth() && h == innerHeight() && sameLayout(pendingShare, w, h) &&
         shareFrom(pendingShare, w, h))
       return;
     // Every pixel is written below: the fill and the kept content.
-    const gdi::HBITMAP nb = gdi::CreateBitmapForOverwrite(w, h);
+    ScopedBitmap nb(gdi::CreateBitmapForOverwrite(w, h));
     gdi::Surface ns;
-    if (nb == 0 || !gdi::BitmapSurface(nb, ns)) {
-      if (nb != 0) gdi::DeleteObject(nb);
-      outOfMemory();
-    }
+    if (!nb || !gdi::BitmapSurface(nb.get(), ns)) outOfMemory();
     fillSurface(ns, w, h, pixelOf(backColor));
     gdi::Surface os;
-    if (bitmap != 0 && gdi::BitmapSurfaceRead(bitmap, os)) {
+    if (bitmap && gdi::BitmapSurfaceRead(bitmap.get(), os)) {
       const int cw = std::min(w, os.width);
       const int ch = std::min(h, os.height);
       for (int y = 0; y < ch; ++y) std::memcpy(ns.row(y), os.row(y), static_cast<std::size_t>(cw) * 4);
     }
-    install(nb, w, h);
+    install(nb.release(), w, h);
   }
 
   // Applies a new outer geometry; the surface follows the inner size.
@@ -269,14 +266,13 @@ struct PictureBox::Impl {
   // Draws part of `pic` through the device-context blits (which clip to the
   // surface and honour the stretch mode of this box's DC).
   void blit(const PicturePtr& pic, int x1, int y1, int w1, int h1, int x2, int y2, int w2, int h2, gdi::DWORD rop) {
-    const gdi::HDC src = gdi::CreateCompatibleDC(dc);
-    const gdi::HGDIOBJ prev = src != 0 ? gdi::SelectObject(src, pic->Handle()) : 0;
-    if (prev != 0) {
+    const ScopedMemDC src(gdi::CreateCompatibleDC(dc.get()));
+    const ScopedSelect sel(src.get(), pic->Handle());
+    if (sel.ok()) {
       if (w1 == w2 && h1 == h2 && w1 > 0 && h1 > 0)
-        gdi::BitBlt(dc, x1, y1, w1, h1, src, x2, y2, rop);
+        gdi::BitBlt(dc.get(), x1, y1, w1, h1, src.get(), x2, y2, rop);
       else
-        gdi::StretchBlt(dc, x1, y1, w1, h1, src, x2, y2, w2, h2, rop);
-      gdi::SelectObject(src, prev);
+        gdi::StretchBlt(dc.get(), x1, y1, w1, h1, src.get(), x2, y2, w2, h2, rop);
     } else {
       // The bitmap is selected elsewhere (a DC may hold it); draw from a copy.
       const QImage img = pic->toImage();
@@ -288,7 +284,6 @@ struct PictureBox::Impl {
         });
       }
     }
-    if (src != 0) gdi::DeleteDC(src);
   }
 };
 
@@ -296,15 +291,14 @@ PictureBox::PictureBox(const QString& name, QObject* parent) : QObject(parent), 
   setObjectName(name);
   d->name = name;
   d->font = Font::create();
-  d->dc = gdi::CreateCompatibleDC(0);
-  if (d->dc == 0) {
+  d->dc.reset(gdi::CreateCompatibleDC(0));
+  if (!d->dc) {
     delete d;
     Impl::outOfMemory();
   }
   try {
     d->reallocate();
   } catch (...) {
-    gdi::DeleteDC(d->dc);
     delete d;
     throw;
   }
@@ -313,10 +307,7 @@ PictureBox::PictureBox(const QString& name, QObject* parent) : QObject(parent), 
 PictureBox::~PictureBox() {
   delete d->widget.data();
   if (d->hwnd != 0) gdi::DestroyWindowHandle(d->hwnd);
-  if (d->stock != 0) gdi::SelectObject(d->dc, d->stock);
-  if (d->bitmap != 0) gdi::DeleteObject(d->bitmap);
-  gdi::DeleteDC(d->dc);
-  delete d;
+  delete d;  // selects the stock bitmap back, deletes the image, then the context
 }
 
 QWidget* PictureBox::bind(QWidget* parent) {
@@ -334,10 +325,10 @@ QWidget* PictureBox::bind(QWidget* parent) {
 
 QWidget* PictureBox::widget() const { return d->widget.data(); }
 
-gdi::HDC PictureBox::hDC() const { return d->dc; }
+gdi::HDC PictureBox::hDC() const { return d->dc.get(); }
 
 gdi::HWND PictureBox::hWnd() const {
-  if (d->hwnd == 0) d->hwnd = gdi::CreateWindowHandle(d->bitmap);
+  if (d->hwnd == 0) d->hwnd = gdi::CreateWindowHandle(d->bitmap.get());
   return d->hwnd;
 }
 
@@ -345,7 +336,7 @@ QImage PictureBox::imageView() const {
   const int w = d->innerWidth();
   const int h = d->innerHeight();
   gdi::Surface s;
-  if (w <= 0 || h <= 0 || !gdi::BitmapSurface(d->bitmap, s) || s.bitsPerPixel != 32 || s.bottomUp) return {};
+  if (w <= 0 || h <= 0 || !gdi::BitmapSurface(d->bitmap.get(), s) || s.bitsPerPixel != 32 || s.bottomUp) return {};
   return QImage(s.rows, w, h, s.stride, QImage::Format_RGB32);
 }
 
@@ -353,7 +344,7 @@ QImage PictureBox::imageViewRead() const {
   const int w = d->innerWidth();
   const int h = d->innerHeight();
   gdi::Surface s;
-  if (w <= 0 || h <= 0 || !gdi::BitmapSurfaceRead(d->bitmap, s) || s.bitsPerPixel != 32 || s.bottomUp) return {};
+  if (w <= 0 || h <= 0 || !gdi::BitmapSurfaceRead(d->bitmap.get(), s) || s.bitsPerPixel != 32 || s.bottomUp) return {};
   return QImage(static_cast<const uchar*>(s.rows), w, h, s.stride, QImage::Format_RGB32);
 }
 
@@ -420,13 +411,11 @@ PicturePtr PictureBox::Image() const {
   if (d->innerWidth() <= 0 || d->innerHeight() <= 0) return nullptr;
   // The snapshot shares the image's pixels; whichever is drawn on next gets a
   // copy of its own then, so the snapshot never changes.
-  const gdi::HBITMAP snapshot = gdi::ShareBitmap(d->bitmap);
-  if (snapshot == 0) Impl::outOfMemory();
-  PicturePtr p = qorv::Picture::fromBitmap(snapshot);
-  if (!p) {
-    gdi::DeleteObject(snapshot);
-    Impl::outOfMemory();
-  }
+  ScopedBitmap snapshot(gdi::ShareBitmap(d->bitmap.get()));
+  if (!snapshot) Impl::outOfMemory();
+  PicturePtr p = qorv::Picture::fromBitmap(snapshot.get());
+  if (!p) Impl::outOfMemory();
+  snapshot.release();  // the picture owns it now
   return p;
 }
 
@@ -512,9 +501,9 @@ void PictureBox::Cls() {
   if (d->pictureCovers() && d->shareFrom(d->picture->Handle(), d->bmWidth, d->bmHeight)) return;
   // The fill overwrites every pixel: memory shared with a snapshot is given
   // up, not copied.
-  gdi::DiscardBitmap(d->bitmap);
+  gdi::DiscardBitmap(d->bitmap.get());
   gdi::Surface s;
-  if (gdi::BitmapSurface(d->bitmap, s)) fillSurface(s, s.width, s.height, pixelOf(d->backColor));
+  if (gdi::BitmapSurface(d->bitmap.get(), s)) fillSurface(s, s.width, s.height, pixelOf(d->backColor));
   d->drawPictureAtOrigin();
 }
 

@@ -1,21 +1,17 @@
 #include <QString>
 
 #include "platform/Host.h"
-#include "processing/GdiHandles.h"
+#include "platform/ScopedGdi.h"
 #include "processing/cDIBSection.h"
 
 namespace qorv {
 
 bool cDIBSection::CopyToClipboard(bool bAsDIB) const {
-  detail::ScopedScreenDC screen;
+  ScopedScreenDC screen;
   if (!screen) return false;
-  const gdi::HDC m = gdi::CreateCompatibleDC(screen.get());
-  if (m == 0) return false;
-  // Both contexts go back with DeleteDC here, unlike the working image's own.
-  struct DeleteDCOnExit {
-    gdi::HDC h;
-    ~DeleteDCOnExit() { gdi::DeleteDC(h); }
-  } memRelease{m};
+  // This context goes back with DeleteDC, unlike the working image's own.
+  const ScopedMemDC m(gdi::CreateCompatibleDC(screen.get()));
+  if (!m) return false;
 
   if (bAsDIB) {
     // A device-independent copy is deliberately not offered.
@@ -24,24 +20,21 @@ bool cDIBSection::CopyToClipboard(bool bAsDIB) const {
     return false;
   }
 
-  const gdi::HBITMAP bmp = gdi::CreateCompatibleBitmap(screen.get(), Width(), Height());
-  if (bmp == 0) return false;
+  ScopedBitmap bmp(gdi::CreateCompatibleBitmap(screen.get(), Width(), Height()));
+  if (!bmp) return false;
   {
-    detail::ScopedSelect sel(m, bmp);
-    if (!sel.ok()) {
-      gdi::DeleteObject(bmp);
-      return false;
-    }
-    PaintPicture(m, 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
+    const ScopedSelect sel(m.get(), bmp.get());
+    if (!sel.ok()) return false;
+    PaintPicture(m.get(), 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
   }
   bool result = false;
   if (gdi::OpenClipboard(0)) {
     gdi::EmptyClipboard();
-    result = gdi::SetClipboardData(gdi::CF_BITMAP, bmp) != 0;
+    result = gdi::SetClipboardData(gdi::CF_BITMAP, bmp.get()) != 0;
     gdi::CloseClipboard();
   }
   // The clipboard owns the bitmap only when it accepted it.
-  if (!result) gdi::DeleteObject(bmp);
+  if (result) bmp.release();
   return result;
 }
 

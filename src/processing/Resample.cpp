@@ -22,7 +22,7 @@ std::unique_ptr<cDIBSection> cDIBSection::Resample(std::int32_t lNewHeight, std:
   const DibView src = View();
   if (!src.valid()) return out;  // nothing to scale: a black picture of the new size
   if (lNewWidth == src.width && lNewHeight == src.height) {
-    out->LoadPictureBlt(hdc_, 0, 0, -1, -1, gdi::SRCCOPY);
+    out->LoadPictureBlt(hdc(), 0, 0, -1, -1, gdi::SRCCOPY);
     return out;
   }
   const DibView dst = out->View();

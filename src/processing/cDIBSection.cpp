@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "platform/GdiSurface.h"
-#include "processing/GdiHandles.h"
 
 namespace qorv {
 
@@ -48,19 +47,10 @@ cDIBSection::~cDIBSection() { ClearUp(); }
 bool cDIBSection::Create(std::int32_t lWidth, std::int32_t lHeight) {
   ClearUp();
   if (!addressable(lWidth, lHeight)) return false;
-  hdc_ = gdi::CreateCompatibleDC(0);
-  if (hdc_ == 0) return false;
-  if (CreateDIB(hdc_, lWidth, lHeight, hDib_)) {
-    hBmpOld_ = gdi::SelectObject(hdc_, hDib_);
-    if (hBmpOld_ != 0) return true;
-  }
-  // Leave nothing half-made behind.
-  if (hDib_ != 0) gdi::DeleteObject(hDib_);
-  detail::ScopedMemDC release(hdc_);
-  hdc_ = 0;
-  hDib_ = 0;
-  bits_ = nullptr;
-  header_ = {};
+  dc_.reset(gdi::CreateCompatibleDC(0));
+  if (!dc_) return false;
+  if (CreateDIB(dc_.get(), lWidth, lHeight, dib_.out()) && selected_.select(dc_.get(), dib_.get()) != 0) return true;
+  ClearUp();  // leave nothing half-made behind
   return false;
 }
 
@@ -76,14 +66,11 @@ bool cDIBSection::CreateDIB(gdi::HDC lHDC, std::int32_t lWidth, std::int32_t lHe
   info.bmiHeader.biCompression = gdi::BI_RGB;
   info.bmiHeader.biSizeImage = static_cast<gdi::DWORD>(BytesPerScanLineFor(lWidth)) * static_cast<gdi::DWORD>(lHeight);
   void* bits = nullptr;
-  hDib = gdi::CreateDIBSection(lHDC, &info, gdi::DIB_RGB_COLORS, &bits, 0, 0);
-  if (hDib == 0 || bits == nullptr) {
-    if (hDib != 0) gdi::DeleteObject(hDib);
-    hDib = 0;
-    return false;
-  }
+  ScopedBitmap made(gdi::CreateDIBSection(lHDC, &info, gdi::DIB_RGB_COLORS, &bits, 0, 0));
+  if (!made || bits == nullptr) return false;
   header_ = info.bmiHeader;
   bits_ = static_cast<std::uint8_t*>(bits);
+  hDib = made.release();
   return true;
 }
 
@@ -96,15 +83,15 @@ void cDIBSection::CreateFromPicture(gdi::HBITMAP picHandle) {
   }
   if (!Create(bm.bmWidth, bm.bmHeight)) return;
 
-  gdi::HDC m = 0;
+  // Given back like the working image's own context.
+  ScopedWorkingDC mem;
   {
     // The screen context is only needed to make a compatible one.
-    detail::ScopedScreenDC screen;
-    if (screen) m = gdi::CreateCompatibleDC(screen.get());
+    ScopedScreenDC screen;
+    if (screen) mem.reset(gdi::CreateCompatibleDC(screen.get()));
   }
-  detail::ScopedMemDC mem(m);
   if (mem) {
-    detail::ScopedSelect sel(mem.get(), picHandle);
+    ScopedSelect sel(mem.get(), picHandle);
     if (sel.ok()) {
       LoadPictureBlt(mem.get(), 0, 0, -1, -1, gdi::SRCCOPY);
       return;
@@ -118,7 +105,7 @@ void cDIBSection::LoadPictureBlt(gdi::HDC lHDC, std::int32_t lSrcLeft, std::int3
                                  std::int32_t lSrcHeight, gdi::DWORD eRop) {
   if (lSrcWidth < 0) lSrcWidth = Width();
   if (lSrcHeight < 0) lSrcHeight = Height();
-  gdi::BitBlt(hdc_, 0, 0, lSrcWidth, lSrcHeight, lHDC, lSrcLeft, lSrcTop, eRop);
+  gdi::BitBlt(dc_.get(), 0, 0, lSrcWidth, lSrcHeight, lHDC, lSrcLeft, lSrcTop, eRop);
 }
 
 void cDIBSection::PaintPicture(gdi::HDC lHDC, std::int32_t lDestLeft, std::int32_t lDestTop, std::int32_t lDestWidth,
@@ -126,20 +113,13 @@ void cDIBSection::PaintPicture(gdi::HDC lHDC, std::int32_t lDestLeft, std::int32
                                gdi::DWORD eRop) const {
   if (lDestWidth < 0) lDestWidth = Width();
   if (lDestHeight < 0) lDestHeight = Height();
-  gdi::BitBlt(lHDC, lDestLeft, lDestTop, lDestWidth, lDestHeight, hdc_, lSrcLeft, lSrcTop, eRop);
+  gdi::BitBlt(lHDC, lDestLeft, lDestTop, lDestWidth, lDestHeight, dc_.get(), lSrcLeft, lSrcTop, eRop);
 }
 
 void cDIBSection::ClearUp() {
-  if (hdc_ != 0) {
-    if (hDib_ != 0) {
-      if (hBmpOld_ != 0) gdi::SelectObject(hdc_, hBmpOld_);
-      gdi::DeleteObject(hDib_);
-    }
-    detail::ScopedMemDC release(hdc_);
-  }
-  hdc_ = 0;
-  hDib_ = 0;
-  hBmpOld_ = 0;
+  selected_.restore();
+  dib_.reset();
+  dc_.reset();
   bits_ = nullptr;
   header_ = {};
 }

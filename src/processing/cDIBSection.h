@@ -7,6 +7,7 @@
 #include <memory>
 
 #include <QorvPictureBox/gdi.h>
+#include "platform/ScopedGdi.h"
 #include "processing/DibView.h"
 
 namespace qorv {
@@ -44,8 +45,8 @@ class cDIBSection {
   static std::int32_t BytesPerScanLineFor(std::int32_t width) { return ((width + 1) * 3) & ~3; }
   std::int32_t Width() const { return header_.biWidth; }
   std::int32_t Height() const { return header_.biHeight; }
-  gdi::HDC hdc() const { return hdc_; }
-  gdi::HBITMAP hDib() const { return hDib_; }
+  gdi::HDC hdc() const { return dc_.get(); }
+  gdi::HBITMAP hDib() const { return dib_.get(); }
   std::uint8_t* DIBSectionBitsPtr() const { return bits_; }
   bool IsEmpty() const { return bits_ == nullptr; }
 
@@ -65,9 +66,10 @@ class cDIBSection {
   void ClearUp();
 
  private:
-  gdi::HBITMAP hDib_ = 0;
-  gdi::HBITMAP hBmpOld_ = 0;
-  gdi::HDC hdc_ = 0;
+  // Released in reverse: the section is selected out, deleted, then the context goes.
+  ScopedWorkingDC dc_;
+  ScopedBitmap dib_;
+  ScopedSelect selected_;
   std::uint8_t* bits_ = nullptr;
   gdi::BITMAPINFOHEADER header_{};
 };

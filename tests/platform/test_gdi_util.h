@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/GdiSurface.h"
+#include "platform/ScopedGdi.h"
 
 namespace gditest {
 
@@ -29,28 +30,20 @@ class Canvas {
  public:
   enum Kind { Device32, Dib24, Dib32, Dib24TopDown };
 
-  Canvas(int w, int h, Kind kind = Device32) : w_(w), h_(h) {
-    dc_ = gdi::CreateCompatibleDC(0);
+  Canvas(int w, int h, Kind kind = Device32) : w_(w), h_(h), dc_(gdi::CreateCompatibleDC(0)) {
     if (kind == Device32) {
-      bmp_ = gdi::CreateCompatibleBitmap(dc_, w, h);
+      bmp_.reset(gdi::CreateCompatibleBitmap(dc_.get(), w, h));
     } else {
       const gdi::BITMAPINFO bi = dibInfo(w, kind == Dib24TopDown ? -h : h, kind == Dib32 ? 32 : 24);
       void* bits = nullptr;
-      bmp_ = gdi::CreateDIBSection(dc_, &bi, gdi::DIB_RGB_COLORS, &bits, 0, 0);
+      bmp_.reset(gdi::CreateDIBSection(dc_.get(), &bi, gdi::DIB_RGB_COLORS, &bits, 0, 0));
     }
-    old_ = gdi::SelectObject(dc_, bmp_);
-    EXPECT_TRUE(gdi::BitmapSurface(bmp_, s_));
+    sel_.select(dc_.get(), bmp_.get());
+    EXPECT_TRUE(gdi::BitmapSurface(bmp_.get(), s_));
   }
-  ~Canvas() {
-    gdi::SelectObject(dc_, old_);
-    gdi::DeleteObject(bmp_);
-    gdi::DeleteDC(dc_);
-  }
-  Canvas(const Canvas&) = delete;
-  Canvas& operator=(const Canvas&) = delete;
 
-  gdi::HDC dc() const { return dc_; }
-  gdi::HBITMAP bitmap() const { return bmp_; }
+  gdi::HDC dc() const { return dc_.get(); }
+  gdi::HBITMAP bitmap() const { return bmp_.get(); }
   int width() const { return w_; }
   int height() const { return h_; }
   const gdi::Surface& surface() const { return s_; }
@@ -87,9 +80,9 @@ class Canvas {
 
  private:
   int w_, h_;
-  gdi::HDC dc_ = 0;
-  gdi::HBITMAP bmp_ = 0;
-  gdi::HGDIOBJ old_ = 0;
+  qorv::ScopedMemDC dc_;
+  qorv::ScopedBitmap bmp_;
+  qorv::ScopedSelect sel_;
   gdi::Surface s_;
 };
 
