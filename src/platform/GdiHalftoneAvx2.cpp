@@ -6,6 +6,7 @@
 #include <numeric>
 #include <vector>
 
+#include "platform/CpuFeatures.h"
 #include "platform/GdiStretchInternal.h"
 
 #ifdef QORV_HALFTONE_AVX2
@@ -25,8 +26,8 @@ namespace gdi::detail {
 #ifdef QORV_HALFTONE_AVX2
 
 bool haveAvx2() {
-  static const bool yes = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
-  return yes;
+  const qorv::CpuFeatures cpu = qorv::cpuFeatures();
+  return cpu.avx2 && cpu.fma;
 }
 
 namespace {

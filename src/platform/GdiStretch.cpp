@@ -1,9 +1,9 @@
 #include "platform/GdiStretch.h"
 #include "platform/GdiStretchInternal.h"
+#include "platform/RowParallel.h"
 
 #include <algorithm>
 #include <array>
-#include <thread>
 #include <utility>
 
 #ifdef __SSE2__
@@ -236,26 +236,14 @@ bool allSingle(const AxisMap& a) {
   return std::all_of(a.len.begin(), a.len.end(), [](std::int32_t l) { return l == 1; });
 }
 
-// Runs body(from, to) over [0, total) rows, split between this thread and one
-// helper when the job is large enough to pay for the thread. Each part writes
-// its own destination rows, so the result does not depend on the split.
+// Runs body(from, to) over [0, total) rows on the shared row pool. Each part
+// writes its own destination rows, so the result does not depend on the
+// split. Work is counted in weighted pixels, eight to the pool's unit: a job
+// goes to the pool from 2^17 of them.
 template <typename Body>
 void splitRows(int total, std::int64_t pixelsPerRow, Body body) {
-  const std::int64_t work = pixelsPerRow * total;
-  if (total < 2 || work < (std::int64_t{1} << 17) || std::thread::hardware_concurrency() < 2) {
-    body(0, total);
-    return;
-  }
-  const int half = total / 2;
-  std::thread helper;
-  try {
-    helper = std::thread([&] { body(half, total); });
-  } catch (...) {
-    body(0, total);  // no thread to be had: do it all here
-    return;
-  }
-  body(0, half);
-  helper.join();
+  constexpr std::int64_t kUnitsPerPixel = qorv::kParallelRowsMinWork >> 17;
+  qorv::parallelRows(0, total - 1, pixelsPerRow * kUnitsPerPixel, [&](std::int32_t a, std::int32_t b) { body(a, b + 1); });
 }
 
 bool contiguousColumns(const AxisMap& ax) {

@@ -11,11 +11,10 @@
 #include <vector>
 
 #include <QorvPictureBox/gdi.h>
+#include "platform/CpuFeatures.h"
 #include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"
-
-#pragma GCC optimize("O3")
 
 namespace qorv {
 
@@ -183,10 +182,7 @@ void finish32(const std::int32_t* acc, std::uint8_t* out, std::int32_t n, std::i
   finishFast(acc, out, n, w);
 }
 
-bool hasAvx2() {
-  static const bool yes = __builtin_cpu_supports("avx2");
-  return yes;
-}
+bool hasAvx2() { return cpuFeatures().avx2; }
 
 // The kernel laid out row by row (vertical offset outer), with what the
 // fast paths need to know about it.
@@ -291,7 +287,7 @@ bool cImageProcessDIB::Convolve(const cDIBSection& src, cDIBSection& dst) {
   detail::forEachColumnStrip(
       first, last,
       [&](std::int32_t x0, std::int32_t x1) {
-        detail::parallelRows(r, s.height - 1 - r, static_cast<std::int64_t>(x1 - x0 + 3) * (2 * r + 1),
+        parallelRows(r, s.height - 1 - r, static_cast<std::int64_t>(x1 - x0 + 3) * (2 * r + 1),
                              [&](std::int32_t y0, std::int32_t y1) { convolveBlock(plan, s, d, x0, x1, y0, y1); });
       },
       [&](std::int32_t x) { notifyProgress(x, desc); });

@@ -5,11 +5,10 @@
 #include <string>
 
 #include <QorvPictureBox/gdi.h>
+#include "platform/CpuFeatures.h"
 #include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"
-
-#pragma GCC optimize("O3")
 
 namespace qorv {
 
@@ -50,7 +49,7 @@ void fadeRowDefault(std::uint8_t* p, std::int32_t n, std::uint16_t amount) { fad
 void cImageProcessDIB::Fade(cDIBSection& cImage, std::int32_t Amount) {
   const DibView v = cImage.View();
   if (!v.valid()) return;
-  static const bool avx2 = __builtin_cpu_supports("avx2");
+  const bool avx2 = cpuFeatures().avx2;
   const std::uint32_t start = gdi::timeGetTime();
   const std::string desc = "Fading";
   // Any other amount goes through a table of the 256 results.
@@ -62,7 +61,7 @@ void cImageProcessDIB::Fade(cDIBSection& cImage, std::int32_t Amount) {
       0, v.width * 3 - 3,
       [&](std::int32_t x0, std::int32_t x1) {
         const std::int32_t n = x1 - x0 + 3;
-        detail::parallelRows(0, v.height - 1, n, [&](std::int32_t y0, std::int32_t y1) {
+        parallelRows(0, v.height - 1, n, [&](std::int32_t y0, std::int32_t y1) {
           for (std::int32_t y = y0; y <= y1; ++y) {
             std::uint8_t* p = v.row(y) + x0;
             if (direct) {

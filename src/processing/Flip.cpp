@@ -8,11 +8,10 @@
 #include <vector>
 
 #include <QorvPictureBox/gdi.h>
+#include "platform/CpuFeatures.h"
 #include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"
-
-#pragma GCC optimize("O3")
 
 namespace qorv {
 
@@ -67,7 +66,7 @@ void cImageProcessDIB::Flip(cDIBSection& cImage, std::int32_t Orientation) {
   const bool horizontal = Orientation == flip::Horizontal || Orientation == flip::Hor_And_Vert;
   const bool vertical = Orientation == flip::Verticle || Orientation == flip::Hor_And_Vert;
   if (!horizontal && !vertical) return;
-  static const bool avx2 = __builtin_cpu_supports("avx2");
+  const bool avx2 = cpuFeatures().avx2;
   const std::uint32_t start = gdi::timeGetTime();
   const std::string desc = "Flip";
   const std::int32_t lastX = v.width * 3 - 3;
@@ -75,7 +74,7 @@ void cImageProcessDIB::Flip(cDIBSection& cImage, std::int32_t Orientation) {
   const std::int32_t n = v.rowBytes();
   if (vertical) {
     // Swap row y with its mirror; pairs are independent of each other.
-    detail::parallelRows(0, v.height / 2 - 1, 2 * static_cast<std::int64_t>(n), [&](std::int32_t y0, std::int32_t y1) {
+    parallelRows(0, v.height / 2 - 1, 2 * static_cast<std::int64_t>(n), [&](std::int32_t y0, std::int32_t y1) {
       std::vector<std::uint8_t> tmp(static_cast<std::size_t>(n));
       for (std::int32_t y = y0; y <= y1; ++y) {
         std::uint8_t* a = v.row(y);
@@ -91,7 +90,7 @@ void cImageProcessDIB::Flip(cDIBSection& cImage, std::int32_t Orientation) {
     });
     if (horizontal && v.height % 2 == 1) (avx2 ? mirrorRowAvx2 : mirrorRowDefault)(v.row(v.height / 2), v.width);
   } else {
-    detail::parallelRows(0, v.height - 1, n, [&](std::int32_t y0, std::int32_t y1) {
+    parallelRows(0, v.height - 1, n, [&](std::int32_t y0, std::int32_t y1) {
       for (std::int32_t y = y0; y <= y1; ++y) (avx2 ? mirrorRowAvx2 : mirrorRowDefault)(v.row(y), v.width);
     });
   }

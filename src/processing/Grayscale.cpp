@@ -7,11 +7,10 @@
 #include <string>
 
 #include <QorvPictureBox/gdi.h>
+#include "platform/CpuFeatures.h"
 #include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"
-
-#pragma GCC optimize("O3")
 
 namespace qorv {
 
@@ -82,9 +81,9 @@ void grayRowDefault(std::uint8_t* p, std::int32_t pixels) { grayRow(p, pixels); 
 
 // Turns byte columns x0..x1 of every row gray.
 void grayscaleBlock(const DibView& v, std::int32_t x0, std::int32_t x1) {
-  static const bool avx2 = __builtin_cpu_supports("avx2");
+  const bool avx2 = cpuFeatures().avx2;
   const std::int32_t pixels = (x1 - x0) / 3 + 1;
-  detail::parallelRows(0, v.height - 1, static_cast<std::int64_t>(pixels) * 3, [&](std::int32_t y0, std::int32_t y1) {
+  parallelRows(0, v.height - 1, static_cast<std::int64_t>(pixels) * 3, [&](std::int32_t y0, std::int32_t y1) {
     for (std::int32_t y = y0; y <= y1; ++y) (avx2 ? grayRowAvx2 : grayRowDefault)(v.row(y) + x0, pixels);
   });
 }

@@ -69,7 +69,7 @@ void cImageProcessDIB::Lighten(cDIBSection& cImage, double Amount) {
   detail::forEachColumnStrip(
       0, lastX,
       [&](std::int32_t x0, std::int32_t x1) {
-        detail::parallelRows(0, v.height - 1, static_cast<std::int64_t>(x1 - x0 + 3) * 16,
+        parallelRows(0, v.height - 1, static_cast<std::int64_t>(x1 - x0 + 3) * 16,
                              [&](std::int32_t y0, std::int32_t y1) {
           for (std::int32_t y = y0; y <= y1; ++y) {
             for (std::uint8_t* p = v.row(y) + x0; p <= v.row(y) + x1; p += 3) {

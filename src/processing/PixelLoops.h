@@ -8,11 +8,10 @@
 // could change between two columns).
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <cstring>
-#include <thread>
 
+#include "platform/RowParallel.h"
 #include "processing/DibView.h"
 
 namespace qorv::detail {
@@ -35,37 +34,6 @@ void forEachColumnStrip(std::int32_t first, std::int32_t last, Process&& process
     process(static_cast<std::int32_t>(x0), x1);
     for (std::int32_t x = static_cast<std::int32_t>(x0); x <= x1; x += 3) report(x);
   }
-}
-
-// Whether large operations may use a second thread (on by default).
-inline std::atomic<bool>& secondThreadAllowed() {
-  static std::atomic<bool> allowed{true};
-  return allowed;
-}
-
-// Runs fn(y0, y1) over rows y0..y1 (inclusive), split over two threads when
-// there is enough work to pay for the second one. Rows are independent in
-// every caller, so the split cannot change a result.
-template <class Fn>
-void parallelRows(std::int32_t y0, std::int32_t y1, std::int64_t bytesPerRow, Fn&& fn) {
-  if (y1 < y0) return;
-  const std::int64_t rows = static_cast<std::int64_t>(y1) - y0 + 1;
-  constexpr std::int64_t kMinBytes = 1 << 20;
-  if (rows < 2 || rows * bytesPerRow < kMinBytes || std::thread::hardware_concurrency() < 2 ||
-      !secondThreadAllowed().load(std::memory_order_relaxed)) {
-    fn(y0, y1);
-    return;
-  }
-  const auto mid = static_cast<std::int32_t>(y0 + rows / 2);
-  std::thread other;
-  try {
-    other = std::thread([&] { fn(mid, y1); });
-  } catch (...) {
-    fn(y0, y1);  // no thread to be had: do it all here
-    return;
-  }
-  fn(y0, mid - 1);
-  other.join();
 }
 
 // Copies the pixel bytes of every row (padding excluded), as a SRCCOPY blit

@@ -4,11 +4,10 @@
 #include <string>
 
 #include <QorvPictureBox/gdi.h>
+#include "platform/CpuFeatures.h"
 #include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"
-
-#pragma GCC optimize("O3")
 
 namespace qorv {
 
@@ -55,7 +54,7 @@ using RowFn = void (*)(const std::uint8_t*, const std::uint8_t*, const std::uint
 
 template <Rank K>
 RowFn pick() {
-  static const bool avx2 = __builtin_cpu_supports("avx2");
+  const bool avx2 = cpuFeatures().avx2;
   return avx2 ? &rankRowAvx2<K> : &rankRowDefault<K>;
 }
 
@@ -76,7 +75,7 @@ bool cImageProcessDIB::RankFilter(const cDIBSection& src, cDIBSection& dst) {
       3, last,
       [&](std::int32_t x0, std::int32_t x1) {
         const std::int32_t n = x1 - x0 + 3;
-        detail::parallelRows(1, s.height - 2, static_cast<std::int64_t>(n) * 3, [&](std::int32_t y0, std::int32_t y1) {
+        parallelRows(1, s.height - 2, static_cast<std::int64_t>(n) * 3, [&](std::int32_t y0, std::int32_t y1) {
           for (std::int32_t y = y0; y <= y1; ++y) {
             fn(s.row(y - 1) + x0, s.row(y) + x0, s.row(y + 1) + x0, d.row(y) + x0, n);
           }

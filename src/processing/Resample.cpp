@@ -46,7 +46,7 @@ std::unique_ptr<cDIBSection> cDIBSection::Resample(std::int32_t lNewHeight, std:
   }
 
   // Rows are independent: split over two threads for large pictures.
-  detail::parallelRows(0, lNewHeight - 1, static_cast<std::int64_t>(lNewWidth) * 24,
+  parallelRows(0, lNewHeight - 1, static_cast<std::int64_t>(lNewWidth) * 24,
                        [&](std::int32_t yFirst, std::int32_t yLast) {
     for (std::int32_t y = yFirst; y <= yLast; ++y) {
       const double fy = y * yScale;

@@ -54,7 +54,7 @@ bool quarterTurnDirect(gdi::HDC dstDC, const std::array<gdi::POINT, 3>& pts, gdi
   if (X0 >= X1 || Y0 >= Y1) return true;
 
   constexpr std::int32_t kTile = 64;
-  detail::parallelRows(0, (Y1 - Y0 - 1) / kTile, std::int64_t{kTile} * (X1 - X0) * 4,
+  parallelRows(0, (Y1 - Y0 - 1) / kTile, std::int64_t{kTile} * (X1 - X0) * 4,
                        [&](std::int32_t t0, std::int32_t t1) {
     for (std::int32_t ty = Y0 + t0 * kTile; ty < Y0 + (t1 + 1) * kTile && ty < Y1; ty += kTile) {
       const std::int32_t tyEnd = std::min(ty + kTile, Y1);

@@ -7,6 +7,7 @@
 
 #include <QorvPictureBox/AutomationError.h>
 #include <QorvPictureBox/gdi.h>
+#include "platform/RowParallel.h"
 #include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
 
@@ -23,7 +24,7 @@ void cImageProcessDIB::notifyComplete(std::uint32_t startMs, const std::string& 
   if (Complete) Complete(static_cast<std::int32_t>(gdi::timeGetTime() - startMs), d);
 }
 
-void cImageProcessDIB::setSecondThread(bool allowed) { detail::secondThreadAllowed().store(allowed); }
+void cImageProcessDIB::setSecondThread(bool allowed) { setParallelRowsAllowed(allowed); }
 
 std::string cImageProcessDIB::FilterName(std::int32_t type) {
   static const char* const names[] = {"Blur",   "Blur More", "Soften",  "Soften More", "Sharpen",
