@@ -3,26 +3,21 @@
 // the operation has always behaved and hosts rely on it.
 #include <cmath>
 #include <cstdint>
-#include <string>
 
 #include "platform/Random.h"
 #include <QorvPictureBox/gdi.h>
 #include "processing/cDIBSection.h"
-#include "processing/cImageProcessDIB.h"
+#include "processing/ColumnPass.h"
 
 namespace qorv {
 
 void cImageProcessDIB::AddNoise(cDIBSection& cImage, std::int32_t Percent, bool bRandom) {
   const DibView v = cImage.View();
   if (!v.valid()) return;
-  const std::uint32_t start = gdi::timeGetTime();
-  const std::string desc = "Add noise";
   const std::int64_t range = static_cast<std::int64_t>(Percent) * 128 / 100;
   const std::int64_t half = range / 2;
-  const std::int32_t lastX = v.width * 3 - 3;
-  notifyInit(lastX, desc);
   // Column by column, rows inner: the order in which random numbers are drawn.
-  for (std::int32_t x = 0; x <= lastX; x += 3) {
+  runColumnByColumn("Add noise", v.width * 3 - 3, [&](std::int32_t x) {
     for (std::int32_t y = 0; y < v.height; ++y) {
       const double r = rnd();
       const bool flag = Percent < r * 100.0;
@@ -33,9 +28,7 @@ void cImageProcessDIB::AddNoise(cDIBSection& cImage, std::int32_t Percent, bool 
         px[c] = static_cast<std::uint8_t>(n < 0 ? 0 : (n > 255 ? 255 : n));
       }
     }
-    notifyProgress(x, desc);
-  }
-  notifyComplete(start, desc);
+  });
 }
 
 }  // namespace qorv

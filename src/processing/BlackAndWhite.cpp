@@ -2,11 +2,10 @@
 // a white pixel is 127 - value rather than value - 255; both that and the
 // column order are part of the look of the result.
 #include <cstdint>
-#include <string>
 
 #include <QorvPictureBox/gdi.h>
 #include "processing/cDIBSection.h"
-#include "processing/cImageProcessDIB.h"
+#include "processing/ColumnPass.h"
 
 namespace qorv {
 
@@ -26,12 +25,9 @@ void cImageProcessDIB::BlackAndWhite(cDIBSection& cImageA, cDIBSection& cImageB)
   const DibView b = cImageB.View();
   if (!a.valid() || !b.valid() || !a.sameSize(b)) return;
   Grayscale(cImageA);
-  const std::uint32_t start = gdi::timeGetTime();
-  const std::string desc = "Black & White";
   const std::int32_t lastX = a.width * 3 - 3;
   const std::int32_t lastY = a.height - 1;
-  notifyInit(lastX, desc);
-  for (std::int32_t x = 0; x <= lastX; x += 3) {
+  runColumnByColumn("Black & White", lastX, [&](std::int32_t x) {
     const bool inner = x > 0 && x < lastX;
     for (std::int32_t y = 0; y <= lastY; ++y) {
       std::uint8_t* pa = a.row(y) + x;
@@ -54,9 +50,7 @@ void cImageProcessDIB::BlackAndWhite(cDIBSection& cImageA, cDIBSection& cImageB)
         if (inner) addError(below + 3, error * 1 / 16);
       }
     }
-    notifyProgress(x, desc);
-  }
-  notifyComplete(start, desc);
+  });
 }
 
 }  // namespace qorv

@@ -12,9 +12,8 @@
 
 #include <QorvPictureBox/gdi.h>
 #include "platform/CpuFeatures.h"
-#include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
-#include "processing/cImageProcessDIB.h"
+#include "processing/ColumnPass.h"
 
 namespace qorv {
 
@@ -223,12 +222,12 @@ Plan makePlan(const Kernel2D& kernel, std::int32_t r, std::int32_t weight) {
   return p;
 }
 
-// Rows y0..y1 of the byte columns x0..x1 (+2 for the last pixel's channels).
-void convolveBlock(const Plan& plan, const DibView& src, const DibView& dst, std::int32_t x0, std::int32_t x1,
-                   std::int32_t y0, std::int32_t y1) {
+// One block of the output (see Strip).
+void convolveBlock(const Plan& plan, const DibView& src, const DibView& dst, const Strip& b) {
+  const std::int32_t x0 = b.x0, y0 = b.y0, y1 = b.y1;
   const std::int32_t r = plan.r;
   const std::int32_t S = 2 * r + 1;
-  const std::int32_t n = x1 - x0 + 3;
+  const std::int32_t n = b.bytes();
   const bool avx2 = hasAvx2();
   const std::uint8_t* rows[5];
   if (plan.narrowSums) {
@@ -277,21 +276,11 @@ bool cImageProcessDIB::Convolve(const cDIBSection& src, cDIBSection& dst) {
   const DibView s = src.View();
   const DibView d = dst.View();
   if (!s.valid() || !d.valid() || !s.sameSize(d)) return false;
-  const std::uint32_t start = gdi::timeGetTime();
-  const std::string desc = FilterName(type_);
   const std::int32_t r = half_;
-  const std::int32_t first = 3 * r;
-  const std::int32_t last = (s.width - 1) * 3 - 3 * r;
-  notifyInit(last, desc);
   const Plan plan = makePlan(kernel_, r, weight_);
-  detail::forEachColumnStrip(
-      first, last,
-      [&](std::int32_t x0, std::int32_t x1) {
-        parallelRows(r, s.height - 1 - r, static_cast<std::int64_t>(x1 - x0 + 3) * (2 * r + 1),
-                             [&](std::int32_t y0, std::int32_t y1) { convolveBlock(plan, s, d, x0, x1, y0, y1); });
-      },
-      [&](std::int32_t x) { notifyProgress(x, desc); });
-  notifyComplete(start, desc);
+  // Each output row reads 2r + 1 source rows.
+  runColumnPass(ColumnPass::interior(s, FilterName(type_), r, 2 * r + 1),
+                [&](const Strip& b) { convolveBlock(plan, s, d, b); });
   return true;
 }
 

@@ -2,13 +2,11 @@
 #include <immintrin.h>
 
 #include <cstdint>
-#include <string>
 
 #include <QorvPictureBox/gdi.h>
 #include "platform/CpuFeatures.h"
-#include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
-#include "processing/cImageProcessDIB.h"
+#include "processing/ColumnPass.h"
 
 namespace qorv {
 
@@ -49,31 +47,21 @@ void fadeRowDefault(std::uint8_t* p, std::int32_t n, std::uint16_t amount) { fad
 void cImageProcessDIB::Fade(cDIBSection& cImage, std::int32_t Amount) {
   const DibView v = cImage.View();
   if (!v.valid()) return;
-  const bool avx2 = cpuFeatures().avx2;
-  const std::uint32_t start = gdi::timeGetTime();
-  const std::string desc = "Fading";
   // Any other amount goes through a table of the 256 results.
   std::uint8_t table[256];
   for (int b = 0; b < 256; ++b) table[b] = clampByte(static_cast<std::int64_t>(b) * Amount / 255);
   const bool direct = Amount >= 0 && Amount <= 255;
-  notifyInit(v.width * 3 - 3, desc);
-  detail::forEachColumnStrip(
-      0, v.width * 3 - 3,
-      [&](std::int32_t x0, std::int32_t x1) {
-        const std::int32_t n = x1 - x0 + 3;
-        parallelRows(0, v.height - 1, n, [&](std::int32_t y0, std::int32_t y1) {
-          for (std::int32_t y = y0; y <= y1; ++y) {
-            std::uint8_t* p = v.row(y) + x0;
-            if (direct) {
-              (avx2 ? fadeRowAvx2 : fadeRowDefault)(p, n, static_cast<std::uint16_t>(Amount));
-            } else {
-              for (std::int32_t i = 0; i < n; ++i) p[i] = table[p[i]];
-            }
-          }
-        });
-      },
-      [&](std::int32_t x) { notifyProgress(x, desc); });
-  notifyComplete(start, desc);
+  const auto fadeRow = cpuFeatures().avx2 ? fadeRowAvx2 : fadeRowDefault;
+  runColumnPass(ColumnPass::wholePicture(v, "Fading"), [&](const Strip& s) {
+    for (std::int32_t y = s.y0; y <= s.y1; ++y) {
+      std::uint8_t* p = v.row(y) + s.x0;
+      if (direct) {
+        fadeRow(p, s.bytes(), static_cast<std::uint16_t>(Amount));
+      } else {
+        for (std::int32_t i = 0; i < s.bytes(); ++i) p[i] = table[p[i]];
+      }
+    }
+  });
 }
 
 }  // namespace qorv

@@ -4,14 +4,13 @@
 
 #include <cstdint>
 #include <cstring>
-#include <string>
 #include <vector>
 
 #include <QorvPictureBox/gdi.h>
 #include "platform/CpuFeatures.h"
-#include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
-#include "processing/cImageProcessDIB.h"
+#include "processing/ColumnPass.h"
+#include "platform/RowParallel.h"
 
 namespace qorv {
 
@@ -66,13 +65,15 @@ void cImageProcessDIB::Flip(cDIBSection& cImage, std::int32_t Orientation) {
   const bool horizontal = Orientation == flip::Horizontal || Orientation == flip::Hor_And_Vert;
   const bool vertical = Orientation == flip::Verticle || Orientation == flip::Hor_And_Vert;
   if (!horizontal && !vertical) return;
-  const bool avx2 = cpuFeatures().avx2;
-  const std::uint32_t start = gdi::timeGetTime();
-  const std::string desc = "Flip";
-  const std::int32_t lastX = v.width * 3 - 3;
-  notifyInit(lastX, desc);
+  const auto mirrorRow = cpuFeatures().avx2 ? mirrorRowAvx2 : mirrorRowDefault;
   const std::int32_t n = v.rowBytes();
-  if (vertical) {
+  runRowPass("Flip", v.width * 3 - 3, [&] {
+    if (!vertical) {
+      parallelRows(0, v.height - 1, n, [&](std::int32_t y0, std::int32_t y1) {
+        for (std::int32_t y = y0; y <= y1; ++y) mirrorRow(v.row(y), v.width);
+      });
+      return;
+    }
     // Swap row y with its mirror; pairs are independent of each other.
     parallelRows(0, v.height / 2 - 1, 2 * static_cast<std::int64_t>(n), [&](std::int32_t y0, std::int32_t y1) {
       std::vector<std::uint8_t> tmp(static_cast<std::size_t>(n));
@@ -83,20 +84,13 @@ void cImageProcessDIB::Flip(cDIBSection& cImage, std::int32_t Orientation) {
         std::memcpy(a, b, tmp.size());
         std::memcpy(b, tmp.data(), tmp.size());
         if (horizontal) {
-          (avx2 ? mirrorRowAvx2 : mirrorRowDefault)(a, v.width);
-          (avx2 ? mirrorRowAvx2 : mirrorRowDefault)(b, v.width);
+          mirrorRow(a, v.width);
+          mirrorRow(b, v.width);
         }
       }
     });
-    if (horizontal && v.height % 2 == 1) (avx2 ? mirrorRowAvx2 : mirrorRowDefault)(v.row(v.height / 2), v.width);
-  } else {
-    parallelRows(0, v.height - 1, n, [&](std::int32_t y0, std::int32_t y1) {
-      for (std::int32_t y = y0; y <= y1; ++y) (avx2 ? mirrorRowAvx2 : mirrorRowDefault)(v.row(y), v.width);
-    });
-  }
-  // Every column changes at once; the per-column reports follow in order.
-  for (std::int32_t x = 0; x <= lastX; x += 3) notifyProgress(x, desc);
-  notifyComplete(start, desc);
+    if (horizontal && v.height % 2 == 1) mirrorRow(v.row(v.height / 2), v.width);
+  });
 }
 
 }  // namespace qorv

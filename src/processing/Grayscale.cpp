@@ -4,13 +4,11 @@
 
 #include <cstdint>
 #include <cstring>
-#include <string>
 
 #include <QorvPictureBox/gdi.h>
 #include "platform/CpuFeatures.h"
-#include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
-#include "processing/cImageProcessDIB.h"
+#include "processing/ColumnPass.h"
 
 namespace qorv {
 
@@ -79,27 +77,18 @@ void grayRowDefault(std::uint8_t* p, std::int32_t pixels) { grayRow(p, pixels); 
   grayRow(p + 3 * i, pixels - i);
 }
 
-// Turns byte columns x0..x1 of every row gray.
-void grayscaleBlock(const DibView& v, std::int32_t x0, std::int32_t x1) {
-  const bool avx2 = cpuFeatures().avx2;
-  const std::int32_t pixels = (x1 - x0) / 3 + 1;
-  parallelRows(0, v.height - 1, static_cast<std::int64_t>(pixels) * 3, [&](std::int32_t y0, std::int32_t y1) {
-    for (std::int32_t y = y0; y <= y1; ++y) (avx2 ? grayRowAvx2 : grayRowDefault)(v.row(y) + x0, pixels);
-  });
-}
-
 }  // namespace
 
 void cImageProcessDIB::Grayscale(cDIBSection& cImage) {
   const DibView v = cImage.View();
   if (!v.valid()) return;
-  const std::uint32_t start = gdi::timeGetTime();
-  const std::string desc = "Grayscale";
-  notifyInit(v.width - 1, desc);
-  detail::forEachColumnStrip(
-      0, (v.width - 1) * 3, [&](std::int32_t x0, std::int32_t x1) { grayscaleBlock(v, x0, x1); },
-      [&](std::int32_t x) { notifyProgress(x / 3, desc); });
-  notifyComplete(start, desc);
+  const auto grayRow = cpuFeatures().avx2 ? grayRowAvx2 : grayRowDefault;
+  // Progress counts pixel columns here.
+  ColumnPass pass = ColumnPass::wholePicture(v, "Grayscale");
+  pass.reportPixels = true;
+  runColumnPass(pass, [&](const Strip& s) {
+    for (std::int32_t y = s.y0; y <= s.y1; ++y) grayRow(v.row(y) + s.x0, s.pixels());
+  });
 }
 
 }  // namespace qorv

@@ -5,12 +5,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <string>
 
 #include <QorvPictureBox/gdi.h>
-#include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
-#include "processing/cImageProcessDIB.h"
+#include "processing/ColumnPass.h"
 
 namespace qorv {
 
@@ -56,40 +54,32 @@ std::uint8_t toByte(double v) {
   return static_cast<std::uint8_t>(n < 0 ? 0 : (n > 255 ? 255 : n));
 }
 
+void lightenPixel(std::uint8_t* p, double factor) {
+  Hls c = toHls(p[2] / 255.0, p[1] / 255.0, p[0] / 255.0);
+  c.l = std::clamp(c.l * factor, 0.0, 1.0);
+  if (c.s == 0.0) {
+    p[0] = p[1] = p[2] = toByte(c.l);
+    return;
+  }
+  const double m2 = c.l <= 0.5 ? c.l * (1.0 + c.s) : c.l + c.s - c.l * c.s;
+  const double m1 = 2.0 * c.l - m2;
+  p[2] = toByte(hueChannel(m1, m2, c.h + 1.0 / 3.0));
+  p[1] = toByte(hueChannel(m1, m2, c.h));
+  p[0] = toByte(hueChannel(m1, m2, c.h - 1.0 / 3.0));
+}
+
 }  // namespace
 
 void cImageProcessDIB::Lighten(cDIBSection& cImage, double Amount) {
   const DibView v = cImage.View();
   if (!v.valid()) return;
-  const std::uint32_t start = gdi::timeGetTime();
-  const std::string desc = "Lighten";
   const double factor = Amount / 100.0 + 1.0;
-  const std::int32_t lastX = v.width * 3 - 3;
-  notifyInit(lastX, desc);
-  detail::forEachColumnStrip(
-      0, lastX,
-      [&](std::int32_t x0, std::int32_t x1) {
-        parallelRows(0, v.height - 1, static_cast<std::int64_t>(x1 - x0 + 3) * 16,
-                             [&](std::int32_t y0, std::int32_t y1) {
-          for (std::int32_t y = y0; y <= y1; ++y) {
-            for (std::uint8_t* p = v.row(y) + x0; p <= v.row(y) + x1; p += 3) {
-              Hls c = toHls(p[2] / 255.0, p[1] / 255.0, p[0] / 255.0);
-              c.l = std::clamp(c.l * factor, 0.0, 1.0);
-              if (c.s == 0.0) {
-                p[0] = p[1] = p[2] = toByte(c.l);
-                continue;
-              }
-              const double m2 = c.l <= 0.5 ? c.l * (1.0 + c.s) : c.l + c.s - c.l * c.s;
-              const double m1 = 2.0 * c.l - m2;
-              p[2] = toByte(hueChannel(m1, m2, c.h + 1.0 / 3.0));
-              p[1] = toByte(hueChannel(m1, m2, c.h));
-              p[0] = toByte(hueChannel(m1, m2, c.h - 1.0 / 3.0));
-            }
-          }
-        });
-      },
-      [&](std::int32_t x) { notifyProgress(x, desc); });
-  notifyComplete(start, desc);
+  // A pixel costs some sixteen plain byte passes.
+  runColumnPass(ColumnPass::wholePicture(v, "Lighten", 16), [&](const Strip& s) {
+    for (std::int32_t y = s.y0; y <= s.y1; ++y) {
+      for (std::uint8_t* p = v.row(y) + s.x0; p <= v.row(y) + s.x1; p += 3) lightenPixel(p, factor);
+    }
+  });
 }
 
 }  // namespace qorv

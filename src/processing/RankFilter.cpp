@@ -1,13 +1,11 @@
 // 3 x 3 rank filters: minimum, maximum, and the mean that carries the name
 // "Median" (a sorted middle value was never what it computed).
 #include <cstdint>
-#include <string>
 
 #include <QorvPictureBox/gdi.h>
 #include "platform/CpuFeatures.h"
-#include "processing/PixelLoops.h"
 #include "processing/cDIBSection.h"
-#include "processing/cImageProcessDIB.h"
+#include "processing/ColumnPass.h"
 
 namespace qorv {
 
@@ -64,25 +62,15 @@ bool cImageProcessDIB::RankFilter(const cDIBSection& src, cDIBSection& dst) {
   const DibView s = src.View();
   const DibView d = dst.View();
   if (!s.valid() || !d.valid() || !s.sameSize(d)) return false;
-  const std::uint32_t start = gdi::timeGetTime();
-  const std::string desc = "Rank Filter";
-  const std::int32_t last = 3 * s.width - 6;
-  notifyInit(last, desc);
-  RowFn fn = type_ == filter::eMinimum   ? pick<Rank::Minimum>()
-             : type_ == filter::eMaximum ? pick<Rank::Maximum>()
-                                         : pick<Rank::Mean>();
-  detail::forEachColumnStrip(
-      3, last,
-      [&](std::int32_t x0, std::int32_t x1) {
-        const std::int32_t n = x1 - x0 + 3;
-        parallelRows(1, s.height - 2, static_cast<std::int64_t>(n) * 3, [&](std::int32_t y0, std::int32_t y1) {
-          for (std::int32_t y = y0; y <= y1; ++y) {
-            fn(s.row(y - 1) + x0, s.row(y) + x0, s.row(y + 1) + x0, d.row(y) + x0, n);
-          }
-        });
-      },
-      [&](std::int32_t x) { notifyProgress(x, desc); });
-  notifyComplete(start, desc);
+  const RowFn fn = type_ == filter::eMinimum   ? pick<Rank::Minimum>()
+                   : type_ == filter::eMaximum ? pick<Rank::Maximum>()
+                                               : pick<Rank::Mean>();
+  // Three source rows are read for each row written.
+  runColumnPass(ColumnPass::interior(s, "Rank Filter", 1, 3), [&](const Strip& b) {
+    for (std::int32_t y = b.y0; y <= b.y1; ++y) {
+      fn(s.row(y - 1) + b.x0, s.row(y) + b.x0, s.row(y + 1) + b.x0, d.row(y) + b.x0, b.bytes());
+    }
+  });
   return true;
 }
 

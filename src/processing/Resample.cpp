@@ -1,7 +1,7 @@
 #include <cmath>
 #include <vector>
 
-#include "processing/PixelLoops.h"
+#include "platform/RowParallel.h"
 #include "processing/cDIBSection.h"
 
 namespace qorv {

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "platform/GdiSurface.h"
-#include "processing/PixelLoops.h"
+#include "platform/RowParallel.h"
 
 namespace qorv {
 

@@ -8,7 +8,7 @@
 #include <QorvPictureBox/AutomationError.h>
 #include <QorvPictureBox/gdi.h>
 #include "platform/RowParallel.h"
-#include "processing/PixelLoops.h"
+#include "processing/ColumnPass.h"
 #include "processing/cDIBSection.h"
 
 namespace qorv {
@@ -156,14 +156,13 @@ bool cImageProcessDIB::ProcessImage(cDIBSection& cImage, cDIBSection& cBuffer) {
 
 std::unique_ptr<cDIBSection> cImageProcessDIB::Resample(const cDIBSection& cImage, std::int32_t lNewHeight,
                                                         std::int32_t lNewWidth) {
-  const std::uint32_t start = gdi::timeGetTime();
+  std::unique_ptr<cDIBSection> out;
   const std::string desc = "Resample";
-  notifyInit(lNewHeight > 0 ? lNewHeight - 1 : 0, desc);
-  auto out = cImage.Resample(lNewHeight, lNewWidth);
-  if (out) {
+  runOperation(desc, lNewHeight > 0 ? lNewHeight - 1 : 0, [&] {
+    out = cImage.Resample(lNewHeight, lNewWidth);
+    if (!out) return;
     for (std::int32_t y = 0; y < lNewHeight; ++y) notifyProgress(y, desc);
-  }
-  notifyComplete(start, desc);
+  });
   return out;
 }
 

@@ -13,6 +13,7 @@
 namespace qorv {
 
 class cDIBSection;
+struct ColumnPass;
 
 // Filter type numbers as the engine stores them (a plain 32-bit value, so that
 // out-of-range numbers can reach the checks and be refused).
@@ -124,6 +125,21 @@ class cImageProcessDIB {
     if (Progress) Progress(pos, d);
   }
   void notifyComplete(std::uint32_t startMs, const std::string& d);
+
+  // The operation skeleton, defined in processing/ColumnPass.h. runOperation
+  // times body() between the init and completion notifications;
+  // runColumnPass hands blocks of the pass's rows to block(Strip) and reports
+  // each column in order; runRowPass runs rows() over the whole picture and
+  // reports every column after it; runColumnByColumn runs column(x) and
+  // reports it, one column at a time.
+  template <class Body>
+  void runOperation(const std::string& description, std::int32_t max, Body&& body);
+  template <class Block>
+  void runColumnPass(const ColumnPass& pass, Block&& block);
+  template <class Rows>
+  void runRowPass(const std::string& description, std::int32_t lastByte, Rows&& rows);
+  template <class Column>
+  void runColumnByColumn(const std::string& description, std::int32_t lastByte, Column&& column);
 
   std::int32_t size_ = 0;
   std::int32_t half_ = 0;

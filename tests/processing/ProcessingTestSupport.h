@@ -11,7 +11,7 @@
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"
 
-namespace qorv::testing {
+namespace qorv::test_support {
 
 // A plain copy of a working image's memory: stride-padded, bottom-up rows.
 struct Bytes {
@@ -94,4 +94,4 @@ inline std::vector<Event> expectedEvents(const std::string& d, std::int32_t max,
   return v;
 }
 
-}  // namespace qorv::testing
+}  // namespace qorv::test_support

@@ -10,7 +10,7 @@
 
 #include "ProcessingTestSupport.h"
 
-namespace qorv::testing::reference {
+namespace qorv::test_support::reference {
 
 inline int clamp255(std::int64_t v) { return static_cast<int>(std::clamp<std::int64_t>(v, 0, 255)); }
 
@@ -127,4 +127,4 @@ inline void blackAndWhite(Bytes& a, Bytes& b) {
   }
 }
 
-}  // namespace qorv::testing::reference
+}  // namespace qorv::test_support::reference

@@ -12,17 +12,17 @@
 namespace qorv {
 namespace {
 
-using testing::Bytes;
-using testing::EventLog;
-namespace ref = testing::reference;
+using test_support::Bytes;
+using test_support::EventLog;
+namespace ref = test_support::reference;
 
 struct Images {
   cDIBSection image, buffer;
   Images(std::int32_t w, std::int32_t h, std::uint32_t seed) {
     EXPECT_TRUE(image.Create(w, h));
     EXPECT_TRUE(buffer.Create(w, h));
-    testing::fillRandom(image, seed);
-    testing::fillRandom(buffer, seed + 1);
+    test_support::fillRandom(image, seed);
+    test_support::fillRandom(buffer, seed + 1);
   }
 };
 
@@ -42,11 +42,11 @@ TEST(Convolution, BuiltInKernelsMatchTheReference) {
       Images im(w, h, static_cast<std::uint32_t>(w * 131 + h * 7 + type));
       cImageProcessDIB e;
       e.setFilterType(type);
-      const Bytes before = testing::snapshot(im.image);
+      const Bytes before = test_support::snapshot(im.image);
       ASSERT_TRUE(e.ProcessImage(im.image, im.buffer));
-      const Bytes after = testing::snapshot(im.image);
+      const Bytes after = test_support::snapshot(im.image);
       EXPECT_EQ(after, referenceOf(e, before));
-      EXPECT_TRUE(testing::paddingIntact(after));
+      EXPECT_TRUE(test_support::paddingIntact(after));
     }
   }
 }
@@ -78,11 +78,11 @@ TEST(Convolution, CustomKernelsAndWeightsMatchTheReference) {
       e.setFilterWeight(c.weight);
       e.setFilterType(filter::eCustom);
       Images im(w, h, gen());
-      const Bytes before = testing::snapshot(im.image);
+      const Bytes before = test_support::snapshot(im.image);
       ASSERT_TRUE(e.ProcessImage(im.image, im.buffer));
-      const Bytes after = testing::snapshot(im.image);
+      const Bytes after = test_support::snapshot(im.image);
       EXPECT_EQ(after, referenceOf(e, before));
-      EXPECT_TRUE(testing::paddingIntact(after));
+      EXPECT_TRUE(test_support::paddingIntact(after));
     }
   }
 }
@@ -111,9 +111,9 @@ TEST(Convolution, BoxShapedKernelsMatchTheReference) {
       e.setFilterWeight(c.weight);
       e.setFilterType(filter::eCustom);
       Images im(w, h, static_cast<std::uint32_t>(w * 5 + h + c.centre));
-      const Bytes before = testing::snapshot(im.image);
+      const Bytes before = test_support::snapshot(im.image);
       ASSERT_TRUE(e.ProcessImage(im.image, im.buffer));
-      EXPECT_EQ(testing::snapshot(im.image), referenceOf(e, before));
+      EXPECT_EQ(test_support::snapshot(im.image), referenceOf(e, before));
     }
   }
 }
@@ -124,9 +124,9 @@ TEST(Convolution, LargePicturesMatchTheReference) {
     Images im(1601, 700, 99);
     cImageProcessDIB e;
     e.setFilterType(type);
-    const Bytes before = testing::snapshot(im.image);
+    const Bytes before = test_support::snapshot(im.image);
     e.ProcessImage(im.image, im.buffer);
-    EXPECT_TRUE(testing::snapshot(im.image) == referenceOf(e, before));
+    EXPECT_TRUE(test_support::snapshot(im.image) == referenceOf(e, before));
   }
 }
 
@@ -136,9 +136,9 @@ TEST(Convolution, ZeroWeightBlackensTheInterior) {
   e.setFilterArraySize(3);
   e.setFilterValue(0, 0, 1);
   Images im(6, 5, 3);
-  const Bytes before = testing::snapshot(im.image);
+  const Bytes before = test_support::snapshot(im.image);
   e.ProcessImage(im.image, im.buffer);
-  const Bytes after = testing::snapshot(im.image);
+  const Bytes after = test_support::snapshot(im.image);
   for (int y = 0; y < 5; ++y) {
     for (int x = 0; x < 18; ++x) {
       const bool inside = y >= 1 && y <= 3 && x >= 3 && x < 15;
@@ -153,9 +153,9 @@ TEST(Convolution, EmbossOfFlatGrayIs127InsideAndOffsetOnTheBorder) {
   cDIBSection img, buf;
   img.Create(5, 4);
   buf.Create(5, 4);
-  testing::fillPixels(img, 100, 100, 100);
+  test_support::fillPixels(img, 100, 100, 100);
   ASSERT_TRUE(e.ProcessImage(img, buf));
-  const Bytes out = testing::snapshot(img);
+  const Bytes out = test_support::snapshot(img);
   for (int y = 0; y < 4; ++y) {
     for (int x = 0; x < 15; ++x) {
       const bool inside = y >= 1 && y <= 2 && x >= 3 && x < 12;
@@ -163,7 +163,7 @@ TEST(Convolution, EmbossOfFlatGrayIs127InsideAndOffsetOnTheBorder) {
       EXPECT_EQ(out.at(x, y), inside ? 127 : 227) << x << "," << y;
     }
   }
-  EXPECT_TRUE(testing::paddingIntact(out));
+  EXPECT_TRUE(test_support::paddingIntact(out));
 }
 
 TEST(Convolution, EmbossAndUnsharpCombineAfterClamping) {
@@ -171,7 +171,7 @@ TEST(Convolution, EmbossAndUnsharpCombineAfterClamping) {
     SCOPED_TRACE(std::to_string(w) + "x" + std::to_string(h));
     for (std::int32_t type : {filter::eEmboss, filter::eUnSharp}) {
       Images im(w, h, static_cast<std::uint32_t>(w + 17 * h + type));
-      const Bytes before = testing::snapshot(im.image);
+      const Bytes before = test_support::snapshot(im.image);
       cImageProcessDIB e;
       e.setFilterType(type);
       ASSERT_TRUE(e.ProcessImage(im.image, im.buffer));
@@ -190,7 +190,7 @@ TEST(Convolution, EmbossAndUnsharpCombineAfterClamping) {
           }
         }
       }
-      EXPECT_EQ(testing::snapshot(im.image), expect);
+      EXPECT_EQ(test_support::snapshot(im.image), expect);
     }
   }
 }
@@ -205,18 +205,18 @@ TEST(RankFilter, MatchesTheReference) {
       cImageProcessDIB e;
       e.setFilterType(filter::eBlurMore);  // a 5x5 kernel must not widen the 3x3 rank window
       e.setFilterType(type);
-      const Bytes before = testing::snapshot(im.image);
+      const Bytes before = test_support::snapshot(im.image);
       ASSERT_TRUE(e.ProcessImage(im.image, im.buffer));
-      const Bytes after = testing::snapshot(im.image);
+      const Bytes after = test_support::snapshot(im.image);
       EXPECT_EQ(after, ref::rankFilter(before, rank));
-      EXPECT_TRUE(testing::paddingIntact(after));
+      EXPECT_TRUE(test_support::paddingIntact(after));
     }
     Images big(1700, 650, 5);
     cImageProcessDIB e;
     e.setFilterType(type);
-    const Bytes before = testing::snapshot(big.image);
+    const Bytes before = test_support::snapshot(big.image);
     e.ProcessImage(big.image, big.buffer);
-    EXPECT_TRUE(testing::snapshot(big.image) == ref::rankFilter(before, rank));
+    EXPECT_TRUE(test_support::snapshot(big.image) == ref::rankFilter(before, rank));
   }
 }
 
@@ -224,12 +224,12 @@ TEST(RankFilter, MedianIsAMeanThatSpreadsOneBrightPixel) {
   cDIBSection img, buf;
   img.Create(5, 5);
   buf.Create(5, 5);
-  testing::fillPixels(img, 0, 0, 0);
+  test_support::fillPixels(img, 0, 0, 0);
   img.View().at(6, 2) = 180;  // blue of the centre pixel
   cImageProcessDIB e;
   e.setFilterType(filter::eMedian);
   e.ProcessImage(img, buf);
-  const Bytes out = testing::snapshot(img);
+  const Bytes out = test_support::snapshot(img);
   for (int y = 0; y < 5; ++y) {
     for (int px = 0; px < 5; ++px) {
       const bool neighbour = px >= 1 && px <= 3 && y >= 1 && y <= 3;
@@ -241,7 +241,7 @@ TEST(RankFilter, MedianIsAMeanThatSpreadsOneBrightPixel) {
 
 TEST(ProcessImage, CountAndMismatchedImagesDoNothing) {
   Images im(4, 4, 1);
-  const Bytes before = testing::snapshot(im.image);
+  const Bytes before = test_support::snapshot(im.image);
   cImageProcessDIB e;
   EXPECT_FALSE(e.ProcessImage(im.image, im.buffer));  // no type yet
   e.setFilterType(filter::eCount);
@@ -252,7 +252,7 @@ TEST(ProcessImage, CountAndMismatchedImagesDoNothing) {
   EXPECT_FALSE(e.ProcessImage(im.image, other));
   EXPECT_FALSE(e.ProcessImage(im.image, empty));
   EXPECT_FALSE(e.ProcessImage(empty, empty));
-  EXPECT_EQ(testing::snapshot(im.image), before);
+  EXPECT_EQ(test_support::snapshot(im.image), before);
 }
 
 TEST(ProgressEvents, OnePerColumnInOrder) {
@@ -283,7 +283,7 @@ TEST(ProgressEvents, OnePerColumnInOrder) {
     log.attach(e);
     e.setFilterType(c.type);
     e.ProcessImage(im.image, im.buffer);
-    EXPECT_EQ(log.events, testing::expectedEvents(c.desc, c.max, c.first, c.last, 3));
+    EXPECT_EQ(log.events, test_support::expectedEvents(c.desc, c.max, c.first, c.last, 3));
   }
 }
 
@@ -294,9 +294,9 @@ TEST(ProgressEvents, TooSmallPicturesStayUnchanged) {
       Images im(w, h, 8);
       cImageProcessDIB e;
       e.setFilterType(type);
-      const Bytes before = testing::snapshot(im.image);
+      const Bytes before = test_support::snapshot(im.image);
       EXPECT_TRUE(e.ProcessImage(im.image, im.buffer));
-      EXPECT_EQ(testing::snapshot(im.image), before) << type << " " << w << "x" << h;
+      EXPECT_EQ(test_support::snapshot(im.image), before) << type << " " << w << "x" << h;
     }
   }
 }

@@ -13,7 +13,7 @@
 namespace qorv {
 namespace {
 
-using testing::Bytes;
+using test_support::Bytes;
 
 TEST(DibLayout, BytesPerScanLinePadsToFourBytes) {
   const std::pair<std::int32_t, std::int32_t> cases[] = {{1, 4}, {2, 8}, {3, 12}, {4, 12}, {5, 16}, {7, 24}, {8, 24}};
@@ -30,7 +30,7 @@ TEST(DibLayout, BytesPerScanLinePadsToFourBytes) {
 TEST(DibLayout, RowsAreBottomUpBlueGreenRed) {
   cDIBSection d;
   ASSERT_TRUE(d.Create(2, 3));
-  testing::fillPixels(d, 0, 0, 0);
+  test_support::fillPixels(d, 0, 0, 0);
   // Pixel (1, 0) of memory row 0 is the bottom-right pixel of the picture.
   d.View().at(3, 0) = 10;  // blue
   d.View().at(5, 0) = 30;  // red
@@ -82,7 +82,7 @@ TEST(DibCopies, PictureInAndOutRoundTrips) {
   const std::size_t live = gdi::LiveObjectCount();
   cDIBSection src;
   ASSERT_TRUE(src.Create(7, 5));
-  testing::fillRandom(src, 11);
+  test_support::fillRandom(src, 11);
   // A device bitmap (32-bit, top-down) as a picture would hold.
   const gdi::HBITMAP bmp = gdi::CreateCompatibleBitmap(0, 7, 5);
   const gdi::HDC dc = gdi::CreateCompatibleDC(0);
@@ -123,10 +123,10 @@ TEST(DibNoise, ColourNoiseKeepsBlueZeroAndPaddingIntact) {
     for (std::int32_t w : {1, 2, 3, 5, 9}) {
       cDIBSection d;
       ASSERT_TRUE(d.Create(w, 6));
-      testing::fillPixels(d, 77, 77, 77);
+      test_support::fillPixels(d, 77, 77, 77);
       d.RandomiseBits(gray);
-      const Bytes b = testing::snapshot(d);
-      EXPECT_TRUE(testing::paddingIntact(b));
+      const Bytes b = test_support::snapshot(d);
+      EXPECT_TRUE(test_support::paddingIntact(b));
       bool varied = false;
       for (int y = 0; y < 6; ++y) {
         for (int x = 0; x < w; ++x) {
@@ -165,8 +165,8 @@ TEST(DibResample, MatchesTheReference) {
   for (auto [w, h] : from) {
     cDIBSection src;
     ASSERT_TRUE(src.Create(w, h));
-    testing::fillRandom(src, static_cast<std::uint32_t>(w * 10 + h));
-    const Bytes before = testing::snapshot(src);
+    test_support::fillRandom(src, static_cast<std::uint32_t>(w * 10 + h));
+    const Bytes before = test_support::snapshot(src);
     for (auto [nw, nh] : to) {
       SCOPED_TRACE(std::to_string(w) + "x" + std::to_string(h) + " -> " + std::to_string(nw) + "x" +
                    std::to_string(nh));
@@ -174,24 +174,24 @@ TEST(DibResample, MatchesTheReference) {
       ASSERT_TRUE(out);
       ASSERT_EQ(out->Width(), nw);
       ASSERT_EQ(out->Height(), nh);
-      const Bytes expect = testing::reference::resample(before, nw, nh);
-      const Bytes got = testing::snapshot(*out);
+      const Bytes expect = test_support::reference::resample(before, nw, nh);
+      const Bytes got = test_support::snapshot(*out);
       for (int y = 0; y < nh; ++y) {
         for (int x = 0; x < 3 * nw; ++x) ASSERT_EQ(got.at(x, y), expect.at(x, y)) << x << "," << y;
       }
     }
-    EXPECT_EQ(testing::snapshot(src), before);  // the source is left as it was
+    EXPECT_EQ(test_support::snapshot(src), before);  // the source is left as it was
   }
 }
 
 TEST(DibResample, LargePicturesMatchTheReference) {
   cDIBSection src;
   ASSERT_TRUE(src.Create(700, 500));
-  testing::fillRandom(src, 17);
+  test_support::fillRandom(src, 17);
   auto out = src.Resample(800, 1000);  // split over two threads
   ASSERT_TRUE(out);
-  const Bytes expect = testing::reference::resample(testing::snapshot(src), 1000, 800);
-  const Bytes got = testing::snapshot(*out);
+  const Bytes expect = test_support::reference::resample(test_support::snapshot(src), 1000, 800);
+  const Bytes got = test_support::snapshot(*out);
   int wrong = 0;
   for (int y = 0; y < 800; ++y) {
     for (int x = 0; x < 3000; ++x) wrong += got.at(x, y) != expect.at(x, y) ? 1 : 0;
@@ -202,7 +202,7 @@ TEST(DibResample, LargePicturesMatchTheReference) {
 TEST(DibResample, SameSizeIsAnExactCopy) {
   cDIBSection src;
   src.Create(6, 5);
-  testing::fillRandom(src, 3);
+  test_support::fillRandom(src, 3);
   auto out = src.Resample(5, 6);
   ASSERT_TRUE(out);
   for (int y = 0; y < 5; ++y) {
@@ -237,7 +237,7 @@ TEST(DibClipboard, AsDibShowsItsMessageAndLeavesTheClipboard) {
   setHost(&h);
   cDIBSection d;
   d.Create(3, 3);
-  testing::fillPixels(d, 1, 2, 3);
+  test_support::fillPixels(d, 1, 2, 3);
   EXPECT_FALSE(d.CopyToClipboard(true));
   setHost(nullptr);
   ASSERT_EQ(h.texts.size(), 1u);
@@ -248,7 +248,7 @@ TEST(DibClipboard, AsDibShowsItsMessageAndLeavesTheClipboard) {
 TEST(DibClipboard, AsBitmapPutsTheImageThere) {
   cDIBSection d;
   d.Create(3, 2);
-  testing::fillPixels(d, 10, 20, 30);
+  test_support::fillPixels(d, 10, 20, 30);
   ASSERT_TRUE(d.CopyToClipboard(false));
   ASSERT_TRUE(gdi::OpenClipboard(0));
   const gdi::HANDLE bmp = gdi::GetClipboardData(gdi::CF_BITMAP);

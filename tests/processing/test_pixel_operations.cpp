@@ -13,13 +13,13 @@
 namespace qorv {
 namespace {
 
-using testing::Bytes;
-using testing::EventLog;
-namespace ref = testing::reference;
+using test_support::Bytes;
+using test_support::EventLog;
+namespace ref = test_support::reference;
 
 cDIBSection& randomImage(cDIBSection& d, std::int32_t w, std::int32_t h, std::uint32_t seed) {
   EXPECT_TRUE(d.Create(w, h));
-  testing::fillRandom(d, seed);
+  test_support::fillRandom(d, seed);
   return d;
 }
 
@@ -38,14 +38,14 @@ TEST(Grayscale, MatchesTheReferenceAndKeepsGrayPixels) {
   for (auto [w, h] : kSizes) {
     cDIBSection d;
     randomImage(d, w, h, static_cast<std::uint32_t>(w + h));
-    const Bytes before = testing::snapshot(d);
+    const Bytes before = test_support::snapshot(d);
     cImageProcessDIB e;
     e.Grayscale(d);
-    const Bytes once = testing::snapshot(d);
+    const Bytes once = test_support::snapshot(d);
     ASSERT_EQ(once, ref::grayscale(before)) << w << "x" << h;
-    EXPECT_TRUE(testing::paddingIntact(once));
+    EXPECT_TRUE(test_support::paddingIntact(once));
     e.Grayscale(d);
-    EXPECT_EQ(testing::snapshot(d), once);  // gray stays gray
+    EXPECT_EQ(test_support::snapshot(d), once);  // gray stays gray
   }
 }
 
@@ -85,13 +85,13 @@ TEST(BlackAndWhite, MatchesTheReference) {
     cDIBSection a, b;
     randomImage(a, w, h, static_cast<std::uint32_t>(3 * w + h));
     randomImage(b, w, h, 1);
-    Bytes ra = ref::grayscale(testing::snapshot(a));
-    Bytes rb = testing::snapshot(b);
+    Bytes ra = ref::grayscale(test_support::snapshot(a));
+    Bytes rb = test_support::snapshot(b);
     ref::blackAndWhite(ra, rb);
     cImageProcessDIB e;
     e.BlackAndWhite(a, b);
-    EXPECT_EQ(testing::snapshot(a), ra) << w << "x" << h;
-    EXPECT_EQ(testing::snapshot(b), rb) << w << "x" << h;
+    EXPECT_EQ(test_support::snapshot(a), ra) << w << "x" << h;
+    EXPECT_EQ(test_support::snapshot(b), rb) << w << "x" << h;
   }
 }
 
@@ -109,7 +109,7 @@ TEST(BlackAndWhite, ErrorOfBrightAndDarkPixels) {
     cDIBSection a, b;
     a.Create(2, 2);
     b.Create(2, 2);
-    testing::fillPixels(a, 100, 100, 100);
+    test_support::fillPixels(a, 100, 100, 100);
     for (int ch = 0; ch < 3; ++ch) a.View().at(ch, 0) = c.value;
     cImageProcessDIB e;
     e.BlackAndWhite(a, b);
@@ -124,10 +124,10 @@ TEST(AddNoise, TheTwoNoOps) {
   for (auto [percent, random] : {std::pair{0, false}, {100, true}}) {
     cDIBSection d;
     randomImage(d, 6, 5, 9);
-    const Bytes before = testing::snapshot(d);
+    const Bytes before = test_support::snapshot(d);
     cImageProcessDIB e;
     e.AddNoise(d, percent, random);
-    EXPECT_EQ(testing::snapshot(d), before) << percent;
+    EXPECT_EQ(test_support::snapshot(d), before) << percent;
   }
 }
 
@@ -142,7 +142,7 @@ TEST(AddNoise, FollowsTheRandomSequence) {
     setRandomSource([&] { return seq[k++]; });
     cDIBSection d;
     randomImage(d, 4, 3, 2);
-    Bytes expect = testing::snapshot(d);
+    Bytes expect = test_support::snapshot(d);
     cImageProcessDIB e;
     e.AddNoise(d, 40, random);
     setRandomSource({});
@@ -158,7 +158,7 @@ TEST(AddNoise, FollowsTheRandomSequence) {
         }
       }
     }
-    EXPECT_EQ(testing::snapshot(d), expect) << random;
+    EXPECT_EQ(test_support::snapshot(d), expect) << random;
     EXPECT_EQ(k, j);
   }
 }
@@ -168,18 +168,18 @@ TEST(Fade, DividesEveryByteTruncating) {
     for (auto [w, h] : kSizes) {
       cDIBSection d;
       randomImage(d, w, h, static_cast<std::uint32_t>(amount + w));
-      const Bytes before = testing::snapshot(d);
+      const Bytes before = test_support::snapshot(d);
       cImageProcessDIB e;
       e.Fade(d, amount);
       const Bytes expect = mapBytes(before, [&](std::uint8_t v) {
         return static_cast<std::uint8_t>(ref::clamp255(std::int64_t{v} * amount / 255));
       });
-      ASSERT_EQ(testing::snapshot(d), expect) << amount << " " << w << "x" << h;
+      ASSERT_EQ(test_support::snapshot(d), expect) << amount << " " << w << "x" << h;
     }
   }
   cDIBSection d;
   d.Create(1, 1);
-  testing::fillPixels(d, 200, 100, 255);
+  test_support::fillPixels(d, 200, 100, 255);
   cImageProcessDIB e;
   e.Fade(d, 128);
   EXPECT_EQ(d.View().at(0, 0), 100);
@@ -205,7 +205,7 @@ TEST(Lighten, ScalesLightnessOnly) {
   for (const Case& c : cases) {
     cDIBSection d;
     d.Create(1, 1);
-    testing::fillPixels(d, c.b, c.g, c.r);
+    test_support::fillPixels(d, c.b, c.g, c.r);
     cImageProcessDIB e;
     e.Lighten(d, c.amount);
     EXPECT_EQ(d.View().at(0, 0), c.eb) << c.amount;
@@ -214,20 +214,20 @@ TEST(Lighten, ScalesLightnessOnly) {
   }
   cDIBSection d;
   randomImage(d, 9, 9, 4);
-  const Bytes before = testing::snapshot(d);
+  const Bytes before = test_support::snapshot(d);
   cImageProcessDIB e;
   e.Lighten(d, 0);
-  EXPECT_EQ(testing::snapshot(d), before);  // the conversion round-trips exactly
+  EXPECT_EQ(test_support::snapshot(d), before);  // the conversion round-trips exactly
 }
 
 TEST(Combine, AddImagesRoundsAndClamps) {
   cDIBSection a, b;
   randomImage(a, 5, 3, 1);
   randomImage(b, 5, 3, 2);
-  const Bytes ba = testing::snapshot(a), bb = testing::snapshot(b);
+  const Bytes ba = test_support::snapshot(a), bb = test_support::snapshot(b);
   cImageProcessDIB e;
   e.AddImages(a, b, 0.5f, 1, 2, 3, -1.25f, 10, 20, 30);
-  const Bytes out = testing::snapshot(b);
+  const Bytes out = test_support::snapshot(b);
   for (int y = 0; y < 3; ++y) {
     for (int x = 0; x < 15; ++x) {
       const int offA = 1 + x % 3, offB = 10 * (1 + x % 3);
@@ -235,8 +235,8 @@ TEST(Combine, AddImagesRoundsAndClamps) {
       EXPECT_EQ(out.at(x, y), ref::clamp255(static_cast<std::int64_t>(v)));
     }
   }
-  EXPECT_TRUE(testing::paddingIntact(out));
-  EXPECT_EQ(testing::snapshot(a), ba);
+  EXPECT_TRUE(test_support::paddingIntact(out));
+  EXPECT_EQ(test_support::snapshot(a), ba);
 }
 
 TEST(Combine, LightestAndDarkestIgnoreRedAndKeepTiesInTarget) {
@@ -257,8 +257,8 @@ TEST(Combine, LightestAndDarkestIgnoreRedAndKeepTiesInTarget) {
     cDIBSection a, b;
     a.Create(1, 1);
     b.Create(1, 1);
-    testing::fillPixels(a, c.a[0], c.a[1], c.a[2]);
-    testing::fillPixels(b, c.b[0], c.b[1], c.b[2]);
+    test_support::fillPixels(a, c.a[0], c.a[1], c.a[2]);
+    test_support::fillPixels(b, c.b[0], c.b[1], c.b[2]);
     cImageProcessDIB e;
     c.lightest ? e.AddLightest(a, b) : e.AddDarkest(a, b);
     const std::uint8_t* want = c.takesA ? c.a : c.b;
@@ -270,7 +270,7 @@ TEST(Combine, DifferentSizesCombineWhereTheyOverlap) {
   cDIBSection a, b;
   randomImage(a, 3, 5, 1);
   randomImage(b, 6, 2, 2);
-  const Bytes bb = testing::snapshot(b);
+  const Bytes bb = test_support::snapshot(b);
   cImageProcessDIB e;
   e.AddImages(a, b, 1.0f, 0, 0, 0, 0.0f, 0, 0, 0);
   for (int y = 0; y < 2; ++y) {
@@ -285,15 +285,15 @@ TEST(InvertAndFlip, MatchDirectDefinitions) {
   for (auto [w, h] : kSizes) {
     cDIBSection d;
     randomImage(d, w, h, static_cast<std::uint32_t>(w * h));
-    const Bytes before = testing::snapshot(d);
+    const Bytes before = test_support::snapshot(d);
     cImageProcessDIB e;
     e.Invert(d);
-    ASSERT_EQ(testing::snapshot(d), mapBytes(before, [](std::uint8_t v) { return std::uint8_t(255 - v); }));
+    ASSERT_EQ(test_support::snapshot(d), mapBytes(before, [](std::uint8_t v) { return std::uint8_t(255 - v); }));
     e.Invert(d);
     for (std::int32_t o : {0, 1, 2}) {
-      testing::restore(d, before);
+      test_support::restore(d, before);
       e.Flip(d, o);
-      const Bytes out = testing::snapshot(d);
+      const Bytes out = test_support::snapshot(d);
       for (int y = 0; y < h; ++y) {
         for (int x = 0; x < w; ++x) {
           const int sx = (o == 0 || o == 2) ? w - 1 - x : x;
@@ -301,13 +301,13 @@ TEST(InvertAndFlip, MatchDirectDefinitions) {
           for (int c = 0; c < 3; ++c) ASSERT_EQ(out.at(3 * x + c, y), before.at(3 * sx + c, sy)) << o;
         }
       }
-      EXPECT_TRUE(testing::paddingIntact(out));
+      EXPECT_TRUE(test_support::paddingIntact(out));
     }
-    testing::restore(d, before);
+    test_support::restore(d, before);
     EventLog log;
     log.attach(e);
     for (std::int32_t o : {3, -1, 99}) e.Flip(d, o);
-    EXPECT_EQ(testing::snapshot(d), before);
+    EXPECT_EQ(test_support::snapshot(d), before);
     EXPECT_TRUE(log.events.empty());
   }
 }
@@ -317,10 +317,10 @@ TEST(PixelEvents, OneProgressPerColumnWithTheirDescriptions) {
   struct Case {
     std::string name;
     std::function<void(cImageProcessDIB&, cDIBSection&)> run;
-    std::vector<testing::Event> expect;
+    std::vector<test_support::Event> expect;
   };
-  using testing::expectedEvents;
-  auto concat = [](std::vector<testing::Event> a, const std::vector<testing::Event>& b) {
+  using test_support::expectedEvents;
+  auto concat = [](std::vector<test_support::Event> a, const std::vector<test_support::Event>& b) {
     a.insert(a.end(), b.begin(), b.end());
     return a;
   };
@@ -357,11 +357,11 @@ TEST(PixelEvents, OneProgressPerColumnWithTheirDescriptions) {
   // Wider than one strip: several strips, still one report per column, in order.
   cDIBSection huge;
   randomImage(huge, 270001, 2, 6);
-  const Bytes before = testing::snapshot(huge);
+  const Bytes before = test_support::snapshot(huge);
   log.events.clear();
   e.Invert(huge);
   EXPECT_EQ(log.events, expectedEvents("Invert", 810000, 0, 810000, 3));
-  EXPECT_EQ(testing::snapshot(huge), mapBytes(before, [](std::uint8_t v) { return std::uint8_t(255 - v); }));
+  EXPECT_EQ(test_support::snapshot(huge), mapBytes(before, [](std::uint8_t v) { return std::uint8_t(255 - v); }));
 }
 
 TEST(PixelEvents, EmptyImagesAreLeftAloneWithoutNotifications) {
