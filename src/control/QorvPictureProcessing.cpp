@@ -17,7 +17,6 @@
 #include "control/VariantConversion.h"
 #include <QorvPictureBox/AutomationError.h>
 #include "platform/PictureBox.h"
-#include "processing/Kernel2D.h"
 #include "processing/Rotation.h"
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"
@@ -118,14 +117,7 @@ void QorvPicture::AddCustomFilter(const IntArray2D& Array2D) {
     engine.setFilterArraySize(size >= 0 && size < 100 ? static_cast<std::int32_t>(size) : -1);
     throw AutomationError(errors::SubscriptOutOfRange, programName() + ".cImageProcess", "Subscript out of range");
   }
-  Kernel2D k(Array2D.lower1, Array2D.upper1, Array2D.lower2, Array2D.upper2);
-  for (int i = Array2D.lower1; i <= Array2D.upper1; ++i) {
-    for (int j = Array2D.lower2; j <= Array2D.upper2; ++j) {
-      const auto idx = static_cast<std::size_t>((i - Array2D.lower1) * extent2 + (j - Array2D.lower2));
-      if (idx < Array2D.values.size()) k(i, j) = Array2D.values[idx];
-    }
-  }
-  engine.AddCustomFilter(k);
+  engine.AddCustomFilter(Kernel2D(Array2D));
 }
 
 void QorvPicture::Darken(const QVariant& Amount) {

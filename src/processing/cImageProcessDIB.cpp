@@ -63,13 +63,13 @@ void cImageProcessDIB::setFilterValue(std::int32_t IX, std::int32_t iY, std::int
 void cImageProcessDIB::AddCustomFilter(const Kernel2D& Array2D) {
   // Sized from the first dimension's upper bound alone: an array that is not
   // symmetric about 0 runs into the bounds check during the copy.
-  const std::int64_t size = 2 * std::int64_t{Array2D.upper1()} + 1;
+  const std::int64_t size = 2 * std::int64_t{Array2D.upper1} + 1;
   if (size < std::numeric_limits<std::int32_t>::min() || size > std::numeric_limits<std::int32_t>::max()) {
     raise(filter_errors::InvalidValue, "Invalid size.  Size should be an odd number from 3 to 9");
   }
   setFilterArraySize(static_cast<std::int32_t>(size));
-  for (std::int32_t i = Array2D.lower1(); i <= Array2D.upper1(); ++i) {
-    for (std::int32_t j = Array2D.lower2(); j <= Array2D.upper2(); ++j) setFilterValue(i, j, Array2D(i, j));
+  for (std::int32_t i = Array2D.lower1; i <= Array2D.upper1; ++i) {
+    for (std::int32_t j = Array2D.lower2; j <= Array2D.upper2; ++j) setFilterValue(i, j, Array2D(i, j));
   }
 }
 

@@ -8,12 +8,15 @@
 #include <memory>
 #include <string>
 
-#include "processing/Kernel2D.h"
+#include <QorvPictureBox/IntArray2D.h>
 
 namespace qorv {
 
 class cDIBSection;
 struct ColumnPass;
+
+// The engine's kernels: 32-bit entries, horizontal offset first.
+using Kernel2D = Array2D<std::int32_t>;
 
 // Filter type numbers as the engine stores them (a plain 32-bit value, so that
 // out-of-range numbers can reach the checks and be refused).

@@ -107,7 +107,7 @@ TEST(FilterType, BuildsTheBuiltInKernels) {
     e.setFilterType(c.type);
     EXPECT_EQ(e.FilterType(), c.type);
     EXPECT_EQ(e.FilterWeight(), c.weight);
-    const std::int32_t r = c.kernel.upper1();
+    const std::int32_t r = c.kernel.upper1;
     EXPECT_EQ(e.FilterArraySize(), 2 * r + 1);
     for (std::int32_t j = -r; j <= r; ++j) {
       for (std::int32_t i = -r; i <= r; ++i) EXPECT_EQ(e.FilterValue(i, j), c.kernel(i, j)) << i << "," << j;
@@ -169,8 +169,8 @@ TEST(AddCustomFilter, AsymmetricArraysRunIntoTheBoundsCheck) {
 
 TEST(Kernel2D, RowsAreCentredAndBoundsChecked) {
   const Kernel2D k{{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
-  EXPECT_EQ(k.lower1(), -1);
-  EXPECT_EQ(k.upper2(), 1);
+  EXPECT_EQ(k.lower1, -1);
+  EXPECT_EQ(k.upper2, 1);
   EXPECT_EQ(k(-1, -1), 1);
   EXPECT_EQ(k(1, -1), 3);
   EXPECT_EQ(k(-1, 1), 7);
