@@ -1,4 +1,5 @@
 #include "platform/Host.h"
+#include "platform/HostMessage.h"
 
 #include <cstdio>
 
@@ -119,5 +120,19 @@ void yieldOnce() {
 }
 
 void setYieldHook(std::function<void()> hook) { yieldHook = std::move(hook); }
+
+namespace {
+std::function<int(const std::string&)>& messageHook() {
+  static std::function<int(const std::string&)> hook;
+  return hook;
+}
+}  // namespace
+
+int showHostMessage(const std::string& text) {
+  if (messageHook()) return messageHook()(text);
+  return host().messageBox(QString::fromStdString(text), 0, host().appTitle());
+}
+
+void setHostMessageHook(std::function<int(const std::string& text)> hook) { messageHook() = std::move(hook); }
 
 }  // namespace qorv

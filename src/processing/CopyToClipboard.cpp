@@ -1,6 +1,4 @@
-#include <QString>
-
-#include "platform/Host.h"
+#include "platform/HostMessage.h"
 #include "platform/ScopedGdi.h"
 #include "processing/cDIBSection.h"
 
@@ -15,8 +13,7 @@ bool cDIBSection::CopyToClipboard(bool bAsDIB) const {
 
   if (bAsDIB) {
     // A device-independent copy is deliberately not offered.
-    host().messageBox(QStringLiteral("I don't know how to put a DIB on the clipboard! Copy as bitmap instead!!!"), 0,
-                      host().appTitle());
+    showHostMessage("I don't know how to put a DIB on the clipboard! Copy as bitmap instead!!!");
     return false;
   }
 

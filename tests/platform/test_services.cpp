@@ -11,11 +11,14 @@
 #include <QTimer>
 
 #include <cmath>
+#include <string>
+#include <vector>
 
 #include <QorvPictureBox/AutomationError.h>
 #include <QorvPictureBox/Colors.h>
 #include <QorvPictureBox/Font.h>
 #include "platform/Host.h"
+#include "platform/HostMessage.h"
 #include "platform/Random.h"
 
 namespace qorv {
@@ -170,6 +173,41 @@ TEST(HostTest, InstalledHostReplacesTheDefault) {
   EXPECT_FALSE(host().userMode());
   setHost(nullptr);
   EXPECT_TRUE(host().userMode());
+}
+
+// Pixel code reaches the host's message box without Qt: plain text, no
+// flags, the application's title; a hook takes the message instead while set.
+TEST(HostTest, PlainMessagesGoToTheHostsMessageBoxOrTheHook) {
+  struct Recording : Host {
+    int messageBox(const QString& text, int flags, const QString& title) override {
+      seen.push_back({text, flags, title});
+      return 6;
+    }
+    QString appTitle() override { return QStringLiteral("Recorder"); }
+    struct Box {
+      QString text;
+      int flags;
+      QString title;
+    };
+    std::vector<Box> seen;
+  } recording;
+  setHost(&recording);
+  EXPECT_EQ(showHostMessage("caf\xC3\xA9 ready"), 6);
+  std::vector<std::string> hooked;
+  setHostMessageHook([&](const std::string& text) {
+    hooked.push_back(text);
+    return 2;
+  });
+  EXPECT_EQ(showHostMessage("to the hook"), 2);
+  setHostMessageHook(nullptr);
+  EXPECT_EQ(showHostMessage("back to the box"), 6);
+  setHost(nullptr);
+  ASSERT_EQ(recording.seen.size(), 2u);
+  EXPECT_EQ(recording.seen[0].text, QString::fromUtf8("caf\xC3\xA9 ready"));
+  EXPECT_EQ(recording.seen[0].flags, 0);
+  EXPECT_EQ(recording.seen[0].title, QStringLiteral("Recorder"));
+  EXPECT_EQ(recording.seen[1].text, QStringLiteral("back to the box"));
+  EXPECT_EQ(hooked, std::vector<std::string>{"to the hook"});
 }
 
 TEST(HostTest, YieldRunsPendingEventsOrTheInstalledHook) {
