@@ -85,19 +85,15 @@ bool QorvPicture::LoadFreeImage(QString* StrFilePath, qint32 ForceType, QString*
   request.forceType = ForceType;
   request.jpegLoadQuality = d_->settings.jpegLoadQuality;
   request.maxPixels = d_->settings.maxLoadPixels;
-  gdi::HBITMAP drawn = 0;
-  const imageio::IoOutcome outcome = imageio::LoadIntoBuffer(request, d_->Buffer(), &drawn);
-  if (!outcome.ok()) {
-    d_->setError(outcome.code, outcome.description, outcome.flag);
+  imageio::LoadedPicture loaded = imageio::LoadPicture(request);
+  if (!loaded.outcome.ok()) {
+    d_->setError(loaded.outcome.code, loaded.outcome.description, loaded.outcome.flag);
     return false;
   }
-  // The bitmap that was drawn holds exactly what Buffer shows now.
-  PicturePtr drawnPicture = Picture::fromBitmap(drawn);
-  if (!drawnPicture && drawn) gdi::DeleteObject(drawn);
-
-  // The bitmap drawn into Buffer becomes the current picture.
-  if (!drawnPicture) drawnPicture = d_->Buffer().Image();
-  d_->completeLoad(path, outcome.fif, outcome.bitsPerPixel, DoNotRender, std::move(drawnPicture));
+  // Buffer shows the loaded picture, sharing its pixels, and the picture
+  // becomes the current one.
+  d_->Buffer().placePicture(loaded.picture);
+  d_->completeLoad(path, loaded.outcome.fif, loaded.outcome.bitsPerPixel, DoNotRender, std::move(loaded.picture));
   return true;
 }
 

@@ -8,7 +8,6 @@
 #include "imageio/FormatTable.h"
 #include "imageio/Paths.h"
 #include "imageio/modFreeImage.h"
-#include "platform/PictureBox.h"
 #include "platform/ScopedGdi.h"
 #include <QorvPictureBox/gdi.h>
 
@@ -201,31 +200,25 @@ DibPtr LoadDib(const LoadRequest& request, IoOutcome& out) {
   return dib;
 }
 
-IoOutcome LoadIntoBuffer(const LoadRequest& request, PictureBox& buffer, gdi::HBITMAP* drawn) {
-  IoOutcome out;
-  DibPtr dib = LoadDib(request, out);
+LoadedPicture LoadPicture(const LoadRequest& request) {
+  LoadedPicture out;
+  DibPtr dib = LoadDib(request, out.outcome);
   if (!dib) return out;
 
   ScopedBitmap bitmap;
   if (!modFreeImage::FreeImage_BMP_From_DIB(dib.get(), bitmap.out())) {
-    failLoad(out);
+    failLoad(out.outcome);
     return out;
   }
-  // The library copy is no longer needed; letting it go before the buffer grows
-  // keeps the peak at two picture-sized allocations.
+  // The library copy is no longer needed; letting it go before the caller
+  // places the picture keeps the peak at two picture-sized allocations.
   dib.reset();
-
-  // The buffer shows the converted bitmap at its own size. Sharing its pixels
-  // gives that without clearing, growing and copying a picture-sized image.
-  if (!buffer.placeBitmap(bitmap.get())) {
-    const std::int32_t width = modFreeImage::FreeImage_GetBitmapWidth(bitmap.get());
-    const std::int32_t height = modFreeImage::FreeImage_GetBitmapHeight(bitmap.get());
-    buffer.setPicture(PicturePtr());
-    buffer.Cls();
-    buffer.Move(buffer.Left(), buffer.Top(), width, height);
-    modFreeImage::FreeImage_RenderBitmap(bitmap.get(), buffer.hDC(), 0, 0, -1, -1, false);
+  out.picture = Picture::fromBitmap(bitmap.get());
+  if (!out.picture) {
+    failLoad(out.outcome);
+    return out;
   }
-  if (drawn) *drawn = bitmap.release();
+  bitmap.release();  // the picture owns it now
   return out;
 }
 

@@ -1,6 +1,6 @@
 // The file-reading half of loading a picture: format detection, the library
-// load, conversion to a device bitmap and placing it in the control's picture
-// buffer. The control adds the dialog, the busy cursor and the hand-over.
+// load and conversion to a device bitmap. The control places the picture and
+// adds the dialog, the busy cursor and the hand-over.
 #pragma once
 
 #include <cstdint>
@@ -9,11 +9,7 @@
 #include <QString>
 
 #include "imageio/FreeImageHandle.h"
-#include <QorvPictureBox/gdi.h>
-
-namespace qorv {
-class PictureBox;
-}
+#include <QorvPictureBox/Picture.h>
 
 namespace qorv::imageio {
 
@@ -55,12 +51,16 @@ struct LoadRequest {
 // whatever the file's sample type). On failure returns null and fills `out`.
 DibPtr LoadDib(const LoadRequest& request, IoOutcome& out);
 
-// Loads the file and places the picture in `buffer`: its background picture
-// removed, cleared, sized to the picture and the picture drawn at the origin.
-// Nothing of `buffer` changes when the outcome is a failure.
-// When `drawn` is given it receives the device bitmap that was drawn (owned by
-// the caller from then on), so a caller that wants it as the buffer's picture
-// needs no second copy of the pixels.
-IoOutcome LoadIntoBuffer(const LoadRequest& request, PictureBox& buffer, gdi::HBITMAP* drawn = nullptr);
+// A load's outcome and, when it succeeded, the picture: a 32-bit top-down
+// device bitmap held by a shared Picture. The caller places it without a copy
+// (PictureBox::placePicture) and keeps it as the current picture.
+struct LoadedPicture {
+  IoOutcome outcome;
+  PicturePtr picture;  // null unless outcome.ok()
+};
+
+// Loads the file as a device bitmap. Nothing but the library's own state
+// changes; a failure comes back as the outcome with no picture.
+LoadedPicture LoadPicture(const LoadRequest& request);
 
 }  // namespace qorv::imageio

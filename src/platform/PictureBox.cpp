@@ -407,6 +407,14 @@ bool PictureBox::placeBitmap(gdi::HBITMAP hbm) {
   return true;
 }
 
+void PictureBox::placePicture(const PicturePtr& pic) {
+  if (!pic || pic->Handle() == 0 || placeBitmap(pic->Handle())) return;
+  setPicture(PicturePtr());
+  Cls();
+  Move(Left(), Top(), pic->Width(), pic->Height());
+  d->blit(pic, 0, 0, pic->Width(), pic->Height(), 0, 0, pic->Width(), pic->Height(), gdi::SRCCOPY);
+}
+
 PicturePtr PictureBox::Image() const {
   if (d->innerWidth() <= 0 || d->innerHeight() <= 0) return nullptr;
   // The snapshot shares the image's pixels; whichever is drawn on next gets a

@@ -93,6 +93,12 @@ class PictureBox : public QObject {
   // 32-bit top-down bitmap, or a border would shrink the image); also false,
   // with the picture already removed, when memory runs out.
   bool placeBitmap(gdi::HBITMAP hbm);
+  // Shows `pic` as the image at its own size with no background picture:
+  // shared through placeBitmap when it can be, otherwise the picture removed,
+  // the image cleared, the box resized to the picture and the picture blitted
+  // at (0, 0). Either way the image then holds exactly the picture's pixels.
+  // Nothing happens for a null picture.
+  void placePicture(const PicturePtr& pic);
 
   // --- appearance and drawing state ---------------------------------------------
   COLORREF BackColor() const;

@@ -259,6 +259,36 @@ TEST(SharedPanes, PlaceBitmapRefusesWhatItCannotShare) {
   gdi::DeleteObject(dib);
 }
 
+// A loaded picture is placed by sharing where the box allows it and by the
+// classic clear, resize and blit where it does not (a border): both leave
+// the picture removed and exactly the picture's pixels in the image.
+TEST(SharedPanes, PlacePictureSharesOrDrawsToTheSamePixels) {
+  PicturePtr src = noisePicture(37, 21, 11);
+  for (const int border : {0, 1}) {
+    SCOPED_TRACE(border);
+    Pane p(10, 10);
+    p.box.setBorderStyle(border);
+    p.box.setPicture(noisePicture(10, 10, 12));
+    const std::uint64_t copies = gdi::SharedPixelCopies();
+    p.box.placePicture(src);
+    EXPECT_FALSE(p.box.Picture());
+    EXPECT_EQ(p.box.Width(), 37);
+    EXPECT_EQ(p.box.Height(), 21);
+    // A border takes two pixels each side; the picture's top-left part shows.
+    const int w = static_cast<int>(p.box.ScaleWidth()), h = static_cast<int>(p.box.ScaleHeight());
+    EXPECT_EQ(w, 37 - 4 * border);
+    EXPECT_EQ(paneOf(p.box), expectedCls(w, h, src));
+    if (border == 0) {
+      EXPECT_EQ(gdi::SharedPixelCopies(), copies) << "shared, not copied";
+    }
+  }
+  Pane p(10, 10);
+  const std::vector<std::uint32_t> before = paneOf(p.box);
+  p.box.placePicture(nullptr);
+  EXPECT_EQ(p.box.Width(), 10);
+  EXPECT_EQ(paneOf(p.box), before);
+}
+
 TEST(SharedPanes, NoHandlesLeakThroughSharing) {
   const std::size_t live = gdi::LiveObjectCount();
   {
