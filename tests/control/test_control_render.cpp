@@ -3,6 +3,7 @@
 #include <QImage>
 
 #include "ControlFixture.h"
+#include "support/TestNames.h"
 #include "platform/Timer.h"
 #include <QorvPictureBox/gdi.h>
 
@@ -260,7 +261,8 @@ INSTANTIATE_TEST_SUITE_P(
                       ViewCase{"no stretch uncentred", 120, 80, 400, false, false, false, false, 11, 12},
                       ViewCase{"tiled 50", 120, 80, 50, true, false, true, true, 5, 5},
                       ViewCase{"tiled centred 33", 120, 80, 33, true, true, true, true, 0, 0},
-                      ViewCase{"tiled no stretch", 70, 90, 100, false, true, true, false, -3, 4}));
+                      ViewCase{"tiled no stretch", 70, 90, 100, false, true, true, false, -3, 4}),
+    [](const auto& p) { return test_support::readableName(p.param.what); });
 
 }  // namespace
 }  // namespace qorv

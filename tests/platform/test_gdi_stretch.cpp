@@ -274,7 +274,14 @@ TEST_P(StretchModes, ClippedBlitEqualsCropOfUnclippedBlit) {
 
 INSTANTIATE_TEST_SUITE_P(AllModes, StretchModes,
                          ::testing::Values(BLACKONWHITE, WHITEONBLACK, COLORONCOLOR, HALFTONE),
-                         [](const auto& p) { return "mode" + std::to_string(p.param); });
+                         [](const auto& p) {
+                           switch (p.param) {
+                             case BLACKONWHITE: return std::string("BlackOnWhite");
+                             case WHITEONBLACK: return std::string("WhiteOnBlack");
+                             case COLORONCOLOR: return std::string("ColorOnColor");
+                             default: return std::string("Halftone");
+                           }
+                         });
 
 TEST(StretchBlt, HugeClippedDestinationMatchesReferenceInTheVisiblePart) {
   std::mt19937 rng(5);

@@ -7,6 +7,7 @@
 #include <QorvPictureBox/Picture.h>
 #include "platform/PictureBox.h"
 #include <QorvPictureBox/gdi.h>
+#include "support/TestNames.h"
 #include "view/RenderFrame.h"
 #include "view/StretchModel.h"
 
@@ -83,7 +84,8 @@ INSTANTIATE_TEST_SUITE_P(
                       FrameCase{"tiled enlarged", -10, -5, 80, 60, true, true, true},
                       FrameCase{"tiled far left", -1003, 2, 17, 11, true, true, true},
                       FrameCase{"tiled unscaled", 4, 4, 40, 30, true, true, false},
-                      FrameCase{"tiled by painting", 1, 2, 9, 8, true, false, true}));
+                      FrameCase{"tiled by painting", 1, 2, 9, 8, true, false, true}),
+    [](const auto& p) { return test_support::readableName(p.param.what); });
 
 TEST(ComposedFrame, SubPixelSizeDrawsNothing) {
   Scene s(40, 30, 20, 20);

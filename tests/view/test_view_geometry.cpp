@@ -3,7 +3,9 @@
 
 #include <cmath>
 #include <limits>
+#include <string>
 
+#include "support/TestNames.h"
 #include "view/ViewGeometry.h"
 
 namespace qorv::view {
@@ -61,7 +63,8 @@ INSTANTIATE_TEST_SUITE_P(
         SizeCase{"original at 100%", 640, 480, 10, 10, 100, true, true, true, 640, 480},
         SizeCase{"zero zoom", 400, 200, 300, 300, 0, true, false, false, 0, 0},
         SizeCase{"negative zoom", 400, 200, 300, 300, -50, true, false, false, -150, -150},
-        SizeCase{"largest zoom", 400, 200, 300, 300, 32767, true, false, true, 400 * 327.67, 200 * 327.67}));
+        SizeCase{"largest zoom", 400, 200, 300, 300, 32767, true, false, true, 400 * 327.67, 200 * 327.67}),
+    [](const auto& p) { return test_support::readableName(p.param.what); });
 
 TEST(DisplayedSize, KeepAspectWithNegativeZoomFollowsArithmetic) {
   GeometryInput g;
@@ -111,7 +114,13 @@ INSTANTIATE_TEST_SUITE_P(Cases, Fit,
                                            FitCase{200, 400, 300, 300, false, 150, 300},
                                            FitCase{400, 200, 100, 50, true, 100, 50},  // equal ratios
                                            FitCase{300, 300, 300, 300, false, 300, 300},
-                                           FitCase{1000, 10, 50, 50, true, 50, 0.5}));
+                                           FitCase{1000, 10, 50, 50, true, 50, 0.5}),
+                         [](const auto& p) {
+                           const FitCase& c = p.param;
+                           auto n = [](double v) { return std::to_string(static_cast<long long>(v)); };
+                           return "Picture" + n(c.W) + "x" + n(c.H) + "_Box" + n(c.BoxW) + "x" + n(c.BoxH) +
+                                  (c.keepSmall ? "_KeepSmall" : "");
+                         });
 
 TEST(Fit, ZeroBoxFollowsDoubleArithmetic) {
   double w = 0, h = 0;
@@ -159,7 +168,8 @@ INSTANTIATE_TEST_SUITE_P(
                       ClampCase{"half 101.5 rounds to even", false, 600, 803, 150, 102},
                       ClampCase{"minus half 100.5", false, 600, 801, -150, -100},
                       ClampCase{"far outside", false, 600, 1000, std::numeric_limits<std::int32_t>::min(), -200},
-                      ClampCase{"far outside high", false, 600, 1000, std::numeric_limits<std::int32_t>::max(), 200}));
+                      ClampCase{"far outside high", false, 600, 1000, std::numeric_limits<std::int32_t>::max(), 200}),
+    [](const auto& p) { return test_support::readableName(p.param.what); });
 
 TEST(Corner, CentredAndRaw) {
   const Point2 raw = TopLeft(false, 12, -7, 300, 300, 1000, 1000);
