@@ -243,7 +243,8 @@ bool allSingle(const AxisMap& a) {
 template <typename Body>
 void splitRows(int total, std::int64_t pixelsPerRow, Body body) {
   constexpr std::int64_t kUnitsPerPixel = qorv::kParallelRowsMinWork >> 17;
-  qorv::parallelRows(0, total - 1, pixelsPerRow * kUnitsPerPixel, [&](std::int32_t a, std::int32_t b) { body(a, b + 1); });
+  qorv::parallelRows(0, total - 1, pixelsPerRow * kUnitsPerPixel,
+                     [&](std::int32_t a, std::int32_t b) { body(a, b + 1); });
 }
 
 bool contiguousColumns(const AxisMap& ax) {

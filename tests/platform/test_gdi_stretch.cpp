@@ -7,6 +7,8 @@
 #include <random>
 #include <string>
 
+#include "platform/CpuFeatures.h"
+#include "platform/RowParallel.h"
 #include "platform/test_gdi_util.h"
 
 using namespace gdi;
@@ -282,6 +284,35 @@ INSTANTIATE_TEST_SUITE_P(AllModes, StretchModes,
                              default: return std::string("Halftone");
                            }
                          });
+
+// Large stretches go to the row pool and, for HALFTONE, to the AVX2 rows
+// where the processor has them: the pixels must be the same with the pool
+// switched off and with the extensions hidden.
+TEST(StretchBlt, LargeStretchesGiveTheSamePixelsPooledAloneAndGeneric) {
+  std::mt19937 rng(21);
+  Canvas src(900, 700);
+  src.randomise(rng);
+  struct Size {
+    int w, h;
+  };
+  for (const int mode : {BLACKONWHITE, COLORONCOLOR, HALFTONE}) {
+    for (const Size d : {Size{1300, 500}, Size{400, 300}, Size{1000, 1400}}) {
+      std::vector<std::vector<std::uint32_t>> results;
+      for (const auto& [pool, generic] : {std::pair{true, false}, {false, false}, {true, true}}) {
+        qorv::setParallelRowsAllowed(pool);
+        qorv::forceGenericPaths(generic);
+        Canvas dst(d.w, d.h);
+        SetStretchBltMode(dst.dc(), mode);
+        StretchBlt(dst.dc(), 0, 0, d.w, d.h, src.dc(), 3, 5, 891, 690, SRCCOPY);
+        results.push_back(dst.pixels());
+      }
+      qorv::setParallelRowsAllowed(true);
+      qorv::forceGenericPaths(false);
+      EXPECT_TRUE(results[1] == results[0]) << "caller only, mode " << mode << " " << d.w << "x" << d.h;
+      EXPECT_TRUE(results[2] == results[0]) << "generic, mode " << mode << " " << d.w << "x" << d.h;
+    }
+  }
+}
 
 TEST(StretchBlt, HugeClippedDestinationMatchesReferenceInTheVisiblePart) {
   std::mt19937 rng(5);
