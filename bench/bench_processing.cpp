@@ -1,6 +1,7 @@
 // Image processing throughput on a 6000 x 4000 picture (72 MB of pixels),
 // each operation measured next to a plain memcpy of the same bytes in the
-// same run, so that the figures can be read as ratios.
+// same run, so that the figures can be read as ratios. A screen-sized picture
+// (1024 x 768) shows what splitting rows costs where the work is small.
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include <QorvPictureBox/gdi.h>
+#include "platform/ScopedGdi.h"
 #include "processing/Rotation.h"
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"
@@ -33,16 +35,24 @@ void fill(cDIBSection& d, std::uint32_t seed) {
 
 struct Pictures {
   cDIBSection image, buffer;
-  Pictures() {
-    image.Create(kW, kH);
-    buffer.Create(kW, kH);
+  Pictures(int w, int h) {
+    image.Create(w, h);
+    buffer.Create(w, h);
     fill(image, 1);
     fill(buffer, 2);
   }
 };
 
 Pictures& pictures() {
-  static Pictures p;
+  static Pictures p(kW, kH);
+  return p;
+}
+
+constexpr int kSmallW = 1024;
+constexpr int kSmallH = 768;
+
+Pictures& smallPictures() {
+  static Pictures p(kSmallW, kSmallH);
   return p;
 }
 
@@ -125,23 +135,45 @@ void BM_Resample(benchmark::State& state) {
   }
 }
 
+// Small pictures: the same operations where the hand-over to other threads
+// is a visible share of the time.
+void BM_SmallInvert(benchmark::State& state) {
+  useThreads(state);
+  cImageProcessDIB e;
+  for (auto _ : state) e.Invert(smallPictures().image);
+}
+
+void BM_SmallGrayscale(benchmark::State& state) {
+  useThreads(state);
+  cImageProcessDIB e;
+  for (auto _ : state) e.Grayscale(smallPictures().image);
+}
+
+void BM_SmallDarken(benchmark::State& state) {
+  useThreads(state);
+  cImageProcessDIB e;
+  for (auto _ : state) e.Fade(smallPictures().image, 254);
+}
+
+void BM_SmallBlur(benchmark::State& state) {
+  useThreads(state);
+  Pictures& p = smallPictures();
+  cImageProcessDIB e;
+  e.setFilterType(filter::eBlur);
+  for (auto _ : state) e.Convolve(p.buffer, p.image);
+}
+
 // The quarter turn between two device bitmaps, as the control's panes hold them.
 void BM_QuarterTurn(benchmark::State& state) {
   useThreads(state);
-  const gdi::HDC src = gdi::CreateCompatibleDC(0);
-  const gdi::HDC dst = gdi::CreateCompatibleDC(0);
-  const gdi::HBITMAP a = gdi::CreateCompatibleBitmap(0, kW, kH);
-  const gdi::HBITMAP b = gdi::CreateCompatibleBitmap(0, kH, kW);
-  const gdi::HGDIOBJ oldA = gdi::SelectObject(src, a);
-  const gdi::HGDIOBJ oldB = gdi::SelectObject(dst, b);
-  gdi::BitBlt(src, 0, 0, kW, kH, pictures().image.hdc(), 0, 0, gdi::SRCCOPY);
-  for (auto _ : state) qorv::rotateBlt(dst, kH / 2, kW / 2, 90, src, 0, 0, kW, kH);
-  gdi::SelectObject(src, oldA);
-  gdi::SelectObject(dst, oldB);
-  gdi::DeleteObject(a);
-  gdi::DeleteObject(b);
-  gdi::DeleteDC(src);
-  gdi::DeleteDC(dst);
+  const qorv::ScopedMemDC src(gdi::CreateCompatibleDC(0));
+  const qorv::ScopedMemDC dst(gdi::CreateCompatibleDC(0));
+  const qorv::ScopedBitmap a(gdi::CreateCompatibleBitmap(0, kW, kH));
+  const qorv::ScopedBitmap b(gdi::CreateCompatibleBitmap(0, kH, kW));
+  const qorv::ScopedSelect selA(src.get(), a.get());
+  const qorv::ScopedSelect selB(dst.get(), b.get());
+  gdi::BitBlt(src.get(), 0, 0, kW, kH, pictures().image.hdc(), 0, 0, gdi::SRCCOPY);
+  for (auto _ : state) qorv::rotateBlt(dst.get(), kH / 2, kW / 2, 90, src.get(), 0, 0, kW, kH);
 }
 
 // The 32-bit device bitmaps of a quarter turn hold 96 MB; this is their copy.
@@ -165,6 +197,10 @@ BENCHMARK(BM_Grayscale)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealT
 BENCHMARK(BM_Darken)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Invert)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Flip)->ArgsProduct({{1, 2}, {0, 1, 2}})->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_SmallInvert)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(BM_SmallGrayscale)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(BM_SmallDarken)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(BM_SmallBlur)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond)->UseRealTime();
 BENCHMARK(BM_Memcpy32)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_QuarterTurn)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_BlackAndWhite)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(2);

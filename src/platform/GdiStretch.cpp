@@ -612,7 +612,7 @@ void stretchImage(const Image& dst, const Image* src, const StretchRequest& r) {
 
   const Image& source = *src;
   if (allSingle(ax) && allSingle(ay)) {
-    // A straight row copy is bound by memory bandwidth: a second thread only adds its start-up.
+    // A straight row copy is bound by memory bandwidth: more threads only add their hand-over.
     const std::int64_t perRow = contiguousColumns(ax) && store == kStores[0xC] ? 0 : ax.count;
     splitRows(ay.count, perRow, [&](int a, int b) { pickPath(dst, source, ax, ay, store, a, b); });
   } else if (r.mode == HALFTONE) {

@@ -45,7 +45,7 @@ std::unique_ptr<cDIBSection> cDIBSection::Resample(std::int32_t lNewHeight, std:
     taps[static_cast<std::size_t>(x)] = Tap{3 * ix, 3 * ix1, fx - ix};
   }
 
-  // Rows are independent: split over two threads for large pictures.
+  // Rows are independent: large pictures are split over the row pool.
   parallelRows(0, lNewHeight - 1, static_cast<std::int64_t>(lNewWidth) * 24,
                        [&](std::int32_t yFirst, std::int32_t yLast) {
     for (std::int32_t y = yFirst; y <= yLast; ++y) {

@@ -188,7 +188,7 @@ TEST(DibResample, LargePicturesMatchTheReference) {
   cDIBSection src;
   ASSERT_TRUE(src.Create(700, 500));
   test_support::fillRandom(src, 17);
-  auto out = src.Resample(800, 1000);  // split over two threads
+  auto out = src.Resample(800, 1000);  // split over the row pool
   ASSERT_TRUE(out);
   const Bytes expect = test_support::reference::resample(test_support::snapshot(src), 1000, 800);
   const Bytes got = test_support::snapshot(*out);
