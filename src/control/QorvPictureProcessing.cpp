@@ -17,6 +17,7 @@
 #include "control/VariantConversion.h"
 #include <QorvPictureBox/AutomationError.h>
 #include "platform/PictureBox.h"
+#include "platform/ScopedGdi.h"
 #include "processing/Rotation.h"
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"
@@ -28,21 +29,17 @@ namespace {
 // A device bitmap holding a copy of the working image, as a picture.
 PicturePtr pictureFrom(const cDIBSection& img) {
   if (img.IsEmpty()) return nullptr;
-  const gdi::HBITMAP bmp = gdi::CreateCompatibleBitmap(0, img.Width(), img.Height());
-  if (bmp == 0) return nullptr;
-  const gdi::HDC dc = gdi::CreateCompatibleDC(0);
-  if (dc == 0) {
-    gdi::DeleteObject(bmp);
-    return nullptr;
+  ScopedBitmap bmp(gdi::CreateCompatibleBitmap(0, img.Width(), img.Height()));
+  if (!bmp) return nullptr;
+  const ScopedMemDC dc(gdi::CreateCompatibleDC(0));
+  if (!dc) return nullptr;
+  {
+    ScopedSelect sel(dc.get(), bmp.get());
+    if (!sel.ok()) return nullptr;
+    img.PaintPicture(dc.get(), 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
   }
-  const gdi::HGDIOBJ old = gdi::SelectObject(dc, bmp);
-  if (old != 0) {
-    img.PaintPicture(dc, 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
-    gdi::SelectObject(dc, old);
-  }
-  gdi::DeleteDC(dc);
-  PicturePtr pic = old != 0 ? Picture::fromBitmap(bmp) : nullptr;
-  if (!pic) gdi::DeleteObject(bmp);
+  PicturePtr pic = Picture::fromBitmap(bmp.get());
+  if (pic) bmp.release();  // the picture owns it now
   return pic;
 }
 

@@ -6,6 +6,7 @@
 
 #include "platform/GdiSurface.h"
 #include "platform/Host.h"
+#include "platform/ScopedGdi.h"
 #include "view/RenderFrame.h"
 #include "view/ViewGeometry.h"
 
@@ -116,23 +117,20 @@ void ViewEngine::normalizePicture() {
   gdi::Surface s;
   if (gdi::BitmapSurfaceRead(src, s) && s.bitsPerPixel == 32 && !s.bottomUp) return;  // already what frames need
   // Any other layout becomes a 32-bit device bitmap of the same size.
-  gdi::HDC srcDC = gdi::CreateCompatibleDC(0);
-  gdi::HDC dstDC = gdi::CreateCompatibleDC(0);
-  gdi::HBITMAP dst = gdi::CreateCompatibleBitmap(0, pic->Width(), pic->Height());
-  PicturePtr copy;
-  if (srcDC && dstDC && dst) {
-    const gdi::HGDIOBJ oldSrc = gdi::SelectObject(srcDC, src);
-    const gdi::HGDIOBJ oldDst = gdi::SelectObject(dstDC, dst);
-    gdi::BitBlt(dstDC, 0, 0, pic->Width(), pic->Height(), srcDC, 0, 0, gdi::SRCCOPY);
-    gdi::SelectObject(srcDC, oldSrc);
-    gdi::SelectObject(dstDC, oldDst);
-    copy = Picture::fromBitmap(dst);
-    if (copy) dst = 0;
+  const ScopedMemDC srcDC(gdi::CreateCompatibleDC(0));
+  const ScopedMemDC dstDC(gdi::CreateCompatibleDC(0));
+  ScopedBitmap dst(gdi::CreateCompatibleBitmap(0, pic->Width(), pic->Height()));
+  if (!srcDC || !dstDC || !dst) return;
+  {
+    // Both bitmaps leave their contexts before the copy is handed over.
+    const ScopedSelect selSrc(srcDC.get(), src);
+    const ScopedSelect selDst(dstDC.get(), dst.get());
+    gdi::BitBlt(dstDC.get(), 0, 0, pic->Width(), pic->Height(), srcDC.get(), 0, 0, gdi::SRCCOPY);
   }
-  if (dst) gdi::DeleteObject(dst);
-  if (srcDC) gdi::DeleteDC(srcDC);
-  if (dstDC) gdi::DeleteDC(dstDC);
-  if (copy) b.setPicture(copy);
+  PicturePtr copy = Picture::fromBitmap(dst.get());
+  if (!copy) return;
+  dst.release();  // the picture owns it now
+  b.setPicture(copy);
 }
 
 void ViewEngine::assignPicture(const PicturePtr& picture, bool fastLoad) {
