@@ -175,7 +175,7 @@ std::optional<std::vector<Step>> parseSteps(Parser& p) {
                          const int before = c.OrgPictureWidth();
                          c.Resample(w, h);
                          if (c.OrgPictureWidth() != w && before != w) {
-                           throw qorv::AutomationError(7, "qorv", "Out of memory");
+                           throw qorv::AutomationError(qorv::errors::OutOfMemory, "qorv", "Out of memory");
                          }
                        }});
     } else {

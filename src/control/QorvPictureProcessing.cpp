@@ -26,6 +26,31 @@ namespace qorv {
 
 namespace {
 
+// Hosts pass filter types and flip orientations as plain numbers, which reach
+// the engine unchanged; the public enumerations must name the engine's values.
+template <class E>
+constexpr std::int32_t number(E e) {
+  return static_cast<std::int32_t>(e);
+}
+static_assert(number(gEFilterTypes::_Min) == filter::_Min && number(gEFilterTypes::eBlur) == filter::eBlur &&
+              number(gEFilterTypes::eBlurMore) == filter::eBlurMore &&
+              number(gEFilterTypes::eSoften) == filter::eSoften &&
+              number(gEFilterTypes::eSoftenMore) == filter::eSoftenMore &&
+              number(gEFilterTypes::eSharpen) == filter::eSharpen &&
+              number(gEFilterTypes::eSharpenMore) == filter::eSharpenMore &&
+              number(gEFilterTypes::eUnSharp) == filter::eUnSharp &&
+              number(gEFilterTypes::eEmboss) == filter::eEmboss &&
+              number(gEFilterTypes::eMedian) == filter::eMedian &&
+              number(gEFilterTypes::eMinimum) == filter::eMinimum &&
+              number(gEFilterTypes::eMaximum) == filter::eMaximum &&
+              number(gEFilterTypes::eCount) == filter::eCount &&
+              number(gEFilterTypes::eCustom) == filter::eCustom && number(gEFilterTypes::_Max) == filter::_Max,
+              "filter type numbers differ between the public enumeration and the engine");
+static_assert(number(FlipOrientations::Horizontal) == flip::Horizontal &&
+                  number(FlipOrientations::Verticle) == flip::Verticle &&
+                  number(FlipOrientations::Hor_And_Vert) == flip::Hor_And_Vert,
+              "flip orientation numbers differ between the public enumeration and the engine");
+
 // A device bitmap holding a copy of the working image, as a picture.
 PicturePtr pictureFrom(const cDIBSection& img) {
   if (img.IsEmpty()) return nullptr;

@@ -1,5 +1,6 @@
 #include "imageio/ImageLoad.h"
 
+#include <QorvPictureBox/AutomationError.h>
 #include <cstdio>
 
 #include <QFile>
@@ -115,9 +116,9 @@ FIBITMAP* callLoader(std::int32_t fif, const char* path, std::int32_t flags) {
 const QString kLoadFailed = QStringLiteral("Error loading file. File may be too large or corrupted.");
 
 void failLoad(IoOutcome& out) {
-  out.code = 170;
+  out.code = error_record::LoadFailed;
   out.description = kLoadFailed;
-  out.flag = 48;
+  out.flag = error_record::FlagWarning;
 }
 
 bool tooLarge(std::int64_t w, std::int64_t h, std::int64_t limit) {
@@ -177,9 +178,9 @@ DibPtr LoadDib(const LoadRequest& request, IoOutcome& out) {
   out = IoOutcome{};
   out.fif = DetectFormat(request.path, request.forceType);
   if (out.fif == FifUnknown) {
-    out.code = 101;
+    out.code = error_record::FormatNotSupported;
     out.description = QStringLiteral("File format not supported (") + FileExtension(request.path) + u')';
-    out.flag = 48;
+    out.flag = error_record::FlagWarning;
     return DibPtr();
   }
   const QByteArray native = QFile::encodeName(request.path);

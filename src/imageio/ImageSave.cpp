@@ -1,5 +1,6 @@
 #include "imageio/ImageSave.h"
 
+#include <QorvPictureBox/AutomationError.h>
 #include <QFileInfo>
 #include <QSaveFile>
 
@@ -93,18 +94,22 @@ bool SaveDibAtomically(FIBITMAP* dib, std::int32_t fif, const QString& path, std
 IoOutcome SaveBitmap(gdi::HBITMAP picture, const QString& path, std::int32_t quality, std::int32_t fifType) {
   const std::int32_t fif = fifType == FifUnknown ? GetFIFFormatFromExtension(path) : fifType;
   if (fif == FifUnknown)
-    return failure(101, QStringLiteral("File format not supported (") + FileExtension(path) + u')', 48, fif);
+    return failure(error_record::FormatNotSupported,
+                   QStringLiteral("File format not supported (") + FileExtension(path) + u')',
+                   error_record::FlagWarning, fif);
 
   DibPtr dib24 = gdi::GetObjectType(picture) == gdi::OBJ_BITMAP ? direct24(picture) : DibPtr();
   if (!dib24) {
     FIBITMAP* raw = nullptr;
     if (!modFreeImage::FreeImage_DIB_From_BMP(picture, raw))
-      return failure(170, QStringLiteral("Unable to convert bitmap to DIP section"), 48, fif);
+      return failure(error_record::LoadFailed, QStringLiteral("Unable to convert bitmap to DIP section"),
+                     error_record::FlagWarning, fif);
     DibPtr dib32(raw);
     dib24.reset(FreeImage_ConvertTo24Bits(dib32.get()));
   }
   if (!SaveDibAtomically(dib24.get(), fif, path, quality))
-    return failure(900, QStringLiteral("Unable to save picture, unknown error"), 16, fif);
+    return failure(error_record::SaveFailed, QStringLiteral("Unable to save picture, unknown error"),
+                   error_record::FlagCritical, fif);
   IoOutcome ok;
   ok.fif = fif;
   return ok;

@@ -143,7 +143,7 @@ struct PictureBox::Impl {
   int innerHeight() const { return std::max(0, height - 2 * border()); }
 
   [[noreturn]] static void outOfMemory() {
-    throw AutomationError(7, programName(), "Out of memory");
+    throw AutomationError(errors::OutOfMemory, programName(), "Out of memory");
   }
 
   // Whether `hbm` has exactly the persistent image's layout at size w x h, so
@@ -584,7 +584,7 @@ void PictureBox::Print(const QString& text) {
 void PictureBox::PaintPicture(const PicturePtr& pic, float x1, float y1, std::optional<float> w1,
                               std::optional<float> h1, std::optional<float> x2, std::optional<float> y2,
                               std::optional<float> w2, std::optional<float> h2, std::optional<std::uint32_t> opcode) {
-  if (!pic || pic->Handle() == 0) throw AutomationError(481, programName(), "Invalid picture");
+  if (!pic || pic->Handle() == 0) throw AutomationError(errors::InvalidPicture, programName(), "Invalid picture");
   const int sx = argOr(x2, 0);
   const int sy = argOr(y2, 0);
   const int sw = argOr(w2, pic->Width() - sx);

@@ -35,15 +35,15 @@ std::string cImageProcessDIB::FilterName(std::int32_t type) {
 }
 
 void cImageProcessDIB::setFilterType(std::int32_t value) {
-  if (value < filter::eBlur || value >= filter::_Max) raise(filter_errors::InvalidValue, "Invalid filter types.");
+  if (value < filter::eBlur || value >= filter::_Max) raise(errors::FilterInvalidValue, "Invalid filter types.");
   type_ = value;
   if (value != filter::eCustom) rebuildKernel();
 }
 
 void cImageProcessDIB::setFilterArraySize(std::int32_t value) {
-  if (value % 2 == 0) raise(filter_errors::SizeMustBeOdd, "Size must be an odd number");
+  if (value % 2 == 0) raise(errors::FilterSizeMustBeOdd, "Size must be an odd number");
   if (value < 0 || value >= 100) {
-    raise(filter_errors::InvalidValue, "Invalid size.  Size should be an odd number from 3 to 9");
+    raise(errors::FilterInvalidValue, "Invalid size.  Size should be an odd number from 3 to 9");
   }
   size_ = value;
   half_ = value / 2;
@@ -65,7 +65,7 @@ void cImageProcessDIB::AddCustomFilter(const Kernel2D& Array2D) {
   // symmetric about 0 runs into the bounds check during the copy.
   const std::int64_t size = 2 * std::int64_t{Array2D.upper1} + 1;
   if (size < std::numeric_limits<std::int32_t>::min() || size > std::numeric_limits<std::int32_t>::max()) {
-    raise(filter_errors::InvalidValue, "Invalid size.  Size should be an odd number from 3 to 9");
+    raise(errors::FilterInvalidValue, "Invalid size.  Size should be an odd number from 3 to 9");
   }
   setFilterArraySize(static_cast<std::int32_t>(size));
   for (std::int32_t i = Array2D.lower1; i <= Array2D.upper1; ++i) {

@@ -45,12 +45,6 @@ inline constexpr std::int32_t Verticle = 1;
 inline constexpr std::int32_t Hor_And_Vert = 2;
 }  // namespace flip
 
-// Error numbers the engine raises as AutomationError.
-namespace filter_errors {
-inline constexpr std::int32_t SizeMustBeOdd = static_cast<std::int32_t>(0x80040519);
-inline constexpr std::int32_t InvalidValue = static_cast<std::int32_t>(0x8004051A);
-}  // namespace filter_errors
-
 class cImageProcessDIB {
  public:
   cImageProcessDIB();
