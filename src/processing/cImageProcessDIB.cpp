@@ -7,7 +7,6 @@
 
 #include <QorvPictureBox/AutomationError.h>
 #include <QorvPictureBox/gdi.h>
-#include "platform/RowParallel.h"
 #include "processing/ColumnPass.h"
 #include "processing/cDIBSection.h"
 
@@ -23,8 +22,6 @@ void cImageProcessDIB::raise(std::int32_t number, const std::string& description
 void cImageProcessDIB::notifyComplete(std::uint32_t startMs, const std::string& d) {
   if (Complete) Complete(static_cast<std::int32_t>(gdi::timeGetTime() - startMs), d);
 }
-
-void cImageProcessDIB::setSecondThread(bool allowed) { setParallelRowsAllowed(allowed); }
 
 std::string cImageProcessDIB::FilterName(std::int32_t type) {
   static const char* const names[] = {"Blur",   "Blur More", "Soften",  "Soften More", "Sharpen",

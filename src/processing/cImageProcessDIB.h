@@ -105,11 +105,6 @@ class cImageProcessDIB {
   std::unique_ptr<cDIBSection> Resample(const cDIBSection& cImage, std::int32_t lNewHeight,
                                         std::int32_t lNewWidth);
 
-  // Large pictures are split over the shared row pool unless this is turned
-  // off (results and notifications are the same either way). Process-wide:
-  // it is the pool's own switch, so stretching follows it too.
-  static void setSecondThread(bool allowed);
-
   // Type names as the convolution reports them ("Blur" ... "Custom").
   static std::string FilterName(std::int32_t type);
 

@@ -35,15 +35,15 @@ struct Way {
 };
 constexpr Way kWays[] = {{"pooled", true, false}, {"caller only", false, false}, {"generic paths", true, true}};
 
-// The engine's and the platform's switches, put back whatever happens.
+// The row pool's and the processor features' switches, put back whatever happens.
 class Switches {
  public:
   explicit Switches(const Way& w) {
-    cImageProcessDIB::setSecondThread(w.pool);
+    setParallelRowsAllowed(w.pool);
     forceGenericPaths(w.generic);
   }
   ~Switches() {
-    cImageProcessDIB::setSecondThread(true);
+    setParallelRowsAllowed(true);
     forceGenericPaths(false);
   }
   Switches(const Switches&) = delete;
@@ -120,13 +120,6 @@ INSTANTIATE_TEST_SUITE_P(
                     e.ProcessImage(image, buffer);
                   }}),
     [](const auto& p) { return p.param.name; });
-
-TEST(PathsAgree, TheEngineSwitchIsThePoolSwitch) {
-  cImageProcessDIB::setSecondThread(false);
-  EXPECT_FALSE(parallelRowsAllowed());
-  cImageProcessDIB::setSecondThread(true);
-  EXPECT_TRUE(parallelRowsAllowed());
-}
 
 }  // namespace
 }  // namespace qorv
