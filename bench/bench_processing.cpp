@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <QorvPictureBox/gdi.h>
+#include "platform/RowParallel.h"
 #include "platform/ScopedGdi.h"
 #include "processing/Rotation.h"
 #include "processing/cDIBSection.h"
@@ -56,9 +57,11 @@ Pictures& smallPictures() {
   return p;
 }
 
-// Every operation benchmark takes the thread count (1 or 2) as its first
-// argument and the operation's own parameter, if any, as its second.
-void useThreads(const benchmark::State& state) { cImageProcessDIB::setSecondThread(state.range(0) == 2); }
+// Every operation benchmark takes the threads as its first argument (1: the
+// calling thread alone, 2: the shared row pool, which on this machine's two
+// cores is the caller and one worker) and the operation's own parameter, if
+// any, as its second.
+void useThreads(const benchmark::State& state) { qorv::setParallelRowsAllowed(state.range(0) == 2); }
 
 void BM_Memcpy(benchmark::State& state) {
   pictures();  // made once, outside every timing
@@ -71,59 +74,43 @@ void BM_Memcpy(benchmark::State& state) {
   }
 }
 
-void BM_Convolve(benchmark::State& state) {
+// Times op(engine, p) on a fresh engine set to `filterType` (0: left as made).
+template <class Op>
+void timeOperation(benchmark::State& state, Pictures& p, Op op, std::int64_t filterType = 0) {
   useThreads(state);
-  Pictures& p = pictures();
   cImageProcessDIB e;
-  e.setFilterType(static_cast<std::int32_t>(state.range(1)));
-  for (auto _ : state) e.Convolve(p.buffer, p.image);
+  if (filterType != 0) e.setFilterType(static_cast<std::int32_t>(filterType));
+  for (auto _ : state) op(e, p);
 }
 
+const auto convolve = [](cImageProcessDIB& e, Pictures& p) { e.Convolve(p.buffer, p.image); };
+const auto grayscale = [](cImageProcessDIB& e, Pictures& p) { e.Grayscale(p.image); };
+const auto darken = [](cImageProcessDIB& e, Pictures& p) { e.Fade(p.image, 254); };
+const auto invert = [](cImageProcessDIB& e, Pictures& p) { e.Invert(p.image); };
+
+void BM_Convolve(benchmark::State& state) { timeOperation(state, pictures(), convolve, state.range(1)); }
+
 void BM_ProcessImage(benchmark::State& state) {
-  useThreads(state);
-  Pictures& p = pictures();
-  cImageProcessDIB e;
-  e.setFilterType(static_cast<std::int32_t>(state.range(1)));
-  for (auto _ : state) e.ProcessImage(p.image, p.buffer);
+  timeOperation(state, pictures(), [](cImageProcessDIB& e, Pictures& p) { e.ProcessImage(p.image, p.buffer); },
+                state.range(1));
 }
 
 void BM_RankFilter(benchmark::State& state) {
-  useThreads(state);
-  Pictures& p = pictures();
-  cImageProcessDIB e;
-  e.setFilterType(static_cast<std::int32_t>(state.range(1)));
-  for (auto _ : state) e.RankFilter(p.buffer, p.image);
+  timeOperation(state, pictures(), [](cImageProcessDIB& e, Pictures& p) { e.RankFilter(p.buffer, p.image); },
+                state.range(1));
 }
 
-void BM_Grayscale(benchmark::State& state) {
-  useThreads(state);
-  cImageProcessDIB e;
-  for (auto _ : state) e.Grayscale(pictures().image);
-}
-
-void BM_Darken(benchmark::State& state) {
-  useThreads(state);
-  cImageProcessDIB e;
-  for (auto _ : state) e.Fade(pictures().image, 254);
-}
-
-void BM_Invert(benchmark::State& state) {
-  useThreads(state);
-  cImageProcessDIB e;
-  for (auto _ : state) e.Invert(pictures().image);
-}
+void BM_Grayscale(benchmark::State& state) { timeOperation(state, pictures(), grayscale); }
+void BM_Darken(benchmark::State& state) { timeOperation(state, pictures(), darken); }
+void BM_Invert(benchmark::State& state) { timeOperation(state, pictures(), invert); }
 
 void BM_Flip(benchmark::State& state) {
-  useThreads(state);
-  cImageProcessDIB e;
-  for (auto _ : state) e.Flip(pictures().image, static_cast<std::int32_t>(state.range(1)));
+  const auto orientation = static_cast<std::int32_t>(state.range(1));
+  timeOperation(state, pictures(), [orientation](cImageProcessDIB& e, Pictures& p) { e.Flip(p.image, orientation); });
 }
 
 void BM_BlackAndWhite(benchmark::State& state) {
-  useThreads(state);
-  Pictures& p = pictures();
-  cImageProcessDIB e;
-  for (auto _ : state) e.BlackAndWhite(p.image, p.buffer);
+  timeOperation(state, pictures(), [](cImageProcessDIB& e, Pictures& p) { e.BlackAndWhite(p.image, p.buffer); });
 }
 
 void BM_Resample(benchmark::State& state) {
@@ -137,31 +124,10 @@ void BM_Resample(benchmark::State& state) {
 
 // Small pictures: the same operations where the hand-over to other threads
 // is a visible share of the time.
-void BM_SmallInvert(benchmark::State& state) {
-  useThreads(state);
-  cImageProcessDIB e;
-  for (auto _ : state) e.Invert(smallPictures().image);
-}
-
-void BM_SmallGrayscale(benchmark::State& state) {
-  useThreads(state);
-  cImageProcessDIB e;
-  for (auto _ : state) e.Grayscale(smallPictures().image);
-}
-
-void BM_SmallDarken(benchmark::State& state) {
-  useThreads(state);
-  cImageProcessDIB e;
-  for (auto _ : state) e.Fade(smallPictures().image, 254);
-}
-
-void BM_SmallBlur(benchmark::State& state) {
-  useThreads(state);
-  Pictures& p = smallPictures();
-  cImageProcessDIB e;
-  e.setFilterType(filter::eBlur);
-  for (auto _ : state) e.Convolve(p.buffer, p.image);
-}
+void BM_SmallInvert(benchmark::State& state) { timeOperation(state, smallPictures(), invert); }
+void BM_SmallGrayscale(benchmark::State& state) { timeOperation(state, smallPictures(), grayscale); }
+void BM_SmallDarken(benchmark::State& state) { timeOperation(state, smallPictures(), darken); }
+void BM_SmallBlur(benchmark::State& state) { timeOperation(state, smallPictures(), convolve, filter::eBlur); }
 
 // The quarter turn between two device bitmaps, as the control's panes hold them.
 void BM_QuarterTurn(benchmark::State& state) {
