@@ -6,8 +6,12 @@
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QMouseEvent>
+#include <QNativeGestureEvent>
+#include <QWheelEvent>
 #include <QPainter>
 #include <QPixmap>
+
+#include <cmath>
 
 #include "platform/PictureBox.h"
 
@@ -136,18 +140,25 @@ int PaneWidget::virtualKey(int key, Qt::KeyboardModifiers mods) {
   }
 }
 
+// Widget positions become the box's own pixels: scaled by the box's pixel
+// ratio, less the border.
 QPointF PaneWidget::inner(const QPointF& p) const {
   const double b = box_->BorderStyle() == 1 ? 2.0 : 0.0;
-  return {p.x() - b, p.y() - b};
+  const double r = box_->PixelRatio();
+  return {p.x() * r - b, p.y() * r - b};
 }
 
 void PaneWidget::paintEvent(QPaintEvent* e) {
   QPainter p(this);
   const int b = box_->BorderStyle() == 1 ? 2 : 0;
+  const double ratio = box_->PixelRatio();
   p.fillRect(e->rect(), palette().color(QPalette::Window));
   const QImage view = box_->imageViewRead();
   if (!view.isNull()) {
-    const QRect part = e->rect().translated(-b, -b).intersected(view.rect());
+    // The exposed rectangle in image pixels.
+    const QRectF exposed(e->rect().x() * ratio - b, e->rect().y() * ratio - b, e->rect().width() * ratio,
+                         e->rect().height() * ratio);
+    const QRect part = exposed.toAlignedRect().intersected(view.rect());
     if (!part.isEmpty()) {
       // Device bitmaps leave the fourth byte to chance; the copy makes the
       // exposed part opaque before it reaches a backing store that may care.
@@ -156,7 +167,9 @@ void PaneWidget::paintEvent(QPaintEvent* e) {
         auto* row = reinterpret_cast<QRgb*>(opaque.scanLine(y));
         for (int x = 0; x < opaque.width(); ++x) row[x] |= 0xFF000000u;
       }
-      p.drawImage(part.topLeft() + QPoint(b, b), opaque);
+      // One image pixel per device pixel: Qt does not scale it up.
+      opaque.setDevicePixelRatio(ratio);
+      p.drawImage(QPointF((part.x() + b) / ratio, (part.y() + b) / ratio), opaque);
     }
   }
   if (b != 0) {
@@ -180,8 +193,13 @@ void PaneWidget::paintEvent(QPaintEvent* e) {
 
 void PaneWidget::resizeEvent(QResizeEvent* e) {
   QWidget::resizeEvent(e);
-  // A layout may size the widget; the box (and its image) follows.
-  if (width() != box_->Width() || height() != box_->Height()) box_->Move(x(), y(), width(), height());
+  // A layout may size the widget; the box (and its image) follows. Sizes
+  // that round to this widget's size already match, so the box is not moved
+  // back and forth by the rounding of a fractional pixel ratio.
+  const double r = box_->PixelRatio();
+  if (std::lround(box_->Width() / r) != width() || std::lround(box_->Height() / r) != height())
+    box_->Move(static_cast<int>(std::lround(x() * r)), static_cast<int>(std::lround(y() * r)),
+               static_cast<int>(std::lround(width() * r)), static_cast<int>(std::lround(height() * r)));
 }
 
 void PaneWidget::mousePressEvent(QMouseEvent* e) {
@@ -230,6 +248,36 @@ void PaneWidget::keyReleaseEvent(QKeyEvent* e) {
   int code = virtualKey(e->key(), e->modifiers());
   if (code != 0) emit box_->KeyUp(&code, shiftState(e->modifiers()));
   e->accept();
+}
+
+void PaneWidget::wheelEvent(QWheelEvent* e) {
+  const QPointF at = inner(e->position());
+  // Touchpads scroll in phases; a wheel turns in notches without them.
+  const bool touchpad = e->phase() != Qt::NoScrollPhase ||
+                        (e->device() != nullptr && e->device()->type() == QInputDevice::DeviceType::TouchPad);
+  bool handled = false;
+  emit box_->MouseWheel(e->angleDelta().y(), touchpad, shiftState(e->modifiers()), static_cast<float>(at.x()),
+                        static_cast<float>(at.y()), &handled);
+  if (handled)
+    e->accept();
+  else
+    e->ignore();  // a scroll area around the control may use it
+}
+
+bool PaneWidget::event(QEvent* e) {
+  if (e->type() != QEvent::NativeGesture) return QWidget::event(e);
+  auto* g = static_cast<QNativeGestureEvent*>(e);
+  const QPointF at = inner(g->position());
+  const auto x = static_cast<float>(at.x());
+  const auto y = static_cast<float>(at.y());
+  switch (g->gestureType()) {
+    case Qt::BeginNativeGesture: emit box_->PinchZoom(0, 0.0, x, y); break;
+    case Qt::ZoomNativeGesture: emit box_->PinchZoom(1, g->value(), x, y); break;
+    case Qt::EndNativeGesture: emit box_->PinchZoom(2, 0.0, x, y); break;
+    default: return QWidget::event(e);
+  }
+  e->accept();
+  return true;
 }
 
 void PaneWidget::dragEnterEvent(QDragEnterEvent* e) {

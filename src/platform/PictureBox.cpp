@@ -116,6 +116,7 @@ struct PictureBox::Impl {
   gdi::HBITMAP pendingShare = 0;
 
   int left = 0, top = 0, width = 0, height = 0;
+  double pixelRatio = 1.0;
   bool autoSize = false;
   PicturePtr picture;
   COLORREF backColor = vbButtonFace;
@@ -219,8 +220,16 @@ struct PictureBox::Impl {
       height = oldH;
       throw;
     }
-    if (widget) widget->setGeometry(left, top, width, height);
+    placeWidget();
     if (resized) emit q->Resize();
+  }
+
+  // The widget covers the box's rectangle in its own (logical) units.
+  void placeWidget() {
+    if (!widget) return;
+    const double r = pixelRatio;
+    widget->setGeometry(static_cast<int>(std::lround(left / r)), static_cast<int>(std::lround(top / r)),
+                        static_cast<int>(std::lround(width / r)), static_cast<int>(std::lround(height / r)));
   }
 
   QPen pen(COLORREF colour, bool box) const {
@@ -318,7 +327,7 @@ QWidget* PictureBox::bind(QWidget* parent) {
   } else if (w->parentWidget() != parent) {
     w->setParent(parent);
   }
-  w->setGeometry(d->left, d->top, d->width, d->height);
+  d->placeWidget();
   w->syncFromBox();
   return w;
 }
@@ -357,6 +366,15 @@ int PictureBox::Height() const { return d->height; }
 void PictureBox::setWidth(int w) { d->setGeometry(d->left, d->top, w, d->height); }
 void PictureBox::setHeight(int h) { d->setGeometry(d->left, d->top, d->width, h); }
 void PictureBox::Move(int left, int top, int width, int height) { d->setGeometry(left, top, width, height); }
+double PictureBox::PixelRatio() const { return d->pixelRatio; }
+void PictureBox::setPixelRatio(double r) {
+  // Ratios beyond what any screen has would only make the widget vanish.
+  const double v = std::isfinite(r) && r > 0 ? std::clamp(r, 0.25, 16.0) : 1.0;
+  if (v == d->pixelRatio) return;
+  d->pixelRatio = v;
+  d->placeWidget();
+  if (d->widget) d->widget->update();
+}
 float PictureBox::ScaleWidth() const { return static_cast<float>(d->innerWidth()); }
 float PictureBox::ScaleHeight() const { return static_cast<float>(d->innerHeight()); }
 bool PictureBox::AutoSize() const { return d->autoSize; }

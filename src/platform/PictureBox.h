@@ -75,6 +75,13 @@ class PictureBox : public QObject {
   // When True, assigning a picture sizes the box to it.
   bool AutoSize() const;
   void setAutoSize(bool v);
+  // Device pixels per pixel of the bound widget (1 by default). With r > 1 the
+  // box's own sizes and coordinates are device pixels: its widget is 1/r of
+  // them in the widget's units, paints the image one image pixel per device
+  // pixel, and reports input positions multiplied by r. Non-finite or
+  // non-positive ratios count as 1.
+  double PixelRatio() const;
+  void setPixelRatio(double r);
 
   // --- pictures -------------------------------------------------------------------
   // Background picture. Assigning it clears the persistent image to BackColor and
@@ -177,6 +184,13 @@ class PictureBox : public QObject {
   void MouseDown(int Button, int Shift, float X, float Y);
   void MouseMove(int Button, int Shift, float X, float Y);
   void MouseUp(int Button, int Shift, float X, float Y);
+  // Beyond the classic events: a wheel turn in eighths of a degree (120 per
+  // notch, positive away from the user), whether it came from a touchpad, and
+  // where; a handler that uses it sets *Handled so that it is not passed on to
+  // the widget's parents.
+  void MouseWheel(int Delta, bool Touchpad, int Shift, float X, float Y, bool* Handled);
+  // A touchpad pinch: Phase 0 begins, 1 scales by (1 + Scale), 2 ends.
+  void PinchZoom(int Phase, double Scale, float X, float Y);
   void OLEDragDrop(const QMimeData* Data, int* Effect, int Button, int Shift, float X, float Y);
   void OLEDragOver(const QMimeData* Data, int* Effect, int Button, int Shift, float X, float Y, int State);
 
