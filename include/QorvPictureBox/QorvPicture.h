@@ -109,6 +109,9 @@ class QorvPicture : public QWidget {
   Q_PROPERTY(bool IsZooming READ IsZooming)
   // Members beyond the classic surface, after it.
   Q_PROPERTY(qint32 SourceBitsPerPixel READ SourceBitsPerPixel)
+  Q_PROPERTY(bool WheelZoom READ WheelZoom WRITE setWheelZoom)
+  Q_PROPERTY(bool KeepViewOnPictureChange READ KeepViewOnPictureChange WRITE setKeepViewOnPictureChange)
+  Q_PROPERTY(bool DevicePixels READ DevicePixels WRITE setDevicePixels)
 
  public:
   // Invocation kinds of invoke(), as automation numbers them; a member entry
@@ -343,6 +346,22 @@ class QorvPicture : public QWidget {
   // (the control itself always holds 32); 0 when it came from elsewhere.
   qint32 SourceBitsPerPixel() const;
 
+  // The mouse wheel (and a touchpad's scroll with Ctrl, or its pinch) zooms
+  // in steps of KeyboardZoomFactor within the keyboard limits, keeping the
+  // picture point under the pointer where it is. Default True.
+  bool WheelZoom() const;
+  void setWheelZoom(bool v);
+  // Loading a picture keeps Zoom and the offsets (brought into range)
+  // instead of resetting the offsets to 0. Default False.
+  bool KeepViewOnPictureChange() const;
+  void setKeepViewOnPictureChange(bool v);
+  // On a screen with more than one device pixel per pixel, the pane works in
+  // device pixels: its scale size is the control's size times the ratio and
+  // Zoom 100 from the original shows one picture pixel per device pixel.
+  // False keeps the screen's logical pixels. Default True.
+  bool DevicePixels() const;
+  void setDevicePixels(bool v);
+
   // ===== Dispatch ===============================================================
 
   // Calls a member by dispatch id (or name) with automation arguments: an
@@ -405,6 +424,7 @@ class QorvPicture : public QWidget {
 
  protected:
   void resizeEvent(QResizeEvent* e) override;
+  bool event(QEvent* e) override;
 
  private:
   void Initialize();

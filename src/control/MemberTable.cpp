@@ -610,6 +610,13 @@ std::vector<DispatchMember> extensionMembers() {
   return {
       readOnly("SourceBitsPerPixel", "Long", via<&QP::SourceBitsPerPixel>(),
                "Bits per pixel stored in the file the picture was last loaded from; 0 when it came from elsewhere."),
+      property("WheelZoom", "Get/Let", "Boolean", field<&NavigationSettings::wheelZoom>(), None, true,
+               "If enabled, the mouse wheel zooms in and out toward the mouse pointer."),
+      property("KeepViewOnPictureChange", "Get/Let", "Boolean",
+               field<&ControlSettings::keepViewOnPictureChange>(), None, false,
+               "If enabled, loading a picture keeps the zoom and the offsets."),
+      property("DevicePixels", "Get/Let", "Boolean", field<&ControlSettings::devicePixels>(), FollowUp::Resize, true,
+               "If enabled, the picture is drawn in device pixels on high-density screens."),
   };
 }
 
@@ -711,6 +718,9 @@ void assignProperty(QorvPicture& c, const DispatchMember& m, const QVariant& val
       break;
     case FollowUp::ResizeWhenTrue:
       if (m.get(c).toBool()) d.handleResize();
+      break;
+    case FollowUp::Resize:
+      d.handleResize();
       break;
   }
 }

@@ -40,6 +40,7 @@ enum class FollowUp {
   Offset,           // redraw, then OffsetChanged
   AutoSize,         // when now True: size the control to the picture, redraw
   ResizeWhenTrue,   // AutoRedraw: when now True, the control's resize handling
+  Resize,           // the control's resize handling (the pane's units changed)
 };
 
 using PropertyGet = QVariant (*)(const QorvPicture&);

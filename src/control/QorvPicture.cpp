@@ -3,8 +3,11 @@
 // through the member table).
 #include <QorvPictureBox/QorvPicture.h>
 
+#include <QEvent>
 #include <QMimeData>
 #include <QResizeEvent>
+
+#include <cmath>
 
 #include <QorvPictureBox/AutomationError.h>
 #include <QorvPictureBox/gdi.h>
@@ -63,14 +66,97 @@ void QorvPicturePrivate::reportChanged(const QString& name) {
 }
 
 void QorvPicturePrivate::setUseBltAIP(bool value) { q.setUseBltAIP(value); }
+void QorvPicturePrivate::setZoom(std::int16_t value) { q.setZoom(value); }
+
+namespace {
+int scaled(int v, double r) { return static_cast<int>(std::lround(v * r)); }
+}  // namespace
+
+double QorvPicturePrivate::paneRatio() const {
+  const double r = q.devicePixelRatioF();
+  return settings.devicePixels && std::isfinite(r) && r > 1 ? r : 1.0;
+}
 
 void QorvPicturePrivate::resizeControl(int width, int height) {
-  q.resize(width, height);
+  // The pane's pixels are device pixels on a high-density screen; the
+  // control is sized in its own units.
+  const double r = paneRatio();
+  q.resize(scaled(width, 1 / r), scaled(height, 1 / r));
   // A visible widget is laid out by its resize event; a hidden one now.
   if (!q.isVisible()) handleResize();
 }
 
-void QorvPicturePrivate::handleResize() { view.handleResize(q.width(), q.height()); }
+void QorvPicturePrivate::handleResize() {
+  const double r = paneRatio();
+  picPane().setPixelRatio(r);
+  view.handleResize(scaled(q.width(), r), scaled(q.height(), r));
+}
+
+void QorvPicturePrivate::updateAccessibleText() {
+  QWidget* w = picPane().widget();
+  if (w == nullptr) return;
+  QString name = QStringLiteral("No picture");
+  QString description;
+  if (handleOf(Buffer().Picture()) != 0) {
+    name = QStringLiteral("Picture, %1 by %2 pixels").arg(view.orgPictureWidth()).arg(view.orgPictureHeight());
+    description = QStringLiteral("Zoom %1%, shown at %2 by %3 pixels")
+                      .arg(view.state().zoom)
+                      .arg(view::roundHalfEven(view.pictureW()))
+                      .arg(view::roundHalfEven(view.pictureH()));
+  }
+  // Assigning announces the change to assistive technology; only real
+  // changes are announced.
+  if (w->accessibleName() != name) w->setAccessibleName(name);
+  if (w->accessibleDescription() != description) w->setAccessibleDescription(description);
+}
+
+namespace {
+// Input arrives from Qt's event loop, where nothing may be thrown: a
+// handler's failure ends that event's handling.
+template <class F>
+void shielded(F&& f) {
+  try {
+    f();
+  } catch (...) {
+  }
+}
+}  // namespace
+
+void QorvPicturePrivate::wireInput() {
+  PictureBox& pane = picPane();
+  view::Navigation& nav = view.nav();
+  QObject::connect(&pane, &PictureBox::MouseDown, &q, [&nav](int b, int s, float x, float y) {
+    shielded([&] { nav.mouseDown(b, s, x, y); });
+  });
+  QObject::connect(&pane, &PictureBox::MouseMove, &q, [&nav](int b, int s, float x, float y) {
+    shielded([&] { nav.mouseMove(b, s, x, y); });
+  });
+  QObject::connect(&pane, &PictureBox::MouseUp, &q, [&nav](int b, int s, float x, float y) {
+    shielded([&] { nav.mouseUp(b, s, x, y); });
+  });
+  QObject::connect(&pane, &PictureBox::Click, &q, [&nav] { shielded([&] { nav.click(); }); });
+  QObject::connect(&pane, &PictureBox::DblClick, &q, [&nav] { shielded([&] { nav.dblClick(); }); });
+  QObject::connect(&pane, &PictureBox::KeyDown, &q, [&nav](int* code, int s) {
+    if (code != nullptr) shielded([&] { nav.keyDown(*code, s); });
+  });
+  QObject::connect(&pane, &PictureBox::KeyPress, &q, [&nav](int* ascii) {
+    if (ascii != nullptr) shielded([&] { nav.keyPress(*ascii); });
+  });
+  QObject::connect(&pane, &PictureBox::KeyUp, &q, [&nav](int* code, int s) {
+    if (code != nullptr) shielded([&] { nav.keyUp(*code, s); });
+  });
+  QObject::connect(&pane, &PictureBox::MouseWheel, &q,
+                   [&nav](int delta, bool touchpad, int s, float x, float y, bool* handled) {
+                     shielded([&] {
+                       const bool used = nav.wheel(delta, touchpad, s, x, y);
+                       if (handled != nullptr) *handled = used;
+                     });
+                   });
+  QObject::connect(&pane, &PictureBox::PinchZoom, &q, [&nav](int phase, double scale, float x, float y) {
+    if (phase < 0 || phase > 2) return;
+    shielded([&] { nav.pinch(static_cast<view::input::PinchPhase>(phase), scale, x, y); });
+  });
+}
 
 void QorvPicturePrivate::raise(EventId id) {
   QVariantList none;
@@ -86,6 +172,16 @@ void QorvPicturePrivate::raiseEvent(EventId id, QVariantList& args) {
   auto back = [&args](int i, const QVariant& v) {
     if (i < args.size()) args[i] = v;
   };
+  switch (id) {
+    case EventId::Draw:
+    case EventId::Zooming:
+    case EventId::PictureChanged:
+    case EventId::LoadImage:
+      updateAccessibleText();
+      break;
+    default:
+      break;
+  }
   switch (id) {
     case EventId::UseApiChanged: emit q.UseApiChanged(); break;
     case EventId::OLEDragDrop: {
@@ -206,9 +302,14 @@ void QorvPicture::Initialize() {
     QVariantList a{QString::fromStdString(text)};
     d.raiseEvent(EventId::ProcessComplete, a);
   };
-  // The visible pane fills the control.
-  d.picPane().bind(this);
-  d.view.layout(width(), height());
+  // The visible pane fills the control and takes its keyboard focus.
+  QWidget* pane = d.picPane().bind(this);
+  setFocusProxy(pane);
+  d.picPane().setPixelRatio(d.paneRatio());
+  const double r = d.picPane().PixelRatio();
+  d.view.layout(scaled(width(), r), scaled(height(), r));
+  d.wireInput();
+  d.updateAccessibleText();
 }
 
 void QorvPicture::InitProperties() { storeInitialValues(*this); }
@@ -235,6 +336,18 @@ void QorvPicture::resizeEvent(QResizeEvent* e) {
     d_->handleResize();
   } catch (const std::exception&) {
   }
+}
+
+// Moved to a screen of another density: the pane's pixels change size.
+bool QorvPicture::event(QEvent* e) {
+  const bool handled = QWidget::event(e);
+  if (e->type() == QEvent::ScreenChangeInternal || e->type() == QEvent::Show) {
+    try {
+      if (d_->picPane().PixelRatio() != d_->paneRatio()) d_->handleResize();
+    } catch (const std::exception&) {
+    }
+  }
+  return handled;
 }
 
 // ----- plain accessors, through the member table -------------------------------------
@@ -399,8 +512,14 @@ qint32 QorvPicture::SourceBitsPerPixel() const { return d_->settings.sourceBitsP
 
 qint32 QorvPicture::GetTicks() { return static_cast<qint32>(gdi::GetTickCount()); }
 
-// No mouse zoom is in progress until the control takes gestures.
-bool QorvPicture::IsZooming() const { return false; }
+bool QorvPicture::IsZooming() const { return d_->view.nav().isZooming(); }
+
+bool QorvPicture::WheelZoom() const { return value<bool>(*this, "WheelZoom"); }
+void QorvPicture::setWheelZoom(bool v) { assign(*this, "WheelZoom", v); }
+bool QorvPicture::KeepViewOnPictureChange() const { return value<bool>(*this, "KeepViewOnPictureChange"); }
+void QorvPicture::setKeepViewOnPictureChange(bool v) { assign(*this, "KeepViewOnPictureChange", v); }
+bool QorvPicture::DevicePixels() const { return value<bool>(*this, "DevicePixels"); }
+void QorvPicture::setDevicePixels(bool v) { assign(*this, "DevicePixels", v); }
 
 // ----- value forms of the by-reference members ------------------------------------
 

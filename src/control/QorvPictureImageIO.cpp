@@ -154,14 +154,19 @@ void QorvPicturePrivate::completeLoad(const QString& path, std::int32_t fif, std
   settings.currentFile = path;
   settings.sourceBitsPerPixel = bitsPerPixel;
   if (view.state().autoSize) view.applyAutoSize();
-  setOffsetsSilently(0, 0);
+  if (!settings.keepViewOnPictureChange) setOffsetsSilently(0, 0);
   // Buffer ends up holding what was drawn on it as its picture; the
   // normalisation also makes sure frames can be composed from it directly.
   if (placed) buffer.setPicture(placed);
   placed.reset();
   if (!settings.fastLoad) view.normalizePicture();
   if (handleOf(buffer.Picture()) == 0) buffer.setPicture(standbyPicture());
-  if (!doNotRender) view.updateView(true, true);
+  // The loaded picture's first frame is an initial one: drawn fast when a
+  // quality pass is due, which follows one full HQInitialDelay later.
+  if (!doNotRender)
+    view.updateView(true, true, true);
+  else if (settings.keepViewOnPictureChange)
+    view.clampOffsets();
   view.updatePanCursor();
   raiseOffsetChanged();
   host().setScreenMousePointer(kDefaultPointer);

@@ -31,6 +31,10 @@ struct ControlSettings {
   QString currentFile;
   std::int32_t sourceBitsPerPixel = 0;
   std::int64_t maxLoadPixels = 268435456;
+  // Loading a picture keeps the offsets (clamped) instead of resetting them.
+  bool keepViewOnPictureChange = false;
+  // On a high-density screen the pane works in device pixels.
+  bool devicePixels = true;
 };
 
 // The error record that loading and saving fill instead of raising.
@@ -81,12 +85,22 @@ class QorvPicturePrivate final : public view::ViewHost {
   [[noreturn]] static void raiseObjectRequired();
 
   // --- view entry points --------------------------------------------------------------
+  // Lays the panes out for the control's current size and runs the view update.
   void handleResize();
+  // Device pixels per pane pixel: the screen's ratio when DevicePixels is
+  // set, else 1.
+  double paneRatio() const;
+  // The pane's accessible name and description follow the picture's size and
+  // the zoom.
+  void updateAccessibleText();
+  // Connects the visible pane's input to the navigation handlers.
+  void wireInput();
   void setOffsetsSilently(std::int32_t x, std::int32_t y) { view.setOffsetsSilently(x, y); }
   int framesComposed() const { return view.framesComposed(); }
 
   // --- ViewHost -----------------------------------------------------------------------
   void setUseBltAIP(bool value) override;
+  void setZoom(std::int16_t value) override;
   void resizeControl(int width, int height) override;
 
   // --- loading ---------------------------------------------------------------------------

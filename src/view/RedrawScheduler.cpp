@@ -38,17 +38,26 @@ void RedrawScheduler::afterRender(bool initial) {
 void RedrawScheduler::armSettleRedraw() { restart(updateTimer_, kSettleDelayMs); }
 
 // Not initial and no drag: the render applies ZoomType, the quality pass, and
-// does not re-arm the timer.
+// does not re-arm the timer. While the right button is held the pass is
+// skipped; the settle redraw after the button is released takes its place.
 void RedrawScheduler::onInitTick() {
   initTimer_.setEnabled(false);
-  engine_.render(false);
+  if (!engine_.nav().rightDragging()) engine_.render(false);
 }
 
-
+// The gesture has come to rest: frames resume, the on-screen display goes,
+// the frame is drawn with the quality mode, and a zoom that was not drawn
+// while it happened is announced once more.
 void RedrawScheduler::onUpdateTick() {
   updateTimer_.setEnabled(false);
-  engine_.panes().picPane.Cls();
+  Navigation& nav = engine_.nav();
+  nav.setSuspended(false);
+  PictureBox& pane = engine_.panes().picPane;
+  pane.Cls();
+  pane.Refresh();
   engine_.render(false);
+  if (!engine_.navigation().visualZoom && nav.zoomPending()) engine_.raise(EventId::Zooming);
+  nav.clearZoomPending();
 }
 
 }  // namespace qorv::view

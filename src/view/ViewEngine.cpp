@@ -13,7 +13,7 @@
 namespace qorv::view {
 
 ViewEngine::ViewEngine(ViewHost& host)
-    : host_(host), panes_(std::make_unique<ViewPanes>()), scheduler_(*this) {
+    : host_(host), panes_(std::make_unique<ViewPanes>()), scheduler_(*this), nav_(*this, host), display_(*this, host) {
   // Buffer and ScalePicture take the size of whatever picture they are given.
   panes_->Buffer.setAutoSize(true);
   panes_->ScalePicture.setAutoSize(true);
@@ -40,6 +40,11 @@ GeometryInput geometryOf(const ViewPanes& p, const ViewState& s) {
 
 double ViewEngine::pictureW() const { return PictureW(geometryOf(*panes_, state_)); }
 double ViewEngine::pictureH() const { return PictureH(geometryOf(*panes_, state_)); }
+ViewEngine::Size ViewEngine::pictureSizeAt(std::int16_t zoom) const {
+  GeometryInput g = geometryOf(*panes_, state_);
+  g.zoom = zoom;
+  return {PictureW(g), PictureH(g)};
+}
 std::int32_t ViewEngine::orgPictureWidth() const { return roundHalfEven(panes_->Buffer.ScaleWidth()); }
 std::int32_t ViewEngine::orgPictureHeight() const { return roundHalfEven(panes_->Buffer.ScaleHeight()); }
 
@@ -70,9 +75,13 @@ void ViewEngine::updatePanCursor() {
   pane.setMousePointer(PanCursor(pictureW(), pictureH(), pane.ScaleWidth(), pane.ScaleHeight(), custom));
 }
 
-void ViewEngine::updateView(bool redraw, bool notifyOffset) {
+void ViewEngine::clampOffsets() {
   ClampOffsets(state_.ignoreOffsetBorder, panes_->picPane.ScaleWidth(), panes_->picPane.ScaleHeight(), pictureW(),
                pictureH(), state_.offsetX, state_.offsetY);
+}
+
+void ViewEngine::updateView(bool redraw, bool notifyOffset, bool initial) {
+  clampOffsets();
   if (state_.autoSwitchToApi) {
     // Reducing in either direction loses colours through the blit path.
     const bool reduce = orgPictureWidth() > pictureW() || orgPictureHeight() > pictureH();
@@ -81,7 +90,7 @@ void ViewEngine::updateView(bool redraw, bool notifyOffset) {
       raise(EventId::UseApiChanged);
     }
   }
-  if (redraw) render(false);
+  if (redraw) render(initial);
   updatePanCursor();
   if (notifyOffset) raiseOffsetChanged();
 }
@@ -166,6 +175,8 @@ void ViewEngine::render(bool initial) {
   ViewPanes& p = *panes_;
   if (handleOf(p.Buffer.Picture()) == 0) return;
   host_.yield();
+  // A zoom gesture without live redraw keeps its frame until it settles.
+  if (nav_.suspended()) return;
   // A render started from inside the yield above (a timer tick, an input
   // event) finds the depth at 2 and leaves the frame to this one.
   if (++renderDepth_ >= 2) return;
@@ -205,7 +216,7 @@ void ViewEngine::composeAndShow(bool initial) {
   if (state_.useBlt) {
     const gdi::HDC dc = p.bBuffer.hDC();
     gdi::GetStretchBltMode(dc);
-    gdi::SetStretchBltMode(dc, chooseStretchMode(state_.hqAutoSwitch, false, initial,
+    gdi::SetStretchBltMode(dc, chooseStretchMode(state_.hqAutoSwitch, nav_.dragging(), initial,
                                                  scheduler_.initTimer().Interval(), state_.zoomType));
   }
   FrameParams fp;

@@ -16,6 +16,8 @@
 #include <QorvPictureBox/Picture.h>
 
 #include "platform/PictureBox.h"
+#include "view/Navigation.h"
+#include "view/OnScreenDisplay.h"
 #include "view/RedrawScheduler.h"
 #include "view/ViewHost.h"
 #include "view/ViewState.h"
@@ -46,11 +48,21 @@ class ViewEngine {
   ViewPanes& panes() { return *panes_; }
   const ViewPanes& panes() const { return *panes_; }
   RedrawScheduler& scheduler() { return scheduler_; }
+  // The pane's gesture handlers and state.
+  Navigation& nav() { return nav_; }
+  const Navigation& nav() const { return nav_; }
+  OnScreenDisplay& display() { return display_; }
 
   // --- geometry ------------------------------------------------------------------
   // Displayed size of the picture in pane pixels (doubles, unrounded).
   double pictureW() const;
   double pictureH() const;
+  struct Size {
+    double w = 0;
+    double h = 0;
+  };
+  // The displayed size the picture would have at `zoom`, all else unchanged.
+  Size pictureSizeAt(std::int16_t zoom) const;
   // The picture's own size: Buffer's scale size rounded.
   std::int32_t orgPictureWidth() const;
   std::int32_t orgPictureHeight() const;
@@ -58,7 +70,10 @@ class ViewEngine {
   // --- the routines every view change ends in --------------------------------------
   // Clamp the offsets, switch the blit path when AutoSwitchToAPI asks for it,
   // optionally redraw, update the pan cursor, optionally raise OffsetChanged.
-  void updateView(bool redraw, bool notifyOffset);
+  // `initial` makes the redraw an initial frame (a freshly loaded picture).
+  void updateView(bool redraw, bool notifyOffset, bool initial = false);
+  // Brings the offsets into range without drawing or raising anything.
+  void clampOffsets();
   // Composes one frame from Buffer into bBuffer and shows it in picPane.
   // Initial frames use the fast stretch mode when a quality pass is due and
   // schedule that pass.
@@ -104,6 +119,8 @@ class ViewEngine {
   NavigationSettings navigation_;
   OsdSettings osd_;
   RedrawScheduler scheduler_;
+  Navigation nav_;
+  OnScreenDisplay display_;
   int renderDepth_ = 0;
   bool drawingGuard_ = false;
   int framesComposed_ = 0;

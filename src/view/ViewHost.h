@@ -4,6 +4,8 @@
 // drive the engine without a widget.
 #pragma once
 
+#include <cstdint>
+
 #include <QVariantList>
 
 #include <QorvPictureBox/QorvEnums.h>
@@ -20,6 +22,10 @@ class ViewHost {
   // The automatic blit-path switch goes through the control's property
   // setter, so the host sees the change and the setter's own redraw happens.
   virtual void setUseBltAIP(bool value) = 0;
+  // The keypad, the mouse and the wheel zoom through the control's Zoom
+  // setter, so the host sees "Zoom" reported and the setter's view update,
+  // OffsetChanged and Zooming happen as for a host's own assignment.
+  virtual void setZoom(std::int16_t value) = 0;
   // Resizes the control (its outer size, pixels); the engine is told of the
   // new size through handleResize once the control has it.
   virtual void resizeControl(int width, int height) = 0;

@@ -37,6 +37,7 @@ struct NavigationSettings {
   std::int16_t keyboardZoomMax = 1000;
   bool mouseZoom = true;
   bool visualZoom = false;  // redraw continuously while zooming with the mouse
+  bool wheelZoom = true;    // the wheel (and a touchpad pinch) zooms toward the pointer
 };
 
 // The look of the offset and zoom texts drawn over the view.

@@ -74,7 +74,8 @@ TEST_F(Notifications, EachAssignmentReportsItsOwnName) {
     EXPECT_EQ(viaSignal, host.changed) << m.name;
     ++checked;
   }
-  EXPECT_EQ(checked, 49 + 5);  // Let properties and object (Set) properties
+  EXPECT_EQ(checked, 49 + 5 + 3);  // Let and Set properties, classic and then WheelZoom,
+                                   // KeepViewOnPictureChange, DevicePixels
 }
 
 TEST_F(Notifications, MisspelledNameIsKept) {

@@ -15,40 +15,12 @@
 #include "platform/Host.h"
 #include "view/StretchModel.h"
 #include "view/ViewEngine.h"
+#include "FakeViewHost.h"
 
 namespace qorv::view {
 namespace {
 
-class FakeHost : public ViewHost {
- public:
-  void raiseEvent(EventId id, QVariantList& args) override {
-    events.push_back(id);
-    if (id == EventId::Draw && onDraw) onDraw();
-    if (id == EventId::OffsetChanged && moveTo) {
-      args[0] = moveTo->first;
-      args[1] = moveTo->second;
-    }
-  }
-  // As the control's setter does: store, then the setter's own redraw.
-  void setUseBltAIP(bool value) override {
-    useBltCalls.push_back(value);
-    engine->state().useBlt = value;
-    engine->render(false);
-  }
-  void resizeControl(int width, int height) override {
-    resized = {width, height};
-    engine->handleResize(width, height);
-  }
-  void yield() override {}
-  int count(EventId id) const { return static_cast<int>(std::count(events.begin(), events.end(), id)); }
-
-  ViewEngine* engine = nullptr;
-  std::vector<EventId> events;
-  std::vector<bool> useBltCalls;
-  std::pair<int, int> resized{-1, -1};
-  std::optional<std::pair<int, int>> moveTo;
-  std::function<void()> onDraw;
-};
+using testing::FakeHost;
 
 class ViewEngineTest : public ::testing::Test {
  protected:

@@ -1,0 +1,64 @@
+// A host for the view engine without a control or a widget: it records the
+// events raised, lets a test play the host's handlers, and forwards the
+// property setters the engine calls back to the engine the way the control's
+// setters do.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "view/ViewEngine.h"
+
+namespace qorv::view::testing {
+
+class FakeHost : public ViewHost {
+ public:
+  void raiseEvent(EventId id, QVariantList& args) override {
+    events.push_back(id);
+    if (id == EventId::Draw && onDraw) onDraw();
+    if (id == EventId::OffsetChanged && moveTo) {
+      args[0] = moveTo->first;
+      args[1] = moveTo->second;
+    }
+    if (handler) handler(id, args);
+  }
+  // As the control's setter does: store, then the setter's own redraw.
+  void setUseBltAIP(bool value) override {
+    useBltCalls.push_back(value);
+    engine->state().useBlt = value;
+    engine->render(false);
+  }
+  // As the control's Zoom setter does: store, view update, then Zooming.
+  void setZoom(std::int16_t value) override {
+    zoomCalls.push_back(value);
+    engine->state().zoom = value;
+    engine->updateView(true, true);
+    QVariantList none;
+    raiseEvent(EventId::Zooming, none);
+  }
+  void resizeControl(int width, int height) override {
+    resized = {width, height};
+    engine->handleResize(width, height);
+  }
+  void yield() override {
+    if (onYield) onYield();
+  }
+  int count(EventId id) const { return static_cast<int>(std::count(events.begin(), events.end(), id)); }
+
+  ViewEngine* engine = nullptr;
+  std::vector<EventId> events;
+  std::vector<bool> useBltCalls;
+  std::vector<std::int16_t> zoomCalls;
+  std::pair<int, int> resized{-1, -1};
+  std::optional<std::pair<int, int>> moveTo;
+  std::function<void()> onDraw;
+  std::function<void()> onYield;
+  // Plays the host's event handlers; may change by-reference arguments.
+  std::function<void(EventId, QVariantList&)> handler;
+};
+
+}  // namespace qorv::view::testing
