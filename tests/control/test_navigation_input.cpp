@@ -1,0 +1,376 @@
+// The interactive control as a host and a user meet it: real Qt mouse, key,
+// wheel and gesture events sent to the visible pane, the control's signals
+// and event hook in return, the redraw timers driven by the manual clock.
+#include <QAccessible>
+#include <QApplication>
+#include <QImage>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QNativeGestureEvent>
+#include <QTemporaryDir>
+#include <QWheelEvent>
+
+#include <QorvPictureBox/AutomationError.h>
+#include <QorvPictureBox/gdi.h>
+
+#include "ControlFixture.h"
+
+namespace qorv::testing_support {
+namespace {
+
+class InputTest : public ControlTest {
+ protected:
+  void SetUp() override {
+    ControlTest::SetUp();
+    sizeTo(600, 400);
+    ctl->setZoomFromOriginal(true);
+    ctl->setPicture(pattern(1000, 800));  // overflows the pane by 400 x 400
+    pane = in().picPane().widget();
+    ASSERT_NE(pane, nullptr);
+    ctl->setEventHook([this](int id, QVariantList& a) {
+      events.push_back(static_cast<EventId>(id));
+      if (hook) hook(static_cast<EventId>(id), a);
+    });
+  }
+
+  void send(QEvent& e) { QApplication::sendEvent(pane, &e); }
+  void press(Qt::MouseButton b, QPointF at, Qt::KeyboardModifiers m = {}) {
+    QMouseEvent e(QEvent::MouseButtonPress, at, pane->mapToGlobal(at), b, b, m);
+    send(e);
+  }
+  void moveTo(QPointF at, Qt::MouseButtons held, Qt::KeyboardModifiers m = {}) {
+    QMouseEvent e(QEvent::MouseMove, at, pane->mapToGlobal(at), Qt::NoButton, held, m);
+    send(e);
+  }
+  void release(Qt::MouseButton b, QPointF at, Qt::KeyboardModifiers m = {}) {
+    QMouseEvent e(QEvent::MouseButtonRelease, at, pane->mapToGlobal(at), b, Qt::NoButton, m);
+    send(e);
+  }
+  void key(QEvent::Type type, int qtKey, Qt::KeyboardModifiers m, const QString& text = QString()) {
+    QKeyEvent e(type, qtKey, m, text);
+    send(e);
+  }
+  bool wheel(QPointF at, int dy, Qt::KeyboardModifiers m = {}, Qt::ScrollPhase phase = Qt::NoScrollPhase) {
+    QWheelEvent e(at, pane->mapToGlobal(at), QPoint(), QPoint(0, dy), Qt::NoButton, m, phase, false);
+    send(e);
+    return e.isAccepted();
+  }
+  void gesture(Qt::NativeGestureType type, double value, QPointF at) {
+    QNativeGestureEvent e(type, QPointingDevice::primaryPointingDevice(), 2, at, at, pane->mapToGlobal(at), value,
+                          QPointF());
+    send(e);
+  }
+  int count(EventId id) const { return static_cast<int>(std::count(events.begin(), events.end(), id)); }
+
+  QWidget* pane = nullptr;
+  std::vector<EventId> events;
+  std::function<void(EventId, QVariantList&)> hook;
+};
+
+struct MouseArgs {
+  int button, shift;
+  float x, y;
+  bool operator==(const MouseArgs&) const = default;
+};
+
+TEST_F(InputTest, ALeftDragPansAndTheHostHearsTheClassicArguments) {
+  std::vector<MouseArgs> down, moved, up;
+  QObject::connect(ctl.get(), &QorvPicture::MouseDown, [&](int b, int s, float x, float y) {
+    down.push_back({b, s, x, y});
+  });
+  QObject::connect(ctl.get(), &QorvPicture::MouseMove, [&](int b, int s, float x, float y) {
+    moved.push_back({b, s, x, y});
+  });
+  QObject::connect(ctl.get(), &QorvPicture::MouseUp, [&](int b, int s, float x, float y) {
+    up.push_back({b, s, x, y});
+  });
+  std::vector<std::pair<int, int>> offsets;
+  QObject::connect(ctl.get(), &QorvPicture::OffsetChanged, [&](int* x, int* y) { offsets.emplace_back(*x, *y); });
+  press(Qt::LeftButton, {300, 200}, Qt::ShiftModifier);
+  moveTo({250.5, 180}, Qt::LeftButton, Qt::ShiftModifier);
+  release(Qt::LeftButton, {250.5, 180}, Qt::ShiftModifier);
+  EXPECT_EQ(ctl->OffsetX(), -50);  // 250.5 - 300 rounds to even
+  EXPECT_EQ(ctl->OffsetY(), -20);
+  EXPECT_EQ(offsets, (std::vector<std::pair<int, int>>{{-50, -20}}));
+  EXPECT_EQ(down, (std::vector<MouseArgs>{{1, 1, 300, 200}}));
+  EXPECT_EQ(moved, (std::vector<MouseArgs>{{1, 1, 250.5f, 180}}));
+  EXPECT_EQ(up, (std::vector<MouseArgs>{{1, 1, 250.5f, 180}}));
+  EXPECT_TRUE(in().UpdateTimer().Enabled());
+}
+
+TEST_F(InputTest, ARightDragZoomsLiveAndTheHostSeesTheGestureInOrder) {
+  ctl->setVisualZoom(true);
+  bool zoomingInside = false;
+  QObject::connect(ctl.get(), &QorvPicture::Zooming, [&] { zoomingInside = zoomingInside || ctl->IsZooming(); });
+  events.clear();
+  host.changed.clear();
+  press(Qt::RightButton, {300, 200}, Qt::ControlModifier);
+  moveTo({300, 196}, Qt::RightButton);
+  moveTo({300, 190}, Qt::RightButton);
+  moveTo({300, 170}, Qt::RightButton);
+  EXPECT_TRUE(ctl->IsZooming());
+  release(Qt::RightButton, {300, 170});
+  EXPECT_FALSE(ctl->IsZooming());
+  clock.advance(10);
+  EXPECT_TRUE(zoomingInside);
+  EXPECT_EQ(ctl->Zoom(), 130);
+  EXPECT_EQ(host.changed, (QStringList{"Zoom", "Zoom"}));  // through the setter, as a host's assignment
+  std::vector<EventId> gestureOnly;
+  for (EventId e : events)
+    if (e != EventId::Draw && e != EventId::OffsetChanged) gestureOnly.push_back(e);
+  using E = EventId;
+  EXPECT_EQ(gestureOnly, (std::vector<E>{E::MouseDown, E::MouseMove, E::ZoomBegin, E::Zooming, E::Zooming,
+                                         E::ZoomFinished, E::MouseUp}));
+}
+
+TEST_F(InputTest, KeypadPlusZoomsAfterKeyDownAndOtherPlusKeysDoNot) {
+  std::vector<std::pair<int, int>> keys;
+  std::vector<int> typed;
+  QObject::connect(ctl.get(), &QorvPicture::KeyDown, [&](int* code, int shift) { keys.emplace_back(*code, shift); });
+  QObject::connect(ctl.get(), &QorvPicture::KeyPress, [&](int* ascii) { typed.push_back(*ascii); });
+  events.clear();
+  key(QEvent::KeyPress, Qt::Key_Plus, Qt::KeypadModifier, "+");
+  key(QEvent::KeyRelease, Qt::Key_Plus, Qt::KeypadModifier, "+");
+  EXPECT_EQ(ctl->Zoom(), 110);
+  ASSERT_GE(events.size(), 2u);
+  EXPECT_EQ(events.front(), EventId::KeyDown);
+  EXPECT_EQ(count(EventId::Zooming), 1);
+  EXPECT_EQ(count(EventId::KeyUp), 1);
+  key(QEvent::KeyPress, Qt::Key_Plus, Qt::ShiftModifier, "+");  // the main keyboard's plus
+  key(QEvent::KeyPress, Qt::Key_Minus, Qt::KeypadModifier, "-");
+  EXPECT_EQ(ctl->Zoom(), 100);
+  EXPECT_EQ(keys, (std::vector<std::pair<int, int>>{{107, 0}, {187, 1}, {109, 0}}));
+  EXPECT_EQ(typed, (std::vector<int>{'+', '+', '-'}));
+}
+
+TEST_F(InputTest, AKeyDownHandlerThatClearsKeyCodeStopsTheKeypadZoom) {
+  QObject::connect(ctl.get(), &QorvPicture::KeyDown, [](int* code, int) { *code = 0; });
+  key(QEvent::KeyPress, Qt::Key_Plus, Qt::KeypadModifier, "+");
+  EXPECT_EQ(ctl->Zoom(), 100);
+}
+
+TEST_F(InputTest, KeypadLimitsAndFactorsAsStoredUnchecked) {
+  ctl->setKeyboardZoomFactor(-25);  // stored as given: plus now zooms out
+  key(QEvent::KeyPress, Qt::Key_Plus, Qt::KeypadModifier, "+");
+  EXPECT_EQ(ctl->Zoom(), 75);
+  ctl->setKeyboardZoomFactor(10);
+  ctl->setKeyboarZoomMin(500);
+  ctl->setKeyboardZoomMax(200);
+  key(QEvent::KeyPress, Qt::Key_Minus, Qt::KeypadModifier, "-");
+  EXPECT_EQ(ctl->Zoom(), 500);
+  ctl->setKeyboardZoomMax(1000);
+  ctl->setZoom(32767);
+  key(QEvent::KeyPress, Qt::Key_Plus, Qt::KeypadModifier, "+");
+  EXPECT_EQ(ctl->Zoom(), -32759);  // the 16-bit sum wraps below the maximum
+}
+
+TEST_F(InputTest, TheWheelZoomsTowardThePointerAndTouchpadScrollsPassOn) {
+  ctl->setIgnoreOffsetBorder(true);
+  EXPECT_TRUE(wheel({100, 100}, 120));
+  EXPECT_EQ(ctl->Zoom(), 110);
+  // Centred at 100 % the picture's corner is at (-200, -200), so the point
+  // under (100, 100) is 300 pixels in either way; at 110 % it is 330 in, the
+  // corner moves to (-230, -230), and the offsets from the centred corner
+  // (-250, -240) become (20, 10).
+  EXPECT_EQ(ctl->OffsetX(), 20);
+  EXPECT_EQ(ctl->OffsetY(), 10);
+  EXPECT_FALSE(wheel({100, 100}, 120, {}, Qt::ScrollUpdate));
+  EXPECT_EQ(ctl->Zoom(), 110);
+  EXPECT_TRUE(wheel({100, 100}, -120, Qt::ControlModifier, Qt::ScrollUpdate));
+  EXPECT_EQ(ctl->Zoom(), 100);
+  ctl->setWheelZoom(false);
+  EXPECT_FALSE(wheel({100, 100}, 120));
+  EXPECT_EQ(ctl->Zoom(), 100);
+}
+
+TEST_F(InputTest, APinchZoomsAroundItsCentre) {
+  gesture(Qt::BeginNativeGesture, 0, {300, 200});
+  gesture(Qt::ZoomNativeGesture, 0.5, {300, 200});
+  gesture(Qt::EndNativeGesture, 0, {300, 200});
+  EXPECT_EQ(ctl->Zoom(), 150);
+  EXPECT_EQ(ctl->OffsetX(), 0);  // the pane's centre stays the picture's centre
+}
+
+TEST_F(InputTest, ADoubleClickReachesTheHostAsTheClassicSequence) {
+  events.clear();
+  press(Qt::LeftButton, {10, 10});
+  release(Qt::LeftButton, {10, 10});
+  QMouseEvent dbl(QEvent::MouseButtonDblClick, QPointF(10, 10), pane->mapToGlobal(QPointF(10, 10)), Qt::LeftButton,
+                  Qt::LeftButton, {});
+  send(dbl);
+  release(Qt::LeftButton, {10, 10});
+  using E = EventId;
+  EXPECT_EQ(events, (std::vector<E>{E::MouseDown, E::MouseUp, E::Click, E::DblClick, E::MouseUp}));
+}
+
+// Handlers run inside Qt's event delivery: what they throw stays in the
+// control, and the gesture's guard is released for the next move.
+TEST_F(InputTest, AThrowingHandlerDoesNotEscapeIntoTheEventLoop) {
+  hook = [](EventId id, QVariantList&) {
+    if (id == EventId::OffsetChanged || id == EventId::KeyDown) throw AutomationError(5, "host", "handler failed");
+  };
+  press(Qt::LeftButton, {300, 200});
+  EXPECT_NO_THROW(moveTo({280, 200}, Qt::LeftButton));
+  EXPECT_NO_THROW(key(QEvent::KeyPress, Qt::Key_Plus, Qt::KeypadModifier, "+"));
+  hook = nullptr;
+  moveTo({260, 200}, Qt::LeftButton);
+  EXPECT_EQ(ctl->OffsetX(), -40);
+}
+
+// A move and a release delivered while a pan's frame lets the message loop
+// run: the nested move pans nothing, and the display is not drawn for a
+// button already released.
+TEST_F(InputTest, InputArrivingInsideAFramesYieldIsHandledOnce) {
+  ctl->setShowOffsetOSD(true);
+  press(Qt::LeftButton, {300, 200});
+  int yields = 0;
+  setYieldHook([&] {
+    if (yields++ != 0) return;
+    moveTo({100, 200}, Qt::LeftButton);
+    release(Qt::LeftButton, {100, 200});
+  });
+  int osd = 0;
+  QObject::connect(ctl.get(), &QorvPicture::OSDDraw, [&](QString*, bool*) { ++osd; });
+  moveTo({250, 200}, Qt::LeftButton);
+  setYieldHook({});
+  EXPECT_EQ(ctl->OffsetX(), -50);
+  EXPECT_EQ(osd, 0);
+  EXPECT_EQ(count(EventId::MouseUp), 1);
+}
+
+TEST_F(InputTest, HostileCoordinatesNeverBreakTheControl) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const double inf = std::numeric_limits<double>::infinity();
+  for (QPointF p : {QPointF(nan, 0), QPointF(inf, -inf), QPointF(1e30, -1e30)}) {
+    for (Qt::MouseButton b : {Qt::LeftButton, Qt::RightButton}) {
+      press(b, {300, 200});
+      moveTo(p, b);
+      release(b, p);
+    }
+    wheel(p, 120);
+    gesture(Qt::ZoomNativeGesture, 0.2, p);
+  }
+  clock.advance(50);
+  EXPECT_GE(ctl->Zoom(), ctl->KeyboarZoomMin());
+  EXPECT_LE(ctl->Zoom(), ctl->KeyboardZoomMax());
+  EXPECT_FALSE(ctl->IsZooming());
+}
+
+// ----- loading and the quality pass ---------------------------------------------------------
+
+class LoadTest : public InputTest {
+ protected:
+  void SetUp() override {
+    InputTest::SetUp();
+    ASSERT_TRUE(dir.isValid());
+    for (const char* name : {"a.png", "b.png"}) {
+      const QString path = dir.filePath(name);
+      ASSERT_TRUE(testmodel::patternImage(900, 700).save(path));
+      files << path;
+    }
+    ctl->setZoomType(gdi::HALFTONE);
+    ctl->setHQInitialDelay(200);
+    ctl->setNoLoadingHourGlass(true);
+    QObject::connect(ctl.get(), &QorvPicture::Draw, [this] { ++draws; });
+  }
+  int mode() const { return gdi::GetStretchBltMode(in().bBuffer().hDC()); }
+
+  QTemporaryDir dir;
+  QStringList files;
+  int draws = 0;
+};
+
+TEST_F(LoadTest, ALoadShowsAFastFrameAndTheQualityPassFollowsAfterTheDelay) {
+  ASSERT_TRUE(ctl->LoadFreeImage(files[0]));
+  EXPECT_EQ(mode(), gdi::COLORONCOLOR);
+  const int loaded = draws;
+  clock.advance(199);
+  EXPECT_EQ(draws, loaded);
+  clock.advance(1);
+  EXPECT_EQ(draws, loaded + 1);
+  EXPECT_EQ(mode(), gdi::HALFTONE);
+}
+
+TEST_F(LoadTest, TwoLoadsWithinTheDelayGiveOneQualityPassAFullDelayAfterTheSecond) {
+  ASSERT_TRUE(ctl->LoadFreeImage(files[0]));
+  clock.advance(150);
+  ASSERT_TRUE(ctl->LoadVBPicture(files[1]) || ctl->LoadFreeImage(files[1]));
+  const int loaded = draws;
+  clock.advance(199);
+  EXPECT_EQ(draws, loaded);
+  clock.advance(1);
+  EXPECT_EQ(draws, loaded + 1);
+  clock.advance(1000);
+  EXPECT_EQ(draws, loaded + 1);
+}
+
+TEST_F(LoadTest, WithoutADelayTheLoadIsDrawnInQualityAtOnce) {
+  ctl->setHQInitialDelay(0);
+  ASSERT_TRUE(ctl->LoadFreeImage(files[0]));
+  EXPECT_EQ(mode(), gdi::HALFTONE);
+  const int loaded = draws;
+  clock.advance(1000);
+  EXPECT_EQ(draws, loaded);
+}
+
+TEST_F(LoadTest, DoNotRenderDrawsNothingAndSchedulesNothing) {
+  const int before = draws;
+  ASSERT_TRUE(ctl->LoadFreeImage(files[0], -1, QString(), true));
+  EXPECT_EQ(draws, before);
+  EXPECT_FALSE(in().InitTimer().Enabled());
+}
+
+TEST_F(LoadTest, KeepViewOnPictureChangeKeepsZoomAndOffsetsWithinRange) {
+  ASSERT_TRUE(ctl->LoadFreeImage(files[0]));
+  ctl->setZoom(150);  // 1350 x 1050 in 600 x 400: +-375 and +-325
+  ctl->Offset(-300, 400);
+  ASSERT_TRUE(ctl->LoadFreeImage(files[1]));
+  EXPECT_EQ(ctl->OffsetX(), 0);  // the classic reset
+  EXPECT_EQ(ctl->OffsetY(), 0);
+  ctl->setKeepViewOnPictureChange(true);
+  ctl->Offset(-300, 400);
+  ASSERT_TRUE(ctl->LoadFreeImage(files[0]));
+  EXPECT_EQ(ctl->Zoom(), 150);
+  EXPECT_EQ(ctl->OffsetX(), -300);
+  EXPECT_EQ(ctl->OffsetY(), 325);  // brought into range
+  ctl->Offset(-300, 400);
+  ASSERT_TRUE(ctl->LoadFreeImage(files[1], -1, QString(), true));
+  EXPECT_EQ(ctl->OffsetY(), 325);
+}
+
+// ----- the rest of the surface ---------------------------------------------------------------------
+
+TEST_F(InputTest, GetTicksFollowsTheClock) {
+  const qint32 t0 = ctl->GetTicks();
+  clock.advance(1234);
+  EXPECT_EQ(ctl->GetTicks() - t0, 1234);
+}
+
+TEST_F(InputTest, TheNewMembersFollowTheClassicOnesInTheTable) {
+  const int last = QorvPicture::dispidOf("ClearError");
+  for (const char* name : {"WheelZoom", "KeepViewOnPictureChange", "DevicePixels"}) {
+    EXPECT_GT(QorvPicture::dispidOf(name), last) << name;
+    QVariantList none;
+    EXPECT_TRUE(ctl->invoke(name, QorvPicture::PropertyGet, none).isValid()) << name;
+  }
+  EXPECT_TRUE(ctl->WheelZoom());
+  EXPECT_FALSE(ctl->KeepViewOnPictureChange());
+  EXPECT_TRUE(ctl->DevicePixels());
+  QVariantList off{false};
+  ctl->invoke("WheelZoom", QorvPicture::PropertyLet, off);
+  EXPECT_FALSE(ctl->WheelZoom());
+}
+
+TEST_F(InputTest, ThePaneAnnouncesThePictureSizeAndTheZoom) {
+  QAccessibleInterface* a = QAccessible::queryAccessibleInterface(pane);
+  ASSERT_NE(a, nullptr);
+  EXPECT_EQ(a->text(QAccessible::Name), "Picture, 1000 by 800 pixels");
+  EXPECT_EQ(a->text(QAccessible::Description), "Zoom 100%, shown at 1000 by 800 pixels");
+  key(QEvent::KeyPress, Qt::Key_Minus, Qt::KeypadModifier, "-");
+  EXPECT_EQ(a->text(QAccessible::Description), "Zoom 90%, shown at 900 by 720 pixels");
+  ctl->setPicture(nullptr);
+  EXPECT_EQ(a->text(QAccessible::Name), "No picture");
+}
+
+}  // namespace
+}  // namespace qorv::testing_support
