@@ -1,6 +1,7 @@
-// qorv-view: opens a picture in a resizable window on the QorvPicture control,
-// with zoom, fit, actual size, centring and tiling driven through the
-// control's public properties.
+// qorv-view: opens a picture in a resizable window on the QorvPicture control.
+// Panning and zooming are the control's own gestures (left drag, right drag,
+// keypad plus and minus, the wheel); fit, actual size, centring, tiling and
+// the gesture switches are driven through the control's public properties.
 //   qorv-view [IMAGE] [--screenshot OUT.png]
 // Without a display (or with --screenshot) the window is rendered offscreen to
 // a PNG whose path is printed.
@@ -53,10 +54,12 @@ QString bundledSample() {
 }
 
 void showStatus(QMainWindow& w, const qorv::QorvPicture& c, const QString& path) {
-  w.statusBar()->showMessage(QStringLiteral("%1 x %2  zoom %3%  %4")
+  w.statusBar()->showMessage(QStringLiteral("%1 x %2  zoom %3%  offset %4, %5  %6")
                                  .arg(c.OrgPictureWidth())
                                  .arg(c.OrgPictureHeight())
                                  .arg(c.Zoom())
+                                 .arg(c.OffsetX())
+                                 .arg(c.OffsetY())
                                  .arg(path));
 }
 
@@ -74,8 +77,6 @@ void addViewMenu(QMainWindow& w, qorv::QorvPicture& c, const QString& path) {
       showStatus(w, c, path);
     });
   };
-  add(QStringLiteral("Zoom &in"), QKeySequence::ZoomIn, [&c] { c.setZoom(static_cast<qint16>(std::min(1000, c.Zoom() + 25))); });
-  add(QStringLiteral("Zoom &out"), QKeySequence::ZoomOut, [&c] { c.setZoom(static_cast<qint16>(std::max(5, c.Zoom() - 25))); });
   add(QStringLiteral("&Fit"), QKeySequence(Qt::CTRL | Qt::Key_F), [&c] {
     c.setLockUpdate(true);
     c.setStretch(true);
@@ -94,6 +95,17 @@ void addViewMenu(QMainWindow& w, qorv::QorvPicture& c, const QString& path) {
   add(QStringLiteral("&Centred"), QKeySequence(Qt::CTRL | Qt::Key_E), [&c] { c.setCentered(!c.Centered()); }, true,
       c.Centered());
   add(QStringLiteral("&Tiled"), QKeySequence(Qt::CTRL | Qt::Key_T), [&c] { c.setTiled(!c.Tiled()); }, true, c.Tiled());
+  view->addSeparator();
+  // The gesture switches: what the control shows and does while the user
+  // drags, zooms with the right button or turns the wheel.
+  add(QStringLiteral("Show &offset while panning"), QKeySequence(),
+      [&c] { c.setShowOffsetOSD(!c.ShowOffsetOSD()); }, true, c.ShowOffsetOSD());
+  add(QStringLiteral("Show &zoom while zooming"), QKeySequence(), [&c] { c.setZoomOSD(!c.ZoomOSD()); }, true,
+      c.ZoomOSD());
+  add(QStringLiteral("&Live zoom"), QKeySequence(), [&c] { c.setVisualZoom(!c.VisualZoom()); }, true,
+      c.VisualZoom());
+  add(QStringLiteral("&Wheel zooms"), QKeySequence(), [&c] { c.setWheelZoom(!c.WheelZoom()); }, true,
+      c.WheelZoom());
 }
 
 }  // namespace
@@ -128,10 +140,16 @@ int main(int argc, char** argv) {
   }
   addViewMenu(window, *control, opt.image);
   showStatus(window, *control, opt.image);
+  // The status bar follows the control's own gestures.
+  QObject::connect(control, &qorv::QorvPicture::Zooming, &window,
+                   [&window, control, &opt] { showStatus(window, *control, opt.image); });
+  QObject::connect(control, &qorv::QorvPicture::OffsetChanged, &window,
+                   [&window, control, &opt](int*, int*) { showStatus(window, *control, opt.image); });
   window.resize(std::min(control->OrgPictureWidth(), 1280),
                 std::min(control->OrgPictureHeight(), 900) + window.statusBar()->sizeHint().height() +
                     window.menuBar()->sizeHint().height());
   window.show();
+  control->setFocus();  // the keypad zooms without a click first
   control->Refresh(true);
 
   if (opt.screenshot.isEmpty()) return app.exec();
