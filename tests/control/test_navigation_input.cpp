@@ -372,5 +372,53 @@ TEST_F(InputTest, ThePaneAnnouncesThePictureSizeAndTheZoom) {
   EXPECT_EQ(a->text(QAccessible::Name), "No picture");
 }
 
+
+// ----- high-density screens ------------------------------------------------------------------------
+// The ordinary run has one device pixel per pixel; CTest runs this case once
+// more with QT_SCALE_FACTOR=2, where the pane's pixels are device pixels.
+
+struct DensityCase {
+  const char* name;
+  bool devicePixels;
+};
+
+class DevicePixelsTest : public ControlTest, public ::testing::WithParamInterface<DensityCase> {};
+
+TEST_P(DevicePixelsTest, PaneSizeInputAndShownPixelsFollowTheSwitch) {
+  const double screen = ctl->devicePixelRatioF();
+  RecordProperty("screenRatio", std::to_string(screen));
+  const double r = GetParam().devicePixels ? screen : 1.0;
+  ctl->setDevicePixels(GetParam().devicePixels);
+  sizeTo(300, 200);
+  ctl->setZoomFromOriginal(true);
+  ctl->setPicture(pattern(800, 600));
+  PictureBox& box = in().picPane();
+  EXPECT_DOUBLE_EQ(box.ScaleWidth(), 300 * r);
+  EXPECT_DOUBLE_EQ(box.ScaleHeight(), 200 * r);
+  QWidget* pane = box.widget();
+  ASSERT_NE(pane, nullptr);
+  std::vector<std::pair<float, float>> presses;
+  QObject::connect(ctl.get(), &QorvPicture::MouseDown, [&](int, int, float x, float y) { presses.emplace_back(x, y); });
+  QMouseEvent e(QEvent::MouseButtonPress, QPointF(50, 40), pane->mapToGlobal(QPointF(50, 40)), Qt::LeftButton,
+                Qt::LeftButton, {});
+  QApplication::sendEvent(pane, &e);
+  ASSERT_EQ(presses.size(), 1u);
+  EXPECT_FLOAT_EQ(presses[0].first, static_cast<float>(50 * r));
+  EXPECT_FLOAT_EQ(presses[0].second, static_cast<float>(40 * r));
+  // What the screen gets: one pane pixel per device pixel when the pane
+  // works in device pixels, each pane pixel scaled up by the screen otherwise.
+  const QImage shown = pane->grab().toImage().convertToFormat(QImage::Format_RGB32);
+  const QImage frame = box.imageViewRead().convertToFormat(QImage::Format_RGB32);
+  ASSERT_EQ(shown.size(), QSize(qRound(300 * screen), qRound(200 * screen)));
+  const double step = screen / r;  // device pixels per pane pixel
+  for (int y = 0; y < frame.height(); y += 37)
+    for (int x = 0; x < frame.width(); x += 23)
+      ASSERT_EQ(shown.pixel(qRound(x * step), qRound(y * step)), frame.pixel(x, y)) << x << "," << y;
+}
+
+INSTANTIATE_TEST_SUITE_P(Switch, DevicePixelsTest,
+                         ::testing::Values(DensityCase{"DevicePixels", true}, DensityCase{"LogicalPixels", false}),
+                         [](const auto& c) { return std::string(c.param.name); });
+
 }  // namespace
 }  // namespace qorv::testing_support
