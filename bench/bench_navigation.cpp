@@ -1,0 +1,220 @@
+// The interactive view's cost as the user feels it: a 6000 x 4000 picture in a
+// 1920 x 1080 control, synthetic Qt input events sent to the visible pane and
+// the frame they show. Peers in the same run: a memcpy of one frame and Qt's
+// own smooth scaling. Ratios are reported as counters ("x_memcpy",
+// "x_qt_smooth"); a right-drag zoom gesture reports frames per second.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include <QApplication>
+#include <QImage>
+#include <QMouseEvent>
+
+#include <QorvPictureBox/Picture.h>
+#include <QorvPictureBox/QorvPicture.h>
+#include <QorvPictureBox/gdi.h>
+
+#include "control/QorvPicturePrivate.h"
+#include "platform/GdiSurface.h"
+#include "platform/PictureBox.h"
+#include "platform/Timer.h"
+
+namespace {
+
+using qorv::QorvPicture;
+using qorv::QorvPicturePrivate;
+
+constexpr int kPicW = 6000, kPicH = 4000, kPaneW = 1920, kPaneH = 1080;
+
+QImage noiseImage() {
+  QImage img(kPicW, kPicH, QImage::Format_RGB32);
+  for (int y = 0; y < kPicH; ++y) {
+    auto* row = reinterpret_cast<std::uint32_t*>(img.scanLine(y));
+    for (int x = 0; x < kPicW; ++x) row[x] = 0xFF000000u | static_cast<std::uint32_t>(x * 2654435761u ^ y * 40503u);
+  }
+  return img;
+}
+
+struct Shared {
+  QImage image;
+  std::unique_ptr<QorvPicture> ctl;
+  QWidget* pane = nullptr;
+};
+
+Shared& shared() {
+  static Shared s;
+  if (!s.ctl) {
+    s.image = noiseImage();
+    s.ctl = std::make_unique<QorvPicture>();
+    s.ctl->resize(kPaneW, kPaneH);
+    QorvPicturePrivate::of(*s.ctl).handleResize();
+    s.ctl->setHQInitialDelay(250);
+    s.ctl->setPicture(qorv::Picture::fromImage(s.image));
+    s.pane = QorvPicturePrivate::of(*s.ctl).picPane().widget();
+  }
+  return s;
+}
+
+// Seconds of one memcpy of a 1920 x 1080 x 4 frame: the best of many, the
+// peer every frame below is divided by.
+double memcpyFrameSeconds() {
+  static const double seconds = [] {
+    std::vector<std::uint32_t> a(static_cast<std::size_t>(kPaneW) * kPaneH, 1), b(a.size());
+    double best = 1e9;
+    for (int i = 0; i < 50; ++i) {
+      const auto t0 = std::chrono::steady_clock::now();
+      std::memcpy(b.data(), a.data(), a.size() * 4);
+      benchmark::DoNotOptimize(b.data());
+      benchmark::ClobberMemory();
+      best = std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count());
+    }
+    return best;
+  }();
+  return seconds;
+}
+
+// Reports how many memcpy frames one iteration costs.
+void perMemcpy(benchmark::State& st) {
+  st.counters["x_memcpy"] = benchmark::Counter(memcpyFrameSeconds(), benchmark::Counter::kIsIterationInvariantRate |
+                                                                         benchmark::Counter::kInvert);
+}
+
+void send(QWidget* w, QEvent::Type type, Qt::MouseButton button, Qt::MouseButtons held, QPointF at) {
+  QMouseEvent e(type, at, w->mapToGlobal(at), button, held, Qt::NoModifier);
+  QApplication::sendEvent(w, &e);
+}
+
+// Zoom (from the original size when `fromOriginal`, else of the fitted size),
+// the fast stretch mode for frames while a button is down, the quality mode
+// otherwise, and a centred view.
+void setView(QorvPicture& c, bool fromOriginal, qint16 zoom) {
+  c.setLockUpdate(true);
+  c.setVisualZoom(true);
+  c.setZoomFromOriginal(fromOriginal);
+  c.setZoom(zoom);
+  c.setZoomType(gdi::HALFTONE);
+  QorvPicturePrivate::of(c).setOffsetsSilently(0, 0);
+  c.setLockUpdate(false);
+}
+
+void settle(QorvPicture& c) {
+  QorvPicturePrivate& d = QorvPicturePrivate::of(c);
+  d.UpdateTimer().setEnabled(false);
+  d.InitTimer().setEnabled(false);
+}
+
+void BM_MemcpyFrame(benchmark::State& st) {
+  std::vector<std::uint32_t> a(static_cast<std::size_t>(kPaneW) * kPaneH, 1), b(a.size());
+  for (auto _ : st) {
+    std::memcpy(b.data(), a.data(), a.size() * 4);
+    benchmark::DoNotOptimize(b.data());
+    benchmark::ClobberMemory();
+  }
+}
+
+// One left-drag move in, one fast frame out. At fit nothing overflows the
+// pane, so a move pans nothing: the figure there is the fast frame a drag
+// shows (the control's Refresh while the button is down).
+void BM_PanMove(benchmark::State& st) {
+  Shared& s = shared();
+  QorvPicture& c = *s.ctl;
+  const bool fit = st.range(0) == 0;
+  setView(c, !fit, fit ? 100 : static_cast<qint16>(st.range(0)));
+  const QPointF centre(kPaneW / 2.0, kPaneH / 2.0);
+  send(s.pane, QEvent::MouseButtonPress, Qt::LeftButton, Qt::LeftButton, centre);
+  int i = 0;
+  for (auto _ : st) {
+    if (fit) {
+      c.Refresh(false);
+    } else {
+      // Four points around the centre: every move changes both offsets.
+      const int k = i++;
+      const QPointF to = centre + QPointF((k & 1) != 0 ? 7 : -7, (k & 2) != 0 ? 5 : -5);
+      send(s.pane, QEvent::MouseMove, Qt::NoButton, Qt::LeftButton, to);
+    }
+  }
+  send(s.pane, QEvent::MouseButtonRelease, Qt::LeftButton, Qt::NoButton, centre);
+  settle(c);
+  perMemcpy(st);
+}
+
+// The quality pass InitTimer runs after a load: a HALFTONE frame at fit,
+// next to Qt's smooth scaling of the same picture to the same size.
+QImage qtSmoothFit(const QImage& image) {
+  const QSize fitted = image.size().scaled(kPaneW, kPaneH, Qt::KeepAspectRatio);
+  return image.scaled(fitted, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
+// Seconds of Qt's smooth scaling to the fitted size: the best of three.
+double qtSmoothSeconds() {
+  static const double seconds = [] {
+    double best = 1e9;
+    for (int i = 0; i < 3; ++i) {
+      const auto t0 = std::chrono::steady_clock::now();
+      QImage out = qtSmoothFit(shared().image);
+      benchmark::DoNotOptimize(out.constBits());
+      best = std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count());
+    }
+    return best;
+  }();
+  return seconds;
+}
+
+void BM_QualityPassFit(benchmark::State& st) {
+  QorvPicture& c = *shared().ctl;
+  setView(c, false, 100);
+  for (auto _ : st) c.Refresh(false);
+  st.counters["x_qt_smooth"] = benchmark::Counter(qtSmoothSeconds(), benchmark::Counter::kIsIterationInvariantRate |
+                                                                         benchmark::Counter::kInvert);
+}
+
+void BM_QtSmoothScaledFit(benchmark::State& st) {
+  Shared& s = shared();
+  for (auto _ : st) {
+    QImage out = qtSmoothFit(s.image);
+    benchmark::DoNotOptimize(out.constBits());
+  }
+}
+
+// A whole right-drag zoom gesture with live redraw: press, 100 moves of two
+// pixels upward (one frame each), release.
+void BM_ZoomGesture(benchmark::State& st) {
+  Shared& s = shared();
+  QorvPicture& c = *s.ctl;
+  constexpr int kMoves = 100;
+  const QPointF start(kPaneW / 2.0, kPaneH - 100.0);
+  for (auto _ : st) {
+    st.PauseTiming();
+    setView(c, true, 50);
+    st.ResumeTiming();
+    send(s.pane, QEvent::MouseButtonPress, Qt::RightButton, Qt::RightButton, start);
+    for (int m = 1; m <= kMoves; ++m)
+      send(s.pane, QEvent::MouseMove, Qt::NoButton, Qt::RightButton, start - QPointF(0, 2.0 * m));
+    send(s.pane, QEvent::MouseButtonRelease, Qt::RightButton, Qt::NoButton, start - QPointF(0, 2.0 * kMoves));
+    settle(c);
+  }
+  st.counters["frames_per_s"] = benchmark::Counter(kMoves, benchmark::Counter::kIsIterationInvariantRate);
+}
+
+BENCHMARK(BM_MemcpyFrame)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_PanMove)->ArgName("zoom")->Arg(0)->Arg(100)->Arg(1000)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_QualityPassFit)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_QtSmoothScaledFit)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_ZoomGesture)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+  QApplication app(argc, argv);
+  shared();
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}
