@@ -128,37 +128,6 @@ TEST_F(NavigationTest, APictureSmallerThanThePaneIsCorrectedOnceThenStays) {
   EXPECT_EQ(host.count(EventId::OffsetChanged), 1);
 }
 
-TEST_F(NavigationTest, PanFollowsThePointerFromTheGrabPoint) {
-  place(1000, 800);  // overflows 400 x 400
-  engine.setOffsetsSilently(-50, 30);
-  nav().mouseDown(L, 0, 300.4f, 200.6f);  // grab (350, 171)
-  nav().mouseMove(L, 0, 320, 150);
-  EXPECT_EQ(state().offsetX, -30);
-  EXPECT_EQ(state().offsetY, -21);
-  nav().mouseMove(L, 0, 320, 150);  // no change: no frame, no event
-  EXPECT_EQ(host.count(EventId::OffsetChanged), 1);
-}
-
-// A move delivered while the previous move's frame yields to the message
-// loop is passed on to the host but does not pan a second time.
-TEST_F(NavigationTest, AMoveArrivingInsideAPanFrameDoesNotPanAgain) {
-  place(1000, 300);
-  nav().mouseDown(L, 0, 300, 200);
-  int nested = 0;
-  host.onYield = [&] {
-    if (nested++ == 0) nav().mouseMove(L, 0, 100, 200);
-  };
-  const int frames = engine.framesComposed();
-  nav().mouseMove(L, 0, 250, 200);
-  host.onYield = nullptr;
-  EXPECT_EQ(state().offsetX, -50);
-  EXPECT_EQ(engine.framesComposed(), frames + 1);
-  EXPECT_EQ(host.count(EventId::OffsetChanged), 1);
-  EXPECT_EQ(host.count(EventId::MouseMove), 2);
-  nav().mouseMove(L, 0, 100, 200);  // the guard is clear again
-  EXPECT_EQ(state().offsetX, -200);
-}
-
 TEST_F(NavigationTest, OffsetChangedHandlerSeesTheNewOffsetsAndMayMoveThem) {
   place(1000, 300);
   QVariantList seen;
@@ -315,20 +284,6 @@ TEST_F(NavigationTest, ALeftDragRaisesItsEventsInOrder) {
   using E = EventId;
   EXPECT_EQ(host.events, (std::vector<E>{E::MouseDown, E::Draw, E::OSDDraw, E::OffsetChanged, E::MouseMove,
                                          E::MouseUp, E::Draw}));
-}
-
-TEST_F(NavigationTest, MouseEventsCarryTheirArgumentsUnchanged) {
-  place(400, 300);
-  std::vector<QVariantList> seen;
-  host.handler = [&](EventId id, QVariantList& a) {
-    if (id == EventId::MouseDown || id == EventId::MouseMove || id == EventId::MouseUp) seen.push_back(a);
-  };
-  nav().mouseDown(4, 7, 1.25f, -3.5f);
-  nav().mouseMove(4, 7, 2.5f, 9.75f);
-  nav().mouseUp(4, 7, 2.5f, 9.75f);
-  ASSERT_EQ(seen.size(), 3u);
-  EXPECT_EQ(seen[0], (QVariantList{4, 7, 1.25f, -3.5f}));
-  EXPECT_EQ(seen[2], (QVariantList{4, 7, 2.5f, 9.75f}));
 }
 
 // ----- which gestures settle --------------------------------------------------------------------
@@ -539,16 +494,6 @@ TEST_F(NavigationTest, AKeyDownHandlerCanRedirectOrSwallowTheKey) {
   int up = 65;
   nav().keyDown(up, 0);
   EXPECT_EQ(up, 0);
-}
-
-TEST_F(NavigationTest, KeyUpClickAndDoubleClickOnlyRaiseTheirEvents) {
-  place(400, 300);
-  int key = 107;
-  nav().keyUp(key, 1);
-  nav().click();
-  nav().dblClick();
-  EXPECT_EQ(host.events, (std::vector<EventId>{EventId::KeyUp, EventId::Click, EventId::DblClick}));
-  EXPECT_EQ(state().zoom, 100);
 }
 
 // ----- wheel and pinch ----------------------------------------------------------------------------
