@@ -105,7 +105,10 @@ class Navigation {
   bool zoomPending_ = false;
   bool suspended_ = false;
   // Set while a pan move is being handled: a move delivered while that
-  // move's frame yields to the message loop does not pan a second time.
+  // move's frame yields to the message loop does not pan a second time. It is
+  // cleared where the move's handling ends (also when a handler throws), not
+  // at mouse-up: a guard left set by one move would silently stop the rest of
+  // the drag, and the next real move pans to where the pointer is anyway.
   bool panGuard_ = false;
 
   int wheelRemainder_ = 0;  // eighths of a degree not yet worth a step
