@@ -7,6 +7,11 @@
 
 #include <QColor>
 
+// RGB is a function-like macro in the classic system headers; the library's
+// RGB is a constexpr function, shielded from the macro here.
+#pragma push_macro("RGB")
+#undef RGB
+
 namespace qorv {
 
 using COLORREF = std::uint32_t;
@@ -23,3 +28,5 @@ inline constexpr COLORREF RGB(int r, int g, int b) {
 }
 
 }  // namespace qorv
+
+#pragma pop_macro("RGB")

@@ -1,7 +1,8 @@
 // Two-dimensional integer arrays with their own index bounds, as automation
 // hosts pass them (a filter kernel runs from -r to r in both dimensions). The
 // control takes 16-bit arrays from hosts; its filter engine keeps 32-bit ones.
-// Self-contained: the standard library only.
+// Self-contained: the standard library only. `(std::max)(...)` is written so
+// that a host's function-like min/max macros cannot expand it.
 #pragma once
 
 #include <algorithm>
@@ -41,7 +42,7 @@ struct Array2D {
   // 3 x 3 list runs -1..1 both ways; short rows are padded with zeros.
   Array2D(std::initializer_list<std::initializer_list<T>> rows) {
     int cols = 0;
-    for (const auto& r : rows) cols = std::max(cols, static_cast<int>(r.size()));
+    for (const auto& r : rows) cols = (std::max)(cols, static_cast<int>(r.size()));
     const int n = static_cast<int>(rows.size());
     *this = Array2D(-(cols / 2), cols - 1 - cols / 2, -(n / 2), n - 1 - n / 2);
     int j = lower2;
@@ -57,13 +58,13 @@ struct Array2D {
   explicit Array2D(const Array2D<U>& other)
       : lower1(other.lower1), upper1(other.upper1), lower2(other.lower2), upper2(other.upper2) {
     values.assign(checkedCells(), T{});
-    const std::size_t n = std::min(values.size(), other.values.size());
+    const std::size_t n = (std::min)(values.size(), other.values.size());
     for (std::size_t k = 0; k < n; ++k) values[k] = static_cast<T>(other.values[k]);
   }
   // A square array with bounds -r..r in both dimensions, all zero (r below 0
   // counts as 0).
   static Array2D centred(int r) {
-    r = std::max(r, 0);
+    r = (std::max)(r, 0);
     return Array2D(-r, r, -r, r);
   }
 
@@ -86,7 +87,7 @@ struct Array2D {
 
  private:
   static int saturated(std::int64_t v) {
-    return v > std::numeric_limits<int>::max() ? std::numeric_limits<int>::max() : static_cast<int>(v);
+    return v > (std::numeric_limits<int>::max)() ? (std::numeric_limits<int>::max)() : static_cast<int>(v);
   }
   std::size_t checkedCells() const {
     const std::int64_t e1 = extent1(), e2 = extent2();

@@ -14,6 +14,16 @@
 #include <cstddef>
 #include <cstdint>
 
+// Other headers define TRUE, FALSE and BOOL as macros (GLib, FreeImage, the
+// classic system headers); here they are the library's own names, so the
+// macros step aside for this header and come back after it.
+#pragma push_macro("TRUE")
+#pragma push_macro("FALSE")
+#pragma push_macro("BOOL")
+#undef TRUE
+#undef FALSE
+#undef BOOL
+
 namespace gdi {
 
 using BOOL = std::int32_t;
@@ -215,3 +225,7 @@ DWORD GetTickCount();
 DWORD timeGetTime();
 
 }  // namespace gdi
+
+#pragma pop_macro("BOOL")
+#pragma pop_macro("FALSE")
+#pragma pop_macro("TRUE")
