@@ -16,6 +16,9 @@
 #include <memory>
 #include <vector>
 
+#include <QColor>
+#include <QImage>
+#include <QPoint>
 #include <QString>
 #include <QVariant>
 #include <QVariantList>
@@ -112,6 +115,19 @@ class QorvPicture : public QWidget {
   Q_PROPERTY(bool WheelZoom READ WheelZoom WRITE setWheelZoom)
   Q_PROPERTY(bool KeepViewOnPictureChange READ KeepViewOnPictureChange WRITE setKeepViewOnPictureChange)
   Q_PROPERTY(bool DevicePixels READ DevicePixels WRITE setDevicePixels)
+  // The Qt surface, after the classic members (see below).
+  Q_PROPERTY(QColor backgroundColor READ backgroundColor WRITE setBackgroundColor NOTIFY backgroundColorChanged)
+  Q_PROPERTY(QColor foregroundColor READ foregroundColor WRITE setForegroundColor NOTIFY foregroundColorChanged)
+  Q_PROPERTY(QColor shapeFillColor READ shapeFillColor WRITE setShapeFillColor NOTIFY shapeFillColorChanged)
+  Q_PROPERTY(QColor osdBackgroundColor READ osdBackgroundColor WRITE setOsdBackgroundColor
+                 NOTIFY osdBackgroundColorChanged)
+  Q_PROPERTY(QColor osdForegroundColor READ osdForegroundColor WRITE setOsdForegroundColor
+                 NOTIFY osdForegroundColorChanged)
+  Q_PROPERTY(QColor osdShadowColor READ osdShadowColor WRITE setOsdShadowColor NOTIFY osdShadowColorChanged)
+  Q_PROPERTY(int zoomPercent READ zoomPercent WRITE setZoomPercent NOTIFY zoomChanged)
+  Q_PROPERTY(QPoint offset READ offset WRITE setOffset NOTIFY offsetChanged)
+  Q_PROPERTY(QImage image READ image WRITE setImage NOTIFY pictureChanged)
+  Q_PROPERTY(bool busy READ isBusy NOTIFY busyChanged)
 
  public:
   // Invocation kinds of invoke(), as automation numbers them; a member entry
@@ -362,6 +378,51 @@ class QorvPicture : public QWidget {
   bool DevicePixels() const;
   void setDevicePixels(bool v);
 
+  // ===== The Qt surface ==========================================================
+  // For Qt code and QML, beside the classic members and never changing them:
+  // names that hide no QWidget member, Qt value types, NOTIFY signals, no
+  // exceptions. Each property reads and writes through the classic member it
+  // mirrors, so a change reports and redraws exactly as the classic one does.
+  // They are meta-object members only; invoke() knows the classic ones.
+
+  // Colours as QColor. Reading resolves a system colour through the current
+  // palette; assigning stores a plain RGB reference (alpha is ignored) and an
+  // invalid QColor is ignored.
+  QColor backgroundColor() const;  // BackColor
+  void setBackgroundColor(const QColor& color);
+  QColor foregroundColor() const;  // ForeColor
+  void setForegroundColor(const QColor& color);
+  QColor shapeFillColor() const;  // FillColor (`fillColor` would overload setFillColor)
+  void setShapeFillColor(const QColor& color);
+  QColor osdBackgroundColor() const;  // OSDBackColor
+  void setOsdBackgroundColor(const QColor& color);
+  QColor osdForegroundColor() const;  // OSDForeColor
+  void setOsdForegroundColor(const QColor& color);
+  QColor osdShadowColor() const;  // OSDShaddowColor
+  void setOsdShadowColor(const QColor& color);
+
+  // Zoom in percent; values beyond the classic 16-bit range are clamped to it.
+  int zoomPercent() const;
+  void setZoomPercent(int percent);
+  // (OffsetX, OffsetY); assigning moves both before one redraw, as Offset does.
+  QPoint offset() const;
+  void setOffset(const QPoint& offset);
+  // A copy of the picture (Format_RGB32; null when there is none). Assigning
+  // replaces the picture as the Picture property does; an alpha channel is
+  // dropped (pixels keep their colour, made opaque), as loading a file does.
+  QImage image() const;
+  void setImage(const QImage& image);
+  // True while a filter runs (between ProcessInit and ProcessComplete).
+  bool isBusy() const;
+
+  // Load or save a file by path, never showing a dialog. They return false on
+  // failure (an empty path included) and errorString() then says why; saving
+  // takes the format from the extension, `quality` -1 meaning the default.
+  Q_INVOKABLE bool openFile(const QString& path);
+  Q_INVOKABLE bool saveFile(const QString& path, int quality = -1);
+  // "error N: description" from the error record; empty when there is none.
+  Q_INVOKABLE QString errorString() const;
+
   // ===== Dispatch ===============================================================
 
   // Calls a member by dispatch id (or name) with automation arguments: an
@@ -421,6 +482,21 @@ class QorvPicture : public QWidget {
   // Every reported property change, under the property's own name (also sent
   // to host().propertyChanged()).
   void propertyChangedNotify(const QString& name);
+
+  // NOTIFY signals of the Qt surface, by value, after the classic event or
+  // change report; each only when the value differs from the last one sent.
+  void backgroundColorChanged(const QColor& color);
+  void foregroundColorChanged(const QColor& color);
+  void shapeFillColorChanged(const QColor& color);
+  void osdBackgroundColorChanged(const QColor& color);
+  void osdForegroundColorChanged(const QColor& color);
+  void osdShadowColorChanged(const QColor& color);
+  void zoomChanged(int percent);
+  // The value form of OffsetChanged, for handlers that only read.
+  void offsetChanged(const QPoint& offset);
+  // After the picture was assigned, loaded or changed by a filter.
+  void pictureChanged();
+  void busyChanged(bool busy);
 
  protected:
   void resizeEvent(QResizeEvent* e) override;

@@ -735,6 +735,34 @@ void storeInitialValues(QorvPicture& c) {
   }
 }
 
+const std::vector<QtMember>& qtSurfaceTable() {
+  using E = EventId;
+  static const std::vector<QtMember> table = {
+      {"backgroundColor", "BackColor", {}, "The background colour as a QColor (system colours resolved)."},
+      {"foregroundColor", "ForeColor", {}, "The colour text and drawing use, as a QColor."},
+      // `fillColor` would overload the classic setFillColor(qint32).
+      {"shapeFillColor", "FillColor", {}, "The colour filled boxes and circles use, as a QColor."},
+      {"osdBackgroundColor", "OSDBackColor", {}, "The on-screen display's background colour, as a QColor."},
+      {"osdForegroundColor", "OSDForeColor", {}, "The on-screen display's text colour, as a QColor."},
+      {"osdShadowColor", "OSDShaddowColor", {}, "The on-screen display's shadow colour, as a QColor."},
+      {"zoomPercent", "Zoom", {E::Zooming}, "The zoom in percent; zoomChanged follows every change."},
+      {"offset", "", {E::OffsetChanged}, "The view offset; offsetChanged follows every change."},
+      {"image", "", {E::PictureChanged, E::LoadImage, E::ProcessComplete},
+       "The picture as a QImage (alpha is dropped on assignment); pictureChanged follows every change."},
+      {"busy", "", {E::ProcessInit, E::ProcessComplete}, "True while a filter runs; busyChanged reports it."},
+      {"openFile", "", {}, "Loads a file without a dialog; false on failure, with errorString()."},
+      {"saveFile", "", {}, "Saves to a file (type from its extension) without a dialog; false on failure."},
+      {"errorString", "", {}, "The last load or save error as text, empty when the last one succeeded."},
+  };
+  return table;
+}
+
+const QtMember* findQtMember(std::string_view name) {
+  for (const QtMember& m : qtSurfaceTable())
+    if (name == m.name) return &m;
+  return nullptr;
+}
+
 const std::vector<EventInfo>& eventTable() {
   static const std::vector<EventInfo> events = [] {
     std::vector<EventInfo> v;

@@ -19,6 +19,8 @@
 #include <QVariant>
 #include <QVariantList>
 
+#include <QorvPictureBox/QorvEnums.h>
+
 namespace qorv {
 
 class QorvPicture;
@@ -91,6 +93,24 @@ void assignProperty(QorvPicture& c, const DispatchMember& m, const QVariant& val
 // Stores every InitProperties default, in table order, with no report and no
 // follow-up.
 void storeInitialValues(QorvPicture& c);
+
+// The Qt-idiomatic surface beside the classic one: Qt meta-object members
+// (never automation members, so invoke() does not see them) under names that
+// hide no QWidget member. A property that mirrors a classic member reads and
+// writes through that member's dispatch, so it converts, reports and follows
+// up exactly as the classic one does. Its NOTIFY signal, when it has one, is
+// emitted after a report of `classic` or after any event in `notifyAfter`,
+// and only when the value differs from the one last notified.
+struct QtMember {
+  const char* name;
+  const char* classic = "";              // classic member it goes through; "" none
+  std::vector<EventId> notifyAfter = {};  // events after which it may have changed
+  const char* help = "";
+};
+// In the order the meta-object declares them, after the classic members.
+const std::vector<QtMember>& qtSurfaceTable();
+// Member by its exact (case-sensitive) Qt name; nullptr if none.
+const QtMember* findQtMember(std::string_view name);
 
 struct EventInfo {
   int id;

@@ -63,6 +63,7 @@ void QorvPicturePrivate::setError(std::int32_t code, const QString& description,
 void QorvPicturePrivate::reportChanged(const QString& name) {
   host().propertyChanged(&q, name);
   emit q.propertyChangedNotify(name);
+  notifyQtSurface(name.toLatin1().constData(), EventId{});
 }
 
 void QorvPicturePrivate::setUseBltAIP(bool value) { q.setUseBltAIP(value); }
@@ -274,6 +275,9 @@ void QorvPicturePrivate::raiseEvent(EventId id, QVariantList& args) {
     case EventId::ZoomFinished: emit q.ZoomFinished(); break;
     case EventId::ZoomBegin: emit q.ZoomBegin(); break;
   }
+  if (id == EventId::ProcessInit) busy = true;
+  if (id == EventId::ProcessComplete) busy = false;
+  notifyQtSurface(nullptr, id);
 }
 
 // ----- lifecycle -------------------------------------------------------------------

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include <QString>
 #include <QVariantList>
@@ -80,6 +81,12 @@ class QorvPicturePrivate final : public view::ViewHost {
   void raiseOffsetChanged() { view.raiseOffsetChanged(); }
   // Reports a property as changed to the host, under its own name.
   void reportChanged(const QString& name);
+  // Emits the NOTIFY signals of the Qt surface members that a report of the
+  // classic member `classic` (or, with `classic` null, the event `id`) may
+  // have changed; see QtMember.
+  void notifyQtSurface(const char* classic, EventId id);
+  bool busy = false;                  // a filter is running
+  std::vector<QVariant> qtNotified;  // last value sent per Qt surface member
   // Throws the automation error for a member this build does not offer yet.
   [[noreturn]] void notImplemented(const char* member) const;
   [[noreturn]] static void raiseObjectRequired();
