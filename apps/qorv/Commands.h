@@ -12,9 +12,11 @@ int runInfoCommand(const QStringList& args);
 int runConvertCommand(const QStringList& args);
 int runRenderCommand(const QStringList& args);
 int runFilterCommand(const QStringList& args);
+int runScriptCommand(const QStringList& args);  // only with QORV_HAVE_SCRIPT
 
 QString formatsCommandUsage();
 QString infoCommandUsage();
 QString convertCommandUsage();
 QString renderCommandUsage();
 QString filterCommandUsage();
+QString scriptCommandUsage();

@@ -8,6 +8,12 @@
 
 namespace {
 
+#ifdef QORV_HAVE_SCRIPT
+#define QORV_SCRIPT_USAGE "  script    run a JavaScript file against the control\n"
+#else
+#define QORV_SCRIPT_USAGE ""
+#endif
+
 QString toolUsage() {
   return QStringLiteral(
       "usage: qorv COMMAND [ARGS]\n"
@@ -18,6 +24,7 @@ QString toolUsage() {
       "  convert   load a picture and save it in another format\n"
       "  render    show a picture in a control of a given size and save the frame\n"
       "  filter    load a picture, apply image operations and save it\n"
+      QORV_SCRIPT_USAGE
       "\n"
       "`qorv COMMAND --help` describes a command.\n");
 }
@@ -54,6 +61,9 @@ int main(int argc, char** argv) {
       {"convert", &runConvertCommand, &convertCommandUsage},
       {"render", &runRenderCommand, &renderCommandUsage},
       {"filter", &runFilterCommand, &filterCommandUsage},
+#ifdef QORV_HAVE_SCRIPT
+      {"script", &runScriptCommand, &scriptCommandUsage},
+#endif
   };
   for (const Entry& e : commands) {
     if (command != QLatin1String(e.name)) continue;
