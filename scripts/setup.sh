@@ -8,7 +8,7 @@ packages=(
   g++ cmake ninja-build pkg-config
   qt6-base-dev qt6-tools-dev qt6-declarative-dev libfreeimage-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  fonts-dejavu-core
+  doxygen fonts-dejavu-core
 )
 
 missing=()
