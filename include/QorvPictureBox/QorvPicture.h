@@ -494,7 +494,7 @@ class QorvPicture : public QWidget {
   void zoomChanged(int percent);
   // The value form of OffsetChanged, for handlers that only read.
   void offsetChanged(const QPoint& offset);
-  // After the picture was assigned, loaded or changed by a filter.
+  // After the picture was assigned, loaded, or changed by an image operation.
   void pictureChanged();
   void busyChanged(bool busy);
 

@@ -747,8 +747,9 @@ const std::vector<QtMember>& qtSurfaceTable() {
       {"osdShadowColor", "OSDShaddowColor", {}, "The on-screen display's shadow colour, as a QColor."},
       {"zoomPercent", "Zoom", {E::Zooming}, "The zoom in percent; zoomChanged follows every change."},
       {"offset", "", {E::OffsetChanged}, "The view offset; offsetChanged follows every change."},
-      {"image", "", {E::PictureChanged, E::LoadImage, E::ProcessComplete},
-       "The picture as a QImage (alpha is dropped on assignment); pictureChanged follows every change."},
+      {"image", "", {E::PictureChanged, E::LoadImage},
+       "The picture as a QImage (alpha dropped on assignment); pictureChanged follows loads, assignments "
+       "and operations."},
       {"busy", "", {E::ProcessInit, E::ProcessComplete}, "True while a filter runs; busyChanged reports it."},
       {"openFile", "", {}, "Loads a file without a dialog; false on failure, with errorString()."},
       {"saveFile", "", {}, "Saves to a file (type from its extension) without a dialog; false on failure."},

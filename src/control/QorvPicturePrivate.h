@@ -85,6 +85,9 @@ class QorvPicturePrivate final : public view::ViewHost {
   // classic member `classic` (or, with `classic` null, the event `id`) may
   // have changed; see QtMember.
   void notifyQtSurface(const char* classic, EventId id);
+  // An operation replaced the picture in place (no classic event reports
+  // that): the Qt surface's picture members hear it as PictureChanged.
+  void pictureProcessed() { notifyQtSurface(nullptr, EventId::PictureChanged); }
   bool busy = false;                  // a filter is running
   std::vector<QVariant> qtNotified;  // last value sent per Qt surface member
   // Throws the automation error for a member this build does not offer yet.

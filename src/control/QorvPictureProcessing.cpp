@@ -99,6 +99,7 @@ void commit(QorvPicture& c, const cDIBSection& result) {
   result.PaintPicture(buffer.hDC(), 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
   if (PicturePtr pic = pictureFrom(result)) buffer.setPicture(pic);
   d.view.updateView(true, true);
+  d.pictureProcessed();
 }
 
 }  // namespace
@@ -189,6 +190,7 @@ void QorvPicture::Resample(qint32 lW, qint32 lH) {
   out->PaintPicture(buffer.hDC(), 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
   if (AutoSize()) d_->view.applyAutoSize();
   d_->view.updateView(true, true);
+  d_->pictureProcessed();
 }
 
 void QorvPicture::CombinePictures(const PicturePtr& Picture1, const PicturePtr& Picture2, qint32 CombinationType,
@@ -234,6 +236,7 @@ bool QorvPicture::Rotate(bool* ClockWise) {
   buffer.setPicture(back.Image());
   buffer.Refresh();
   d_->handleResize();
+  d_->pictureProcessed();
   // The result has never been reported as True; hosts do not rely on it.
   return false;
 }

@@ -127,8 +127,11 @@ TEST_F(QtSurface, ImageRoundTripDropsAlphaAndNotifies) {
   EXPECT_TRUE(ctl->image().isNull());
 }
 
-TEST_F(QtSurface, BusyWhileAFilterRuns) {
+TEST_F(QtSurface, BusyWhileAFilterRunsAndPictureChangedOnceItsResultIsIn) {
   ctl->setPicture(pattern(40, 30));
+  const QImage before = ctl->image();
+  QList<QImage> seen;
+  QObject::connect(ctl.get(), &QorvPicture::pictureChanged, [&] { seen << ctl->image(); });
   QList<bool> states;
   bool busyInside = false;
   QObject::connect(ctl.get(), &QorvPicture::busyChanged, [&](bool b) { states << b; });
@@ -137,6 +140,9 @@ TEST_F(QtSurface, BusyWhileAFilterRuns) {
   EXPECT_EQ(states, (QList<bool>{true, false}));
   EXPECT_TRUE(busyInside);
   EXPECT_FALSE(ctl->isBusy());
+  ASSERT_EQ(seen.size(), 1);
+  EXPECT_NE(seen.first(), before);
+  EXPECT_EQ(seen.first(), ctl->image());
 }
 
 TEST_F(QtSurface, FilesOpenAndSaveWithoutDialogsOrExceptions) {
