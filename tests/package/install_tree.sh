@@ -4,7 +4,7 @@
 # nothing from the sources, the package files, and programs that run from it.
 #   install_tree.sh BUILD_DIR SOURCE_DIR PREFIX LIBDIR
 set -eu
-build=$1 src=$2 prefix=$3 libdir=$4
+build=$1 src=$2 prefix=$3 libdir=$4 designer=${5:-}
 fail() { echo "FAIL: $*" >&2; exit 1; }
 rm -rf "$prefix"
 cmake --install "$build" --prefix "$prefix" >/dev/null
@@ -26,4 +26,13 @@ rm "$prefix/expected-headers"
 # The programs find the library in the prefix, not in the build tree.
 QT_QPA_PLATFORM=offscreen LD_LIBRARY_PATH='' "$prefix/bin/qorv" formats | grep -q "^13	PNG	" || fail "installed qorv"
 [ -x "$prefix/bin/qorv-view" ] || fail "qorv-view not installed"
+# The Designer plugin, when built, lands in Qt's plugin folder of the prefix
+# and resolves the library there.
+if [ -n "$designer" ]; then
+  plugin="$prefix/$designer/libqorvpicture_designer.so"
+  [ -f "$plugin" ] || fail "Designer plugin not installed in $designer"
+  found=$(LD_LIBRARY_PATH='' ldd "$plugin" | awk '/libQorvPictureBox/ { print $3 }')
+  [ -n "$found" ] && [ "$(readlink -f "$found")" = "$(readlink -f "$prefix/$libdir/libQorvPictureBox.so.1")" ] ||
+    fail "the plugin does not find the library in the prefix ($found)"
+fi
 echo "install tree: all checks passed"
