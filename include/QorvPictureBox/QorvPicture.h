@@ -34,6 +34,7 @@ class QMimeData;
 namespace qorv {
 
 class QorvPicturePrivate;
+class PropertyBag;
 
 class QorvPicture : public QWidget {
   Q_OBJECT
@@ -442,6 +443,16 @@ class QorvPicture : public QWidget {
   // Gives every property its default, as when the control is first placed on a
   // form (the constructor does this); reports nothing and redraws nothing.
   void InitProperties();
+  // Saves the stored properties into `PropBag`: the 51 classic keys in their
+  // fixed order, then the members beyond the classic surface under their own
+  // names. Errors of the store are passed on.
+  void WriteProperties(PropertyBag& PropBag);
+  // Restores what WriteProperties saved, key by key. Values are applied as
+  // they are read, without redrawing and without reporting changes (except
+  // MouseIcon's); an absent key gives its default. A value the store cannot
+  // give or the control cannot take stops the read with that error, the keys
+  // before it staying applied. Resize or Refresh the control afterwards.
+  void ReadProperties(PropertyBag& PropBag);
 
   // Pictures declaring more pixels than this fail to load (error 170) before
   // their pixels are read; 0 or less lifts the limit. Default 268435456.

@@ -2,6 +2,8 @@
 // order. Properties name where their value lives; methods name the call.
 #include "control/MemberTable.h"
 
+#include <algorithm>
+
 #include <QHash>
 #include <QMetaEnum>
 #include <QMetaMethod>
@@ -187,61 +189,100 @@ constexpr DispatchArg optIn(const char* name, const char* type) { return {name, 
 constexpr DispatchArg ref(const char* name, const char* type) { return {name, type, false, true}; }
 constexpr DispatchArg optRef(const char* name, const char* type) { return {name, type, true, true}; }
 
+// ----- property-store entries ------------------------------------------------------------
+
+StoredDefault fixed(QVariant v) { return {std::move(v), nullptr}; }
+// "None": the value is written whatever it is.
+const StoredDefault alwaysWritten{};
+const StoredDefault noPicture{QVariant::fromValue(PicturePtr()), nullptr};
+// The pane's font object at the moment of writing or reading.
+const StoredDefault paneFont{{}, [](QP& c) { return QVariant::fromValue(pane(c).Font()); }};
+const StoredDefault paneForeColor{{}, [](QP& c) { return boxed(pane(c).ForeColor()); }};
+
+PersistedKey key(const char* name, int writeOrder, int readOrder, StoredDefault onWrite, StoredDefault onRead) {
+  return {name, writeOrder, readOrder, std::move(onWrite), std::move(onRead), ReadInto::Store, nullptr};
+}
+PersistedKey key(const char* name, int order, StoredDefault onWrite, StoredDefault onRead) {
+  return key(name, order, order, std::move(onWrite), std::move(onRead));
+}
+PersistedKey key(const char* name, int order, const StoredDefault& both) { return key(name, order, both, both); }
+PersistedKey throughSetter(PersistedKey k) {
+  k.into = ReadInto::Setter;
+  return k;
+}
+DispatchMember persist(DispatchMember m, std::vector<PersistedKey> keys) {
+  m.persisted = std::move(keys);
+  return m;
+}
+
 constexpr FollowUp None = FollowUp::None;
 constexpr FollowUp Render = FollowUp::Render;
 
 std::vector<DispatchMember> classicMembers() {
   using FU = FollowUp;
   return {
-      property("JPEG_LOAD_QUALITY", "Let/Get", "Long", field<&ControlSettings::jpegLoadQuality>(), None, 2),
-      property("BackColor", "Get/Let", "Long",
+      persist(property("JPEG_LOAD_QUALITY", "Let/Get", "Long", field<&ControlSettings::jpegLoadQuality>(), None, 2),
+              {key("JPEG_LOAD_QUALITY", 47, 46, fixed(qint32{2}), fixed(qint32{2}))}),
+      persist(property("BackColor", "Get/Let", "Long",
                forwarded<qint32>([](const QP& c) { return boxed(pane(c).BackColor()); },
                                  [](QP& c, const QVariant& v) {
                                    pane(c).setBackColor(unboxed<COLORREF>(v));
                                    copyBackColorFromPane(priv(c));
                                  }),
                None, {}, "Returns/sets the background color used to display text and graphics in an object."),
-      property("ForeColor", "Get/Let", "Long",
+              {key("BackColor", 1, alwaysWritten, fixed(qint32(vbButtonFace)))}),
+      persist(property("ForeColor", "Get/Let", "Long",
                forwarded<qint32>([](const QP& c) { return boxed(pane(c).ForeColor()); },
                                  [](QP& c, const QVariant& v) {
                                    pane(c).setForeColor(unboxed<COLORREF>(v));
                                    priv(c).Buffer().setForeColor(pane(c).ForeColor());
                                  }),
                None, {}, "Returns/sets the foreground color used to display text and graphics in an object."),
-      property("Enabled", "Get/Let", "Boolean",
+              {key("ForeColor", 2, fixed(qint32(vbButtonText)), paneForeColor)}),
+      persist(property("Enabled", "Get/Let", "Boolean",
                forwarded<bool>([](const QP& c) { return QVariant(c.isEnabled()); },
                                [](QP& c, const QVariant& v) { static_cast<QWidget&>(c).setEnabled(v.toBool()); }),
                None, {}, "Returns/sets a value that determines whether an object can respond to user-generated events."),
+              {key("Enabled", 3, fixed(true))}),
       computedDefault(
-          property("Font", "Get/Set", "Object",
+          persist(property("Font", "Get/Set", "Object",
                    forwarded<FontPtr>([](const QP& c) { return boxed(pane(c).Font()); },
                                       [](QP& c, const QVariant& v) { pane(c).setFont(v.value<FontPtr>()); }),
-                   None, {}, "Returns a Font object."),
+                   None, {}, "Returns a Font object."), {key("Font", 4, paneFont)}),
           [](QP&) { return QVariant::fromValue(host().ambientFont()); }),
-      property("BorderStyle", "Get/Let", "Long",
+      persist(property("BorderStyle", "Get/Let", "Long",
                forwarded<qint32>([](const QP& c) { return boxed<qint32>(pane(c).BorderStyle()); },
                                  [](QP& c, const QVariant& v) {
                                    pane(c).setBorderStyle(v.value<qint32>());
                                    priv(c).Buffer().setBorderStyle(pane(c).BorderStyle());
                                  }),
-               None, {}, "Returns/sets the border style for an object."),
+               None, {}, "Returns/sets the border style for an object."), {key("BorderStyle", 5, fixed(qint32{0}))}),
       method("Refresh", "Sub", "", {optIn("Initial", "Boolean")},
              sub([](QP& c, QVariantList& a) { c.Refresh(opt<bool>(a, 0, false)); }),
              "Forces a complete repaint of a object."),
-      property("KeepAspect", "Get/Let", "Boolean", field<&ViewState::keepAspect>(), Render, true,
-               "If enabled the picture is automatically scaled in aspect"),
-      property("AutoSize", "Get/Let", "Boolean", field<&ViewState::autoSize>(), FU::AutoSize, false,
-               "If enabled the PictureBox will automatically scale to fit media."),
-      property("KeyboardScale", "Get/Let", "Boolean", field<&NavigationSettings::keyboardScale>(), None, true,
+      persist(property("KeepAspect", "Get/Let", "Boolean", field<&ViewState::keepAspect>(), Render, true,
+               "If enabled the picture is automatically scaled in aspect"), {key("KeepAspect", 6, fixed(true))}),
+      persist(property("AutoSize", "Get/Let", "Boolean", field<&ViewState::autoSize>(), FU::AutoSize, false,
+               "If enabled the PictureBox will automatically scale to fit media."), {key("AutoSize", 7, fixed(false))}),
+      persist(property("KeyboardScale", "Get/Let", "Boolean", field<&NavigationSettings::keyboardScale>(), None, true,
                "If enabled the user is allowed to zoom in and out using the num-pads + and -"),
-      property("Zoom", "Get/Let", "Integer", field<&ViewState::zoom>(), FU::Zoom, qint16{100},
-               "Set picture zoom 1%...1000% Default is 100%"),
+              {key("KeyboardScale", 8, fixed(true))}),
+      persist(property("Zoom", "Get/Let", "Integer", field<&ViewState::zoom>(), FU::Zoom, qint16{100},
+               "Set picture zoom 1%...1000% Default is 100%"), {key("Zoom", 9, fixed(qint16{100}))}),
       readOnly("PictureW", "Long", via<&QP::PictureW>()),
       readOnly("PictureH", "Long", via<&QP::PictureH>()),
       [] {
         DispatchMember m = readOnly("Picture", "Object", via<&QP::Picture>());
         m.kindText = "Get/Set";
         m.convert = &convertTo<PicturePtr>;
+        // Restored straight into Buffer; under AutoSize the control takes its size.
+        PersistedKey k = key("Picture", 10, noPicture);
+        k.target = [](QP& c, const QVariant& v) {
+          QorvPicturePrivate& d = priv(c);
+          d.Buffer().setPicture(v.value<PicturePtr>());
+          if (d.view.state().autoSize) d.view.applyAutoSize();
+        };
+        m.persisted = {k};
         m.call = [](QP& c, int kind, QVariantList& a) -> QVariant {
           if (kind & (QP::PropertyLet | QP::PropertySet)) {
             c.setPicture(conv<PicturePtr>(a.back()));
@@ -251,18 +292,23 @@ std::vector<DispatchMember> classicMembers() {
         };
         return m;
       }(),
-      property("Centered", "Get/Let", "Boolean", field<&ViewState::centered>(), Render, true,
+      persist(property("Centered", "Get/Let", "Boolean", field<&ViewState::centered>(), Render, true,
                "If centered is set, the image will be keept centered when possible/needed."),
-      property("Stretch", "Get/Let", "Boolean", field<&ViewState::stretch>(), Render, true),
-      property("UseBltAIP", "Get/Let", "Boolean", field<&ViewState::useBlt>(), Render, true,
+              {key("Centered", 11, 12, fixed(true), fixed(true))}),
+      persist(property("Stretch", "Get/Let", "Boolean", field<&ViewState::stretch>(), Render, true),
+              {key("Stretch", 12, 13, fixed(true), fixed(true))}),
+      persist(property("UseBltAIP", "Get/Let", "Boolean", field<&ViewState::useBlt>(), Render, true,
                "When BLT (BIT BLOCK TRANSFER) API is enabled performance may increase. However, some colors may "
-               "be lost when using stretch mode."),
-      property("KeyboardZoomFactor", "Get/Let", "Integer", field<&NavigationSettings::keyboardZoomFactor>(), None,
+               "be lost when using stretch mode."), {key("UseBltAIP", 13, 14, fixed(true), fixed(true))}),
+      persist(property("KeyboardZoomFactor", "Get/Let", "Integer", field<&NavigationSettings::keyboardZoomFactor>(), None,
                qint16{10}, "Define the keyboard zoom factor. Default is 10."),
-      property("KeyboarZoomMin", "Get/Let", "Integer", field<&NavigationSettings::keyboardZoomMin>(), None,
+              {key("KeyboardZoomFactor", 14, 15, fixed(qint16{10}), fixed(qint16{10}))}),
+      persist(property("KeyboarZoomMin", "Get/Let", "Integer", field<&NavigationSettings::keyboardZoomMin>(), None,
                qint16{1}, "Defines the minimum zoom when using the keyboard."),
-      property("KeyboardZoomMax", "Get/Let", "Integer", field<&NavigationSettings::keyboardZoomMax>(), None,
+              {key("KeyboarZoomMin", 15, 16, fixed(qint16{1}), fixed(qint16{1}))}),
+      persist(property("KeyboardZoomMax", "Get/Let", "Integer", field<&NavigationSettings::keyboardZoomMax>(), None,
                qint16{1000}, "Defines the maximum zoom when using the keyboard."),
+              {key("KeyboardZoomMax", 16, 17, fixed(qint16{1000}), fixed(qint16{1000}))}),
       readOnly("PictureWidth", "Long", via<&QP::PictureWidth>()),
       readOnly("PictureHeight", "Long", via<&QP::PictureHeight>()),
       readOnly("ScaledPicture", "Object", via<&QP::ScaledPicture>()),
@@ -276,10 +322,11 @@ std::vector<DispatchMember> classicMembers() {
         m.args = {ref("NewOffset", "Long")};
         return m;
       }(),
-      property("ZoomFromOriginal", "Get/Let", "Boolean", field<&ViewState::zoomFromOriginal>(), FU::UpdateView,
+      persist(property("ZoomFromOriginal", "Get/Let", "Boolean", field<&ViewState::zoomFromOriginal>(), FU::UpdateView,
                false,
                "If enabled, zoom will be done using the size of the original image. Else the usercontrols "
                "dimentions will be used as zoom cords."),
+              {key("ZoomFromOriginal", 17, 18, fixed(false), fixed(false))}),
       readOnly("OrgPictureWidth", "Long", via<&QP::OrgPictureWidth>()),
       readOnly("OrgPictureHeight", "Long", via<&QP::OrgPictureHeight>()),
       method("SendToClipboard", "Function", "Boolean", {in("PictureType", "Long")},
@@ -312,34 +359,39 @@ std::vector<DispatchMember> classicMembers() {
              [](QP& c, int, QVariantList& a) { return QVariant(c.RenderTextWidth(req<QString>(a, 0))); }),
       method("RenderTextHeight", "Get", "Long", {in("strText", "String")},
              [](QP& c, int, QVariantList& a) { return QVariant(c.RenderTextHeight(req<QString>(a, 0))); }),
-      property("MoveIcon", "Get/Set", "Object", field<&ControlSettings::moveIcon>(), None, {},
-               "Sets a custom mouse icon."),
-      property("DrawMode", "Get/Let", "Long",
+      persist(property("MoveIcon", "Get/Set", "Object", field<&ControlSettings::moveIcon>(), None, {},
+               "Sets a custom mouse icon."), {key("MoveIcon", 19, noPicture)}),
+      persist(property("DrawMode", "Get/Let", "Long",
                forwarded<qint32>([](const QP& c) { return boxed<qint32>(pane(c).DrawMode()); },
                                  [](QP& c, const QVariant& v) { pane(c).setDrawMode(v.value<qint32>()); }),
                None, {}, "Sets the appearance of output from graphics methods or of a Shape or Line control."),
-      property("DrawStyle", "Get/Let", "Long",
+              {key("DrawMode", 20, fixed(qint32{13}))}),
+      persist(property("DrawStyle", "Get/Let", "Long",
                forwarded<qint32>([](const QP& c) { return boxed<qint32>(pane(c).DrawStyle()); },
                                  [](QP& c, const QVariant& v) { pane(c).setDrawStyle(v.value<qint32>()); }),
                None, {}, "Determines the line style for output from graphics methods."),
-      property("DrawWidth", "Get/Let", "Integer",
+              {key("DrawStyle", 21, fixed(qint32{0}))}),
+      persist(property("DrawWidth", "Get/Let", "Integer",
                forwarded<qint16>([](const QP& c) { return boxed(static_cast<qint16>(pane(c).DrawWidth())); },
                                  [](QP& c, const QVariant& v) { pane(c).setDrawWidth(v.value<qint16>()); }),
                None, {}, "Returns/sets the line width for output from graphics methods."),
+              {key("DrawWidth", 22, fixed(qint16{1}))}),
       readOnly("hdc", "Long", via<&QP::hdc>()),
       readOnly("hWnd", "Long", via<&QP::hWnd>()),
       readOnly("Image", "Object", via<&QP::Image>(),
                "Returns a handle, provided by Microsoft Windows, to a persistent bitmap."),
-      property("OLEDragMode", "Get/Let", "Long",
+      persist(property("OLEDragMode", "Get/Let", "Long",
                forwarded<qint32>([](const QP& c) { return boxed<qint32>(pane(c).OLEDragMode()); },
                                  [](QP& c, const QVariant& v) { pane(c).setOLEDragMode(v.value<qint32>()); }),
                None, {},
                "Returns/Sets whether this object can act as an OLE drag/drop source, and whether this process is "
                "started automatically or under programmatic control."),
-      property("OLEDropMode", "Get/Let", "Long",
+              {key("OLEDragMode", 23, alwaysWritten, fixed(qint32{0}))}),
+      persist(property("OLEDropMode", "Get/Let", "Long",
                forwarded<qint32>([](const QP& c) { return boxed<qint32>(pane(c).OLEDropMode()); },
                                  [](QP& c, const QVariant& v) { pane(c).setOLEDropMode(v.value<qint32>()); }),
                None, {}, "Returns/Sets whether this object can act as an OLE drop target."),
+              {key("OLEDropMode", 24, alwaysWritten, fixed(qint32{0}))}),
       method("PaintPicture", "Sub", "",
              {in("Picture", "Object"), in("X1", "Single"), in("Y1", "Single"), optIn("Width1", "Variant"),
               optIn("Height1", "Variant"), optIn("X2", "Variant"), optIn("Y2", "Variant"),
@@ -349,8 +401,9 @@ std::vector<DispatchMember> classicMembers() {
                               a.value(5), a.value(6), a.value(7), a.value(8), a.value(9));
              }),
              "Draws the contents of a graphics file on a Form, PictureBox, or Printer object."),
-      property("ToolTipText", "Get/Let", "String", field<&ControlSettings::toolTipText>(), None, QString(),
+      persist(property("ToolTipText", "Get/Let", "String", field<&ControlSettings::toolTipText>(), None, QString(),
                "Returns/sets the text displayed when the mouse is paused over the control."),
+              {key("ToolTipText", 25, fixed(QString()))}),
       method("PrintText", "Sub", "", {in("strText", "String")},
              sub([](QP& c, QVariantList& a) { c.PrintText(req<QString>(a, 0)); })),
       property("CurrentX", "Get/Let", "Single",
@@ -362,7 +415,8 @@ std::vector<DispatchMember> classicMembers() {
                                 [](QP& c, const QVariant& v) { pane(c).setCurrentY(v.value<float>()); }),
                None, {}, "Returns/sets the vertical coordinates for next print or draw method."),
       method("Cls", "Sub", "", {}, sub([](QP& c, QVariantList&) { c.Cls(); })),
-      property("LockUpdate", "Get/Let", "Boolean", field<&ViewState::lockUpdate>(), FU::RenderWhenFalse, false),
+      persist(property("LockUpdate", "Get/Let", "Boolean", field<&ViewState::lockUpdate>(), FU::RenderWhenFalse, false),
+              {key("LockUpdate", 26, fixed(false))}),
       method("LoadFreeImage", "Function", "Boolean",
              {optRef("StrFilePath", "String"), optIn("ForceType", "Long"), optRef("InitDir", "String"),
               optIn("DoNotRender", "Boolean")},
@@ -466,7 +520,8 @@ std::vector<DispatchMember> classicMembers() {
                if (a.size() > 6 && a[6].isValid()) a[6] = filter;
                return QVariant(r);
              }),
-      property("AutoSwitchToAPI", "Get/Let", "Boolean", field<&ViewState::autoSwitchToApi>(), None, false),
+      persist(property("AutoSwitchToAPI", "Get/Let", "Boolean", field<&ViewState::autoSwitchToApi>(), None, false),
+              {key("AutoSwitchToAPI", 27, fixed(false))}),
       readOnly("CurrentFile", "String", via<&QP::CurrentFile>()),
       method("FileExtension", "Function", "String", {in("StrFile", "String"), optIn("IncludeDOT", "Boolean")},
              [](QP& c, int, QVariantList& a) {
@@ -478,13 +533,16 @@ std::vector<DispatchMember> classicMembers() {
              [](QP& c, int, QVariantList& a) { return QVariant(c.FileName(req<QString>(a, 0))); }),
       method("RemoveFileExtension", "Function", "String", {in("StrFilename", "String")},
              [](QP& c, int, QVariantList& a) { return QVariant(c.RemoveFileExtension(req<QString>(a, 0))); }),
-      property("FastLoad", "Get/Let", "Boolean", field<&ControlSettings::fastLoad>(), None, false),
-      property("MouseZoom", "Get/Let", "Boolean", field<&NavigationSettings::mouseZoom>(), None, true,
+      persist(property("FastLoad", "Get/Let", "Boolean", field<&ControlSettings::fastLoad>(), None, false),
+              {key("FastLoad", 28, fixed(false))}),
+      persist(property("MouseZoom", "Get/Let", "Boolean", field<&NavigationSettings::mouseZoom>(), None, true,
                "If enables, the user is allowed to zoom in and out using the right mouse button. (up and down)"),
+              {key("MouseZoom", 29, fixed(true))}),
       method("Offset", "Sub", "", {in("NewXOffset", "Long"), in("NewYOffset", "Long")},
              sub([](QP& c, QVariantList& a) { c.Offset(req<qint32>(a, 0), req<qint32>(a, 1)); })),
-      property("IgnoreOffsetBorder", "Get/Let", "Boolean", field<&ViewState::ignoreOffsetBorder>(), None, false,
+      persist(property("IgnoreOffsetBorder", "Get/Let", "Boolean", field<&ViewState::ignoreOffsetBorder>(), None, false,
                "If enabled, picture offset borders are ignores when sizeing and moving image."),
+              {key("IgnoreOffsetBorder", 30, fixed(false))}),
       method("ApplyFilter", "Sub", "", {in("FilterType", "Long"), optIn("FilterWeight", "Long")},
              sub([](QP& c, QVariantList& a) { c.ApplyFilter(req<qint32>(a, 0), opt<qint32>(a, 1, 0)); })),
       method("Darken", "Sub", "", {optIn("Amount", "Variant")},
@@ -527,10 +585,11 @@ std::vector<DispatchMember> classicMembers() {
                    c.ShellExecute(req<QString>(a, 0), req<QString>(a, 1), opt<QString>(a, 2), opt<QString>(a, 3)));
              }),
       method("ShowAbout", "Sub", "", {}, sub([](QP& c, QVariantList&) { c.ShowAbout(); })),
-      property("Tiled", "Get/Let", "Boolean", field<&ViewState::tiled>(), Render, false,
+      persist(property("Tiled", "Get/Let", "Boolean", field<&ViewState::tiled>(), Render, false,
                "If enabled, the processed image is tiled over the usercontrol area."),
+              {key("Tiled", 31, fixed(false))}),
       // Held in 16 bits: wider values keep their low 16 bits.
-      property("ZoomType", "Get/Let", "Long",
+      persist(property("ZoomType", "Get/Let", "Long",
                forwarded<qint32>(
                    [](const QP& c) { return boxed<qint32>(priv(c).view.state().zoomType); },
                    [](QP& c, const QVariant& v) {
@@ -538,7 +597,7 @@ std::vector<DispatchMember> classicMembers() {
                    }),
                Render, 3,
                "Defines the ZoomQuality. Halftone gives the best quality on cost of performance. However "
-               "DELETESCAN is the default."),
+               "DELETESCAN is the default."), {key("ZoomType", 32, fixed(qint32{3}))}),
       method("Rotate", "Function", "Boolean", {ref("ClockWise", "Boolean")},
              [](QP& c, int, QVariantList& a) {
                bool cw = req<bool>(a, 0);
@@ -546,59 +605,70 @@ std::vector<DispatchMember> classicMembers() {
                a[0] = cw;
                return QVariant(r);
              }),
-      property("AutoRedraw", "Get/Let", "Boolean",
+      persist(property("AutoRedraw", "Get/Let", "Boolean",
                forwarded<bool>([](const QP& c) { return QVariant(pane(c).AutoRedraw()); },
                                [](QP& c, const QVariant& v) { pane(c).setAutoRedraw(v.toBool()); }),
                FU::ResizeWhenTrue, {}, "Returns/sets the output from a graphics method to a persistent bitmap."),
-      property("VisualZoom", "Get/Let", "Boolean", field<&NavigationSettings::visualZoom>(), None, false,
+              {key("AutoRedraw", 33, fixed(true))}),
+      persist(property("VisualZoom", "Get/Let", "Boolean", field<&NavigationSettings::visualZoom>(), None, false,
                "If enabled, the image is redrawn while zooming using the mouse."),
+              {key("VisualZoom", 34, fixed(false))}),
       // The on-screen display starts with the pane's own font object, shared.
-      computedDefault(property("OSDFont", "Get/Set", "Object", field<&OsdSettings::font>(), None, {},
+      persist(computedDefault(property("OSDFont", "Get/Set", "Object", field<&OsdSettings::font>(), None, {},
                                "Sets the font property for the On Screen Display."),
-                      [](QP& c) { return QVariant::fromValue(pane(c).Font()); }),
-      property("OSDBackColor", "Get/Let", "Long", field<&OsdSettings::backColor>(), None, qint32{0x00FF00},
-               "Defines backcolor for On Screen Display."),
-      property("OSDForeColor", "Get/Let", "Long", field<&OsdSettings::foreColor>(), None, qint32{0x00FF00},
-               "Defines forecolor for On Screen Display."),
-      property("ShowOffsetOSD", "Get/Let", "Boolean", field<&OsdSettings::showOffset>(), None, false,
+                      [](QP& c) { return QVariant::fromValue(pane(c).Font()); }), {key("OSDFont", 35, paneFont)}),
+      persist(property("OSDBackColor", "Get/Let", "Long", field<&OsdSettings::backColor>(), None, qint32{0x00FF00},
+               "Defines backcolor for On Screen Display."), {key("OSDBackColor", 36, fixed(qint32{0x00FF00}))}),
+      persist(property("OSDForeColor", "Get/Let", "Long", field<&OsdSettings::foreColor>(), None, qint32{0x00FF00},
+               "Defines forecolor for On Screen Display."), {key("OSDForeColor", 37, fixed(qint32{0x00FF00}))}),
+      persist(property("ShowOffsetOSD", "Get/Let", "Boolean", field<&OsdSettings::showOffset>(), None, false,
                "If enabled, the image offset is shown on screen while dragging image."),
-      property("ZoomOSD", "Get/Let", "Boolean", field<&OsdSettings::showZoom>(), None, false),
-      property("OSDTransparent", "Get/Let", "Boolean", field<&OsdSettings::transparent>(), None, true),
-      property("OSDShaddow", "Get/Let", "Boolean", field<&OsdSettings::shadow>(), None, true),
-      property("OSDShaddowColor", "Get/Let", "Long", field<&OsdSettings::shadowColor>(), None, qint32{0}),
-      property("OSDShaddowSize", "Get/Let", "Integer", field<&OsdSettings::shadowSize>(), None, qint16{2}),
+              {key("ShowOffsetOSD", 38, fixed(false))}),
+      persist(property("ZoomOSD", "Get/Let", "Boolean", field<&OsdSettings::showZoom>(), None, false),
+              {key("ZoomOSD", 39, fixed(false))}),
+      persist(property("OSDTransparent", "Get/Let", "Boolean", field<&OsdSettings::transparent>(), None, true),
+              {key("OSDTransparent", 40, fixed(true))}),
+      persist(property("OSDShaddow", "Get/Let", "Boolean", field<&OsdSettings::shadow>(), None, true),
+              {key("OSDShaddow", 41, fixed(true))}),
+      persist(property("OSDShaddowColor", "Get/Let", "Long", field<&OsdSettings::shadowColor>(), None, qint32{0}),
+              {key("OSDShaddowColor", 42, fixed(qint32{0}))}),
+      persist(property("OSDShaddowSize", "Get/Let", "Integer", field<&OsdSettings::shadowSize>(), None, qint16{2}),
+              {key("OSDShaddowSize", 43, fixed(qint16{2}))}),
       method("GetTicks", "Function", "Long", {}, [](QP& c, int, QVariantList&) { return QVariant(c.GetTicks()); }),
       // Held as InitTimer's interval; the timer starts at 250 ms.
-      property("HQInitialDelay", "Get/Let", "Long",
+      persist(property("HQInitialDelay", "Get/Let", "Long",
                forwarded<qint32>(
                    [](const QP& c) { return boxed<qint32>(priv(c).view.scheduler().hqInitialDelay()); },
                    [](QP& c, const QVariant& v) { priv(c).view.scheduler().setHqInitialDelay(v.value<qint32>()); }),
-               None),
+               None), {key("HQInitialDelay", 44, 47, fixed(qint32{250}), fixed(qint32{250}))}),
       method("BitBltPicture", "Function", "Boolean", {in("fHDC", "Long"), in("fWidth", "Long"), in("fHeight", "Long")},
              [](QP& c, int, QVariantList& a) {
                return QVariant(c.BitBltPicture(req<qint32>(a, 0), req<qint32>(a, 1), req<qint32>(a, 2)));
              }),
-      property("HQAutoSwitch", "Let/Get", "Boolean", field<&ViewState::hqAutoSwitch>(), None, true),
+      persist(property("HQAutoSwitch", "Let/Get", "Boolean", field<&ViewState::hqAutoSwitch>(), None, true),
+              {key("HQAutoSwitch", 45, 44, fixed(true), fixed(true))}),
       method("OLEDrag", "Sub", "", {}, sub([](QP& c, QVariantList&) { c.OLEDrag(); })),
       // Changing it alone must not mark the host's form as modified.
-      silent(property("NoLoadingHourGlass", "Let/Get", "Boolean", field<&ControlSettings::noLoadingHourGlass>(),
-                      None, false)),
-      property("MousePointer", "Get/Let", "Integer",
+      persist(silent(property("NoLoadingHourGlass", "Let/Get", "Boolean", field<&ControlSettings::noLoadingHourGlass>(),
+                      None, false)), {key("NoLoadingHourglass", 46, 45, fixed(false), fixed(false))}),
+      persist(property("MousePointer", "Get/Let", "Integer",
                forwarded<qint16>([](const QP& c) { return boxed(static_cast<qint16>(pane(c).MousePointer())); },
                                  [](QP& c, const QVariant& v) { pane(c).setMousePointer(v.value<qint16>()); }),
-               None),
-      property("MouseIcon", "Get/Set", "Object",
+               None), {key("MousePointer", 48, fixed(qint16{0}))}),
+      persist(property("MouseIcon", "Get/Set", "Object",
                forwarded<PicturePtr>([](const QP& c) { return boxed(pane(c).MouseIcon()); },
                                      [](QP& c, const QVariant& v) { pane(c).setMouseIcon(v.value<PicturePtr>()); }),
                None),
-      property("FillStyle", "Get/Let", "Long",
+              {throughSetter(key("MoveIcon", 18, 11, noPicture, noPicture)), throughSetter(key("MouseIcon", 49, noPicture))}),
+      persist(property("FillStyle", "Get/Let", "Long",
                forwarded<qint32>([](const QP& c) { return boxed<qint32>(pane(c).FillStyle()); },
                                  [](QP& c, const QVariant& v) { pane(c).setFillStyle(v.value<qint32>()); }),
-               None, {}, "Returns/sets the fill style of a shape."),
-      property("FillColor", "Get/Let", "Long",
+               None, {}, "Returns/sets the fill style of a shape."), {key("FillStyle", 50, fixed(qint32{1}))}),
+      persist(property("FillColor", "Get/Let", "Long",
                forwarded<qint32>([](const QP& c) { return boxed(pane(c).FillColor()); },
                                  [](QP& c, const QVariant& v) { pane(c).setFillColor(unboxed<COLORREF>(v)); }),
                None, {}, "Returns/sets the color used to fill in shapes, circles, and boxes."),
+              {key("FillColor", 51, fixed(qint32{0}))}),
       readOnly("IsZooming", "Boolean", via<&QP::IsZooming>()),
       method("ClearError", "Sub", "", {}, sub([](QP& c, QVariantList&) { c.ClearError(); })),
   };
@@ -631,6 +701,11 @@ int kindsOf(const char* kindText) {
     if (part == QLatin1String("Function")) bits |= QP::Method | QP::PropertyGet;
   }
   return bits;
+}
+
+std::size_t classicCount() {
+  static const std::size_t n = classicMembers().size();
+  return n;
 }
 
 std::vector<DispatchMember> buildTable() {
@@ -762,6 +837,40 @@ const QtMember* findQtMember(std::string_view name) {
   for (const QtMember& m : qtSurfaceTable())
     if (name == m.name) return &m;
   return nullptr;
+}
+
+std::size_t classicMemberCount() { return classicCount(); }
+
+std::vector<PersistenceStep> persistencePlan(const std::vector<DispatchMember>& table, bool reading) {
+  std::vector<PersistenceStep> steps;
+  int lastClassic = 0;
+  for (std::size_t i = 0; i < table.size() && i < classicCount(); ++i)
+    for (const PersistedKey& k : table[i].persisted) {
+      steps.push_back({&table[i], k});
+      lastClassic = std::max({lastClassic, k.writeOrder, k.readOrder});
+    }
+  const auto position = [reading](const PersistenceStep& s) { return reading ? s.entry.readOrder : s.entry.writeOrder; };
+  std::stable_sort(steps.begin(), steps.end(),
+                   [&](const PersistenceStep& a, const PersistenceStep& b) { return position(a) < position(b); });
+  // Members beyond the classic surface follow under their own names, in
+  // table order, so that adding one never moves a classic key.
+  int next = lastClassic;
+  for (std::size_t i = classicCount(); i < table.size(); ++i) {
+    const DispatchMember& m = table[i];
+    std::vector<PersistedKey> keys = m.persisted;
+    if (keys.empty() && m.store) {
+      StoredDefault def;
+      def.value = m.initial;
+      def.from = m.initialFrom;
+      keys.push_back(key(m.name, 0, def));
+    }
+    for (PersistedKey& k : keys) {
+      ++next;
+      k.writeOrder = k.readOrder = next;
+      steps.push_back({&m, k});
+    }
+  }
+  return steps;
 }
 
 const std::vector<EventInfo>& eventTable() {

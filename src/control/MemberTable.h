@@ -49,6 +49,33 @@ using PropertyGet = QVariant (*)(const QorvPicture&);
 using PropertyStore = void (*)(QorvPicture&, const QVariant&);
 using MemberCall = std::function<QVariant(QorvPicture&, int kind, QVariantList& args)>;
 using InitialValue = QVariant (*)(QorvPicture&);
+// A default handed to the property store with a value: fixed, computed from
+// the control at that moment, or none at all (an invalid QVariant: the value
+// is always written).
+struct StoredDefault {
+  QVariant value;
+  InitialValue from = nullptr;
+  QVariant of(QorvPicture& c) const { return from ? from(c) : value; }
+};
+
+// How a value read back from the property store reaches the control.
+enum class ReadInto {
+  Store,   // stored directly: no change report, no follow-up
+  Setter,  // through the property's own assignment, which reports the change
+};
+
+// One entry of the property store: a member may have several (MouseIcon is
+// written under "MoveIcon" and under "MouseIcon").
+struct PersistedKey {
+  const char* key;
+  int writeOrder;  // 1-based position among the written keys
+  int readOrder;   // 1-based position among the read keys
+  StoredDefault writeDefault;
+  StoredDefault readDefault;
+  ReadInto into = ReadInto::Store;
+  // Where a read value goes when it is not the member's own store.
+  PropertyStore target = nullptr;
+};
 
 struct DispatchMember {
   const char* name = "";
@@ -73,6 +100,11 @@ struct DispatchMember {
   FollowUp followUp = FollowUp::None;
   QVariant initial;                    // InitProperties value (invalid: none)
   InitialValue initialFrom = nullptr;  // ... or computed when the control is placed
+
+  // Its entries in the host's property store. Empty for members that are not
+  // stored; writable members beyond the classic surface get one entry under
+  // their own name after the classic keys (see persistencePlan).
+  std::vector<PersistedKey> persisted;
 };
 
 // The table in interface order.
@@ -111,6 +143,20 @@ struct QtMember {
 const std::vector<QtMember>& qtSurfaceTable();
 // Member by its exact (case-sensitive) Qt name; nullptr if none.
 const QtMember* findQtMember(std::string_view name);
+
+// A member's entry in the property store, resolved against a table.
+struct PersistenceStep {
+  const DispatchMember* member;
+  PersistedKey entry;
+};
+// The entries of `table` in write order (`reading` false) or read order
+// (`reading` true). Classic entries keep their own positions; each writable
+// member beyond them (after the last classic row) that names no entry of its
+// own is stored under its name, with its InitProperties value as both
+// defaults, in table order after all classic entries.
+std::vector<PersistenceStep> persistencePlan(const std::vector<DispatchMember>& table, bool reading);
+// Number of classic rows in the table (the members beyond them follow).
+std::size_t classicMemberCount();
 
 struct EventInfo {
   int id;

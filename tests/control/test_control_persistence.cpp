@@ -1,0 +1,275 @@
+// Saving and restoring the control's settings through the shipped stores.
+#include <QSettings>
+#include <QTemporaryDir>
+
+#include <QorvPictureBox/AutomationError.h>
+#include <QorvPictureBox/MemoryPropertyBag.h>
+#include <QorvPictureBox/SettingsPropertyBag.h>
+
+#include "ControlFixture.h"
+#include "control/MemberTable.h"
+
+namespace qorv {
+namespace {
+
+using testing_support::ControlTest;
+
+// The stored format: every key, in the order written.
+const QStringList kWrittenKeys = {
+    "BackColor", "ForeColor", "Enabled", "Font", "BorderStyle", "KeepAspect", "AutoSize", "KeyboardScale", "Zoom",
+    "Picture", "Centered", "Stretch", "UseBltAIP", "KeyboardZoomFactor", "KeyboarZoomMin", "KeyboardZoomMax",
+    "ZoomFromOriginal", "MoveIcon", "MoveIcon", "DrawMode", "DrawStyle", "DrawWidth", "OLEDragMode", "OLEDropMode",
+    "ToolTipText", "LockUpdate", "AutoSwitchToAPI", "FastLoad", "MouseZoom", "IgnoreOffsetBorder", "Tiled",
+    "ZoomType", "AutoRedraw", "VisualZoom", "OSDFont", "OSDBackColor", "OSDForeColor", "ShowOffsetOSD", "ZoomOSD",
+    "OSDTransparent", "OSDShaddow", "OSDShaddowColor", "OSDShaddowSize", "HQInitialDelay", "HQAutoSwitch",
+    "NoLoadingHourglass", "JPEG_LOAD_QUALITY", "MousePointer", "MouseIcon", "FillStyle", "FillColor"};
+
+// Each plain stored property: a value other than its default, and what an
+// empty store gives back (ForeColor's is the pane's current colour).
+struct Setting {
+  const char* name;
+  QVariant other;
+  QVariant readDefault;
+};
+const Setting kSettings[] = {
+    {"BackColor", 0x123456, qint32(0x8000000F)}, {"ForeColor", 0x654321, 0x654321},
+    {"Enabled", false, true},                    {"BorderStyle", 1, 0},
+    {"KeepAspect", false, true},                 {"KeyboardScale", false, true},
+    {"Zoom", 250, 100},                          {"Centered", false, true},
+    {"Stretch", false, true},                    {"UseBltAIP", false, true},
+    {"KeyboardZoomFactor", 7, 10},               {"KeyboarZoomMin", 5, 1},
+    {"KeyboardZoomMax", 900, 1000},              {"ZoomFromOriginal", true, false},
+    {"DrawMode", 7, 13},                         {"DrawStyle", 2, 0},
+    {"DrawWidth", 3, 1},                         {"OLEDragMode", 1, 0},
+    {"OLEDropMode", 1, 0},                       {"ToolTipText", QString("tip"), QString()},
+    {"LockUpdate", true, false},                 {"AutoSwitchToAPI", true, false},
+    {"FastLoad", true, false},                   {"MouseZoom", false, true},
+    {"IgnoreOffsetBorder", true, false},         {"Tiled", true, false},
+    {"ZoomType", 4, 3},                          {"AutoRedraw", false, true},
+    {"VisualZoom", true, false},                 {"OSDBackColor", 255, 65280},
+    {"OSDForeColor", 0xFF0000, 65280},           {"ShowOffsetOSD", true, false},
+    {"ZoomOSD", true, false},                    {"OSDTransparent", false, true},
+    {"OSDShaddow", false, true},                 {"OSDShaddowColor", 0x808080, 0},
+    {"OSDShaddowSize", 4, 2},                    {"HQInitialDelay", 900, 250},
+    {"HQAutoSwitch", false, true},               {"NoLoadingHourGlass", true, false},
+    {"JPEG_LOAD_QUALITY", 1, 2},                 {"MousePointer", 2, 0},
+    {"FillStyle", 0, 1},                         {"FillColor", 0x00FF00, 0},
+};
+
+QString valueOf(QorvPicture& c, const char* name) {
+  return c.invoke(QString::fromLatin1(name), QorvPicture::PropertyGet, QVariantList{}).toString();
+}
+
+// A store that fails on one key, as a broken file or a host error would.
+class FailingBag : public MemoryPropertyBag {
+ public:
+  explicit FailingBag(QString key) : key_(std::move(key)) {}
+  QVariant ReadProperty(const QString& name, const QVariant& def) override {
+    if (name == key_) throw AutomationError(errors::PathFileAccessError, "bag", "unreadable");
+    return MemoryPropertyBag::ReadProperty(name, def);
+  }
+
+ private:
+  QString key_;
+};
+
+class Persistence : public ControlTest {
+ protected:
+  // Gives every stored property of `c` a value other than its default.
+  void changeEverything(QorvPicture& c) {
+    for (const Setting& s : kSettings) c.invoke(QString::fromLatin1(s.name), QorvPicture::PropertyLet, {s.other});
+    FontPtr font = Font::create();
+    font->setName("DejaVu Serif");
+    font->setSize(14);
+    font->setBold(true);
+    c.setFont(font);
+    FontPtr osd = Font::create();
+    osd->setName("DejaVu Sans Mono");
+    osd->setItalic(true);
+    c.setOSDFont(osd);
+    c.setMouseIcon(pattern(8, 8));
+    c.setMoveIcon(pattern(16, 16));
+  }
+};
+
+TEST_F(Persistence, WritesTheStoredKeysInTheirOrder) {
+  MemoryPropertyBag bag;
+  ctl->WriteProperties(bag);
+  EXPECT_EQ(bag.Keys(), kWrittenKeys);
+}
+
+TEST_F(Persistence, MembersBeyondTheClassicOnesFollowUnderTheirOwnNames) {
+  std::vector<DispatchMember> table = dispatchTable();
+  DispatchMember added = *findMember("Tiled");
+  added.name = "AddedSetting";
+  added.persisted.clear();
+  table.push_back(added);
+  const std::vector<PersistenceStep> steps = persistencePlan(table, false);
+  ASSERT_EQ(steps.size(), 52u);
+  EXPECT_STREQ(steps.back().entry.key, "AddedSetting");
+  EXPECT_EQ(steps.back().entry.writeDefault.value, QVariant(false));
+}
+
+TEST_F(Persistence, AnEmptyStoreGivesTheReadDefaults) {
+  changeEverything(*ctl);
+  MemoryPropertyBag empty;
+  ctl->ReadProperties(empty);
+  for (const Setting& s : kSettings) EXPECT_EQ(valueOf(*ctl, s.name), s.readDefault.toString()) << s.name;
+  EXPECT_EQ(ctl->OSDFont().get(), ctl->Font().get());  // the pane's own font object
+  EXPECT_EQ(handleOf(ctl->MoveIcon()), 0u);
+}
+
+TEST_F(Persistence, ReadingRunsNoFollowUpsAndReportsOnlyTheMouseIcon) {
+  MemoryPropertyBag bag;
+  changeEverything(*ctl);
+  ctl->WriteProperties(bag);
+  auto other = std::make_unique<QorvPicture>();
+  host.changed.clear();
+  other->ReadProperties(bag);
+  EXPECT_EQ(host.changed, QStringList({"MouseIcon", "MouseIcon"}));
+  EXPECT_EQ(QorvPicturePrivate::of(*other).framesComposed(), 0);
+}
+
+enum class Store { Memory, Settings };
+
+class RoundTrip : public Persistence, public ::testing::WithParamInterface<Store> {
+ protected:
+  // Writes `from` and reads the result into `to`, through a fresh store.
+  void copy(QorvPicture& from, QorvPicture& to) {
+    if (GetParam() == Store::Memory) {
+      MemoryPropertyBag bag;
+      from.WriteProperties(bag);
+      to.ReadProperties(bag);
+      return;
+    }
+    const QString ini = dir.filePath("view.ini");
+    {
+      SettingsPropertyBag bag(ini, "viewer");
+      from.WriteProperties(bag);
+      bag.Sync();
+    }
+    SettingsPropertyBag bag(ini, "viewer");
+    to.ReadProperties(bag);
+  }
+  QTemporaryDir dir;
+};
+
+TEST_P(RoundTrip, RestoresEveryStoredValue) {
+  changeEverything(*ctl);
+  ctl->setPicture(pattern(40, 30));
+  QorvPicture restored;
+  copy(*ctl, restored);
+  for (const Setting& s : kSettings) EXPECT_EQ(valueOf(restored, s.name), valueOf(*ctl, s.name)) << s.name;
+  for (const char* font : {"Font", "OSDFont"}) {
+    const FontPtr a = ctl->property(font).value<FontPtr>();
+    const FontPtr b = restored.property(font).value<FontPtr>();
+    ASSERT_TRUE(b) << font;
+    EXPECT_NE(a.get(), b.get()) << font;  // never shared between controls
+    for (const char* field : {"Name", "Size", "Bold", "Italic"})
+      EXPECT_EQ(b->property(field), a->property(field)) << font << "." << field;
+  }
+  ASSERT_NE(handleOf(restored.Picture()), 0u);
+  EXPECT_EQ(restored.Picture()->toImage(), ctl->Picture()->toImage());
+  // The two "MoveIcon" entries: the mouse icon ends as stored under
+  // "MouseIcon", the move icon as the second "MoveIcon".
+  ASSERT_TRUE(restored.MouseIcon() && restored.MoveIcon());
+  EXPECT_EQ(restored.MouseIcon()->Width(), 8);
+  EXPECT_EQ(restored.MoveIcon()->Width(), 16);
+}
+
+TEST_P(RoundTrip, AutoSizeTakesTheStoredPicturesSize) {
+  const struct {
+    bool autoSize;
+    bool picture;
+    QSize expected;
+  } cases[] = {{true, true, {40, 30}}, {false, true, {120, 90}}, {true, false, {120, 90}}};
+  for (const auto& c : cases) {
+    QorvPicture source;
+    if (c.picture) source.setPicture(pattern(40, 30));
+    source.setAutoSize(c.autoSize);
+    QorvPicture target;
+    target.resize(120, 90);
+    copy(source, target);
+    EXPECT_EQ(target.size(), c.expected) << c.autoSize << c.picture;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Stores, RoundTrip, ::testing::Values(Store::Memory, Store::Settings),
+                         [](const ::testing::TestParamInfo<Store>& p) {
+                           return std::string(p.param == Store::Memory ? "Memory" : "Settings");
+                         });
+
+TEST_F(Persistence, MemoryBagGivesARepeatedKeysValuesInOrder) {
+  MemoryPropertyBag bag;
+  bag.WriteProperty("MoveIcon", 1);
+  bag.WriteProperty("MoveIcon", 2);
+  EXPECT_EQ(bag.ReadProperty("MoveIcon", 0).toInt(), 1);
+  EXPECT_EQ(bag.ReadProperty("MoveIcon", 0).toInt(), 2);
+  EXPECT_EQ(bag.ReadProperty("Absent", 7).toInt(), 7);
+}
+
+TEST_F(Persistence, SettingsFileIsReadableAndKeepsOnlyWhatDiffers) {
+  QTemporaryDir dir;
+  const QString ini = dir.filePath("s.ini");
+  ctl->setBackColor(255);
+  ctl->setKeepAspect(false);
+  ctl->Font()->setBold(true);
+  {
+    SettingsPropertyBag bag(ini, "ctl");
+    ctl->WriteProperties(bag);
+  }
+  QSettings raw(ini, QSettings::IniFormat);
+  raw.beginGroup("ctl");
+  EXPECT_EQ(raw.value("BackColor").toString(), "255");
+  EXPECT_EQ(raw.value("KeepAspect").toString(), "0");
+  EXPECT_EQ(raw.value("Font/Bold").toString(), "-1");
+  EXPECT_EQ(raw.value("OLEDropMode").toString(), "0");  // always written
+  EXPECT_FALSE(raw.contains("Zoom"));                   // equal to its default
+  EXPECT_FALSE(raw.contains("Picture"));
+}
+
+// A failing key stops the read; the keys read before it stay applied.
+TEST_F(Persistence, ABadValueStopsTheReadAtItsKey) {
+  const struct {
+    const char* label;
+    QString key;
+    QString text;  // stored as text in the settings file; empty: the store fails
+    std::int32_t error;
+  } cases[] = {
+      {"StoreFails", "Zoom", "", errors::PathFileAccessError},
+      {"NotANumber", "Zoom", "big", errors::TypeMismatch},
+      {"TooBig", "Zoom", "70000", errors::Overflow},
+      {"NotAPicture", "Picture", "bm90IGEgcG5n", errors::InvalidPicture},
+  };
+  for (const auto& c : cases) {
+    QorvPicture target;
+    MemoryPropertyBag written;
+    ctl->setKeepAspect(false);  // read before Zoom and Picture
+    ctl->setCentered(false);    // read after both
+    ctl->WriteProperties(written);
+    QTemporaryDir dir;
+    std::int32_t got = 0;
+    try {
+      if (c.text.isEmpty()) {
+        FailingBag bag(c.key);
+        ctl->WriteProperties(bag);
+        target.ReadProperties(bag);
+      } else {
+        SettingsPropertyBag bag(dir.filePath("b.ini"));
+        ctl->WriteProperties(bag);
+        bag.Sync();
+        QSettings(dir.filePath("b.ini"), QSettings::IniFormat).setValue(c.key, c.text);
+        SettingsPropertyBag reread(dir.filePath("b.ini"));
+        target.ReadProperties(reread);
+      }
+    } catch (const AutomationError& e) {
+      got = e.number();
+    }
+    EXPECT_EQ(got, c.error) << c.label;
+    EXPECT_FALSE(target.KeepAspect()) << c.label;
+    EXPECT_TRUE(target.Centered()) << c.label;
+  }
+}
+
+}  // namespace
+}  // namespace qorv
