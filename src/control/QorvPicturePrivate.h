@@ -94,6 +94,18 @@ class QorvPicturePrivate final : public view::ViewHost {
   [[noreturn]] void notImplemented(const char* member) const;
   [[noreturn]] static void raiseObjectRequired();
 
+  // --- drawing primitives -----------------------------------------------------------------
+  // Runs one drawing call on picPane with the drawing guard set, so that a
+  // redraw started from inside it paints nothing over the half-drawn figure.
+  // A call that fails leaves the guard set: the view stays still until the
+  // next primitive completes.
+  template <class Draw>
+  void drawGuarded(Draw&& draw) {
+    view.setDrawingGuard(true);
+    draw();
+    view.setDrawingGuard(false);
+  }
+
   // --- view entry points --------------------------------------------------------------
   // Lays the panes out for the control's current size and runs the view update.
   void handleResize();
