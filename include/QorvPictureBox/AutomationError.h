@@ -39,7 +39,13 @@ inline constexpr std::int32_t ObjectRequired = 424;
 inline constexpr std::int32_t NotSupported = 438;  // no such property or method
 inline constexpr std::int32_t ArgumentNotOptional = 449;
 inline constexpr std::int32_t WrongNumberOfArguments = 450;
+inline constexpr std::int32_t InvalidClipboardFormat = 460;
+inline constexpr std::int32_t FormatDoesNotMatchData = 461;
 inline constexpr std::int32_t InvalidPicture = 481;
+// Drag and drop data objects.
+inline constexpr std::int32_t DataObjectReadOnly = 672;  // formats changed outside OLEStartDrag
+inline constexpr std::int32_t ExpectedAnArgument = 673;
+inline constexpr std::int32_t RecursiveDrag = 674;
 inline constexpr std::int32_t NotImplemented = static_cast<std::int32_t>(0x80004001);
 // The filter engine's own numbers.
 inline constexpr std::int32_t FilterSizeMustBeOdd = static_cast<std::int32_t>(0x80040519);

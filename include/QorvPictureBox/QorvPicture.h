@@ -24,12 +24,11 @@
 #include <QVariantList>
 #include <QWidget>
 
+#include <QorvPictureBox/DataObject.h>
 #include <QorvPictureBox/IntArray2D.h>
 #include <QorvPictureBox/QorvEnums.h>
 #include <QorvPictureBox/Font.h>
 #include <QorvPictureBox/Picture.h>
-
-class QMimeData;
 
 namespace qorv {
 
@@ -461,9 +460,10 @@ class QorvPicture : public QWidget {
 
  signals:
   // Events, ids 1..28 (ZoomFinished 27 and ZoomBegin 28 are out of sequence).
+  // The drag-and-drop events' Data is valid only while the event runs.
   void UseApiChanged();
-  void OLEDragDrop(const QMimeData* Data, int* Effect, int Button, int Shift, float x, float y);
-  void OLEDragOver(const QMimeData* Data, int* Effect, int Button, int Shift, float x, float y, int State);
+  void OLEDragDrop(qorv::DataObject* Data, int* Effect, int Button, int Shift, float x, float y);
+  void OLEDragOver(qorv::DataObject* Data, int* Effect, int Button, int Shift, float x, float y, int State);
   void Click();
   void DblClick();
   void KeyDown(int* KeyCode, int Shift);
@@ -485,8 +485,8 @@ class QorvPicture : public QWidget {
   void OSDDraw(QString* OSDString, bool* Cancel);
   void OLECompleteDrag(int* Effect);
   void OLEGiveFeedback(int* Effect, bool* DefaultCursor);
-  void OLESetData(const QMimeData* Data, int* DataFormat);
-  void OLEStartDrag(const QMimeData* Data, int* AllowedEffects);
+  void OLESetData(qorv::DataObject* Data, int* DataFormat);
+  void OLEStartDrag(qorv::DataObject* Data, int* AllowedEffects);
   void ZoomFinished();
   void ZoomBegin();
 

@@ -4,7 +4,6 @@
 #include <QorvPictureBox/QorvPicture.h>
 
 #include <QEvent>
-#include <QMimeData>
 #include <QResizeEvent>
 
 #include <cmath>
@@ -169,7 +168,7 @@ void QorvPicturePrivate::raise(EventId id) {
 void QorvPicturePrivate::raiseEvent(EventId id, QVariantList& args) {
   if (hook) hook(static_cast<int>(id), args);
   auto arg = [&args](int i) { return i < args.size() ? args[i] : QVariant(); };
-  auto mime = [&arg](int i) { return arg(i).value<const QMimeData*>(); };
+  auto mime = [&arg](int i) { return arg(i).value<DataObject*>(); };
   auto back = [&args](int i, const QVariant& v) {
     if (i < args.size()) args[i] = v;
   };
@@ -313,6 +312,7 @@ void QorvPicture::Initialize() {
   const double r = d.picPane().PixelRatio();
   d.view.layout(scaled(width(), r), scaled(height(), r));
   d.wireInput();
+  d.connectDragAndDrop();
   d.updateAccessibleText();
 }
 

@@ -3,11 +3,15 @@
 #include <QorvPictureBox/QorvPicture.h>
 
 #include <QImage>
+#include <QMimeData>
+#include <QPixmap>
 
 #include <QorvPictureBox/AutomationError.h>
+#include <QorvPictureBox/DataObject.h>
 #include <QorvPictureBox/gdi.h>
 
 #include "control/QorvPicturePrivate.h"
+#include "platform/DragService.h"
 #include "platform/PictureBox.h"
 #include "platform/ScopedGdi.h"
 #include "view/ViewGeometry.h"
@@ -124,6 +128,91 @@ bool QorvPicture::BitBltPicture(qint32 fHDC, qint32 fWidth, qint32 fHeight) {
   }
 }
 
-void QorvPicture::OLEDrag() { d_->notImplemented("OLEDrag"); }
+// ----- drag and drop -------------------------------------------------------------------
+
+void QorvPicture::OLEDrag() {
+  QorvPicturePrivate& d = *d_;
+  if (d.dragging)
+    throw AutomationError(errors::RecursiveDrag, programName() + ".QorvPicture",
+                          "Illegal recursive invocation of OLE drag and drop");
+  d.dragging = true;
+  struct Done {
+    bool& flag;
+    ~Done() { flag = false; }
+  } done{d.dragging};
+
+  DataObject dragData;
+  // The picture travels with every drag the pane starts; handlers may
+  // replace it or add to it.
+  if (const PicturePtr picture = Picture(); handleOf(picture) != 0)
+    dragData.SetData(QVariant::fromValue(picture), DataObject::vbCFBitmap);
+  QVariantList start{QVariant::fromValue(&dragData), DropEffectCopy};
+  d.raiseEvent(EventId::OLEStartDrag, start);
+  const int allowed = start.value(1).toInt() & (DropEffectCopy | DropEffectMove);
+
+  int effect = DropEffectNone;
+  if (allowed != 0 && !dragData.isEmpty()) {
+    dragData.setAccess(DataObject::Access::FillDeclared);
+    // Both run inside the drag loop, where no exception may escape.
+    dragData.setRequestHandler([&d, &dragData](int format) {
+      QVariantList a{QVariant::fromValue(&dragData), format};
+      try {
+        d.raiseEvent(EventId::OLESetData, a);
+      } catch (const std::exception&) {
+      }
+    });
+    const auto feedback = [&d](int shown) {
+      QVariantList a{shown, true};
+      try {
+        d.raiseEvent(EventId::OLEGiveFeedback, a);
+      } catch (const std::exception&) {
+      }
+      return a.value(1).toBool();
+    };
+    QPixmap cursor;
+    if (const PicturePtr icon = d.picPane().MouseIcon(); handleOf(icon) != 0) cursor = QPixmap::fromImage(icon->toImage());
+    effect = dragService().run(d.picPane().widget(), dragData.takeMimeData(), allowed, feedback, cursor);
+  }
+  QVariantList complete{effect};
+  d.raiseEvent(EventId::OLECompleteDrag, complete);
+}
+
+namespace {
+
+// Passes one of the pane's drop notifications on as the control's event with
+// the data wrapped for the handler; the handler's Effect goes back to the
+// pane's drop. Runs in Qt's event loop: a failing handler refuses the drop.
+void forwardDrop(QorvPicturePrivate& d, EventId id, const QMimeData* mime, int* effect, QVariantList rest) {
+  DataObject data(mime);
+  QVariantList args{QVariant::fromValue(&data), *effect};
+  args.append(rest);
+  try {
+    d.raiseEvent(id, args);
+    *effect = args.value(1).toInt();
+  } catch (const std::exception&) {
+    *effect = DropEffectNone;
+  }
+}
+
+}  // namespace
+
+void QorvPicturePrivate::connectDragAndDrop() {
+  PictureBox& pane = picPane();
+  QObject::connect(&pane, &PictureBox::OLEDragOver, &q,
+                   [this](const QMimeData* mime, int* effect, int button, int shift, float x, float y, int state) {
+                     forwardDrop(*this, EventId::OLEDragOver, mime, effect, {button, shift, x, y, state});
+                   });
+  QObject::connect(&pane, &PictureBox::OLEDragDrop, &q,
+                   [this](const QMimeData* mime, int* effect, int button, int shift, float x, float y) {
+                     forwardDrop(*this, EventId::OLEDragDrop, mime, effect, {button, shift, x, y});
+                   });
+  QObject::connect(&pane, &PictureBox::AutomaticDrag, &q, [this] {
+    try {
+      q.OLEDrag();
+    } catch (const std::exception&) {
+      // Started by the mouse, not by a caller who could be told.
+    }
+  });
+}
 
 }  // namespace qorv

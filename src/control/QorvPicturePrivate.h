@@ -106,6 +106,11 @@ class QorvPicturePrivate final : public view::ViewHost {
     view.setDrawingGuard(false);
   }
 
+  // --- drag and drop ------------------------------------------------------------------------
+  // Turns picPane's drop notifications and automatic drags into the control's events.
+  void connectDragAndDrop();
+  bool dragging = false;  // an OLEDrag is running
+
   // --- view entry points --------------------------------------------------------------
   // Lays the panes out for the control's current size and runs the view update.
   void handleResize();

@@ -25,13 +25,6 @@ double twipsPerPixel(bool horizontal) {
   return dpi > 0 ? 1440.0 / dpi : 15.0;
 }
 
-// A dialog on a platform nobody can see would wait forever.
-bool canShowDialogs() {
-  if (qobject_cast<QApplication*>(QCoreApplication::instance()) == nullptr) return false;
-  const QString platform = QGuiApplication::platformName();
-  return platform != QLatin1String("offscreen") && platform != QLatin1String("minimal");
-}
-
 Host* installedHost = nullptr;
 std::function<void()> yieldHook;
 
@@ -71,7 +64,8 @@ int Host::screenMousePointer() { return screenPointer_; }
 
 int Host::messageBox(const QString& text, int flags, const QString& title) {
   const QString caption = title.isEmpty() ? appTitle() : title;
-  if (!canShowDialogs()) {
+  // A dialog on a platform nobody can see would wait forever.
+  if (!interactiveDesktop()) {
     std::fprintf(stderr, "%s: %s\n", qPrintable(caption), qPrintable(text));
     return 1;
   }
@@ -102,6 +96,12 @@ int Host::messageBox(const QString& text, int flags, const QString& title) {
     case QMessageBox::No: return 7;
     default: return 1;
   }
+}
+
+bool interactiveDesktop() {
+  if (qobject_cast<QApplication*>(QCoreApplication::instance()) == nullptr) return false;
+  const QString platform = QGuiApplication::platformName();
+  return platform != QLatin1String("offscreen") && platform != QLatin1String("minimal");
 }
 
 Host& host() {

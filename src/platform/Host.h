@@ -43,6 +43,11 @@ class Host {
   int screenPointer_ = 0;
 };
 
+// True when a user can see and answer windows: a widgets application on a
+// platform with a screen (not the offscreen or minimal platform). Modal
+// windows and drags are only started then; otherwise nobody could end them.
+bool interactiveDesktop();
+
 Host& host();
 // Installs `h` (not owned); nullptr restores the default.
 void setHost(Host* h);

@@ -1,5 +1,6 @@
 #include "platform/PaneWidget.h"
 
+#include <QApplication>
 #include <QCursor>
 #include <QDragEnterEvent>
 #include <QGuiApplication>
@@ -204,18 +205,27 @@ void PaneWidget::resizeEvent(QResizeEvent* e) {
 
 void PaneWidget::mousePressEvent(QMouseEvent* e) {
   suppressClick_ = false;
+  dragArmed_ = e->button() == Qt::LeftButton && box_->OLEDragMode() == 1;
+  pressAt_ = e->position().toPoint();
   const QPointF at = inner(e->position());
   emit box_->MouseDown(buttonState(e->button()), shiftState(e->modifiers()), static_cast<float>(at.x()),
                        static_cast<float>(at.y()));
 }
 
 void PaneWidget::mouseMoveEvent(QMouseEvent* e) {
+  if (dragArmed_ && e->buttons().testFlag(Qt::LeftButton) &&
+      (e->position().toPoint() - pressAt_).manhattanLength() >= QApplication::startDragDistance()) {
+    dragArmed_ = false;
+    emit box_->AutomaticDrag();
+    return;
+  }
   const QPointF at = inner(e->position());
   emit box_->MouseMove(buttonState(e->buttons()), shiftState(e->modifiers()), static_cast<float>(at.x()),
                        static_cast<float>(at.y()));
 }
 
 void PaneWidget::mouseReleaseEvent(QMouseEvent* e) {
+  dragArmed_ = false;
   const QPointF at = inner(e->position());
   emit box_->MouseUp(buttonState(e->button()), shiftState(e->modifiers()), static_cast<float>(at.x()),
                      static_cast<float>(at.y()));

@@ -42,6 +42,10 @@ class PaneWidget : public QWidget {
   QPointF inner(const QPointF& p) const;
   PictureBox* box_;
   bool suppressClick_ = false;
+  // A left press on a pane in automatic drag mode, until it moves far enough
+  // to start a drag or is released.
+  bool dragArmed_ = false;
+  QPoint pressAt_;
 };
 
 }  // namespace qorv

@@ -193,6 +193,10 @@ class PictureBox : public QObject {
   void PinchZoom(int Phase, double Scale, float X, float Y);
   void OLEDragDrop(const QMimeData* Data, int* Effect, int Button, int Shift, float X, float Y);
   void OLEDragOver(const QMimeData* Data, int* Effect, int Button, int Shift, float X, float Y, int State);
+  // With OLEDragMode 1 (automatic): the left button was pressed on the pane
+  // and the mouse has moved far enough to count as a drag. The move that
+  // starts it is not reported as MouseMove.
+  void AutomaticDrag();
 
  private:
   friend class PaneWidget;
