@@ -87,6 +87,7 @@ void QorvPicturePrivate::resizeControl(int width, int height) {
 }
 
 void QorvPicturePrivate::handleResize() {
+  showAboutOnceAtDesignTime();
   const double r = paneRatio();
   picPane().setPixelRatio(r);
   view.handleResize(scaled(q.width(), r), scaled(q.height(), r));

@@ -112,8 +112,10 @@ class QorvPicturePrivate final : public view::ViewHost {
   bool dragging = false;  // an OLEDrag is running
 
   // --- view entry points --------------------------------------------------------------
-  // Lays the panes out for the control's current size and runs the view update.
+  // The control's resize handling: the About box's design-time introduction,
+  // then laying the panes out for the control's current size and the view update.
   void handleResize();
+  void showAboutOnceAtDesignTime();
   // Device pixels per pane pixel: the screen's ratio when DevicePixels is
   // set, else 1.
   double paneRatio() const;

@@ -8,6 +8,7 @@
 #include <QGuiApplication>
 #include <QMessageBox>
 #include <QScreen>
+#include <QSettings>
 
 #include <QorvPictureBox/AutomationError.h>
 
@@ -96,6 +97,16 @@ int Host::messageBox(const QString& text, int flags, const QString& title) {
     case QMessageBox::No: return 7;
     default: return 1;
   }
+}
+
+QString Host::getSetting(const QString& app, const QString& section, const QString& key) {
+  QSettings store(QSettings::IniFormat, QSettings::UserScope, app);
+  return store.value(section + u'/' + key).toString();
+}
+
+void Host::saveSetting(const QString& app, const QString& section, const QString& key, const QString& value) {
+  QSettings store(QSettings::IniFormat, QSettings::UserScope, app);
+  store.setValue(section + u'/' + key, value);
 }
 
 bool interactiveDesktop() {

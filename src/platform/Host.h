@@ -38,6 +38,11 @@ class Host {
   // A message box; returns the button pressed (1 = OK). The default shows a
   // QMessageBox when a GUI application runs, otherwise writes to stderr.
   virtual int messageBox(const QString& text, int flags, const QString& title);
+  // The per-user application settings store: the text kept for `app`,
+  // `section`, `key`, empty when none. The default keeps it in the user's
+  // configuration directory (an INI file named after `app`).
+  virtual QString getSetting(const QString& app, const QString& section, const QString& key);
+  virtual void saveSetting(const QString& app, const QString& section, const QString& key, const QString& value);
 
  private:
   int screenPointer_ = 0;
