@@ -117,6 +117,17 @@ TEST_F(Drawing, PaintPictureLeavesOmittedArgumentsToThePane) {
   EXPECT_THROW(ctl->PaintPicture(nullptr, 0, 0), AutomationError);
 }
 
+// A host that repeats its overlay in the Draw event sees it on every frame.
+TEST_F(Drawing, OverlayDrawnFromTheDrawEventSurvivesRedraws) {
+  ctl->setPicture(pattern(20, 20));
+  QObject::connect(ctl.get(), &QorvPicture::Draw, [this] { ctl->DrawLine(0, 50, 79, 50, 0x00FF00); });
+  for (const qint16 zoom : {100, 200}) {
+    ctl->setZoom(zoom);
+    ctl->Refresh();
+    EXPECT_EQ(at(40, 50), 0xFF00FF00) << zoom;
+  }
+}
+
 // While a primitive draws, a redraw started from inside it (the pane's paint
 // notification) paints nothing; a failed drawing call leaves the view still
 // until the next primitive completes.
