@@ -17,6 +17,8 @@ install(DIRECTORY include/QorvPictureBox DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
 # The programs find the library beside them in any prefix.
 set_target_properties(qorv qorv-view PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 install(TARGETS qorv qorv-view RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+# The decoder helper goes beside the library, which looks for it there.
+install(TARGETS qorv-decode RUNTIME DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
 install(EXPORT QorvPictureBoxTargets NAMESPACE QorvPictureBox:: DESTINATION ${QORV_CMAKE_DIR})
 configure_package_config_file(cmake/QorvPictureBoxConfig.cmake.in

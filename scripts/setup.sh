@@ -6,7 +6,7 @@ set -euo pipefail
 
 packages=(
   g++ cmake ninja-build pkg-config
-  qt6-base-dev qt6-tools-dev qt6-declarative-dev libfreeimage-dev
+  qt6-base-dev qt6-tools-dev qt6-declarative-dev libfreeimage-dev libseccomp-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   doxygen fonts-dejavu-core
 )

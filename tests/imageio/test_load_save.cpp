@@ -300,8 +300,7 @@ TEST_F(LoadSave, PictureLargerThanTheLimitIsRefusedFromItsHeader) {
   });
   const IoOutcome r = load(huge);
   EXPECT_EQ(r.code, 170);
-  ASSERT_EQ(flagsSeen.size(), 1u);
-  EXPECT_TRUE(flagsSeen[0] & FIF_LOAD_NOPIXELS) << "only the header may be read";
+  EXPECT_TRUE(flagsSeen.empty()) << "refused from the header, before the library runs";
 
   // The limit is adjustable: a 23 x 17 picture is over a limit of 390 pixels.
   const QString small = writePattern(QStringLiteral("small.png"), FIF_PNG);

@@ -1,0 +1,268 @@
+#include "imageio/IsolatedDecoder.h"
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include <QFile>
+#include <QString>
+
+#include "imageio/FormatTable.h"
+#include "imageio/modFreeImage.h"
+#include "platform/GdiSurface.h"
+#include "platform/ScopedGdi.h"
+#include <QorvPictureBox/gdi.h>
+
+extern char** environ;
+
+namespace qorv::imageio {
+
+namespace {
+
+std::atomic<DecoderTestAction>& testAction() {
+  static std::atomic<DecoderTestAction> action{DecoderTestAction::None};
+  return action;
+}
+
+std::string directoryOf(const std::string& file) {
+  const auto slash = file.rfind('/');
+  return slash == std::string::npos ? std::string(".") : file.substr(0, slash);
+}
+
+bool executable(const std::string& path) { return ::access(path.c_str(), X_OK) == 0; }
+
+// Maps the helper's sealed pixels read-only. The seals are checked before
+// mapping: memory the helper could still shrink would fault the control.
+class PixelMapping {
+ public:
+  PixelMapping(int fd, std::size_t bytes) {
+    const int seals = ::fcntl(fd, F_GET_SEALS);
+    struct stat st {};
+    const int needed = F_SEAL_SHRINK | F_SEAL_WRITE;
+    if (seals < 0 || (seals & needed) != needed || ::fstat(fd, &st) != 0 ||
+        static_cast<std::uint64_t>(st.st_size) < bytes || bytes == 0)
+      return;
+    void* p = ::mmap(nullptr, bytes, PROT_READ, MAP_SHARED, fd, 0);
+    if (p != MAP_FAILED) {
+      data_ = static_cast<const unsigned char*>(p);
+      bytes_ = bytes;
+    }
+  }
+  ~PixelMapping() {
+    if (data_) ::munmap(const_cast<unsigned char*>(data_), bytes_);
+  }
+  PixelMapping(const PixelMapping&) = delete;
+  PixelMapping& operator=(const PixelMapping&) = delete;
+  const unsigned char* data() const { return data_; }
+
+ private:
+  const unsigned char* data_ = nullptr;
+  std::size_t bytes_ = 0;
+};
+
+std::string describeExit(int status) {
+  if (WIFSIGNALED(status)) {
+    const int sig = WTERMSIG(status);
+    const char* name = ::strsignal(sig);
+    return "the decoder died from signal " + std::to_string(sig) + " (" + (name ? name : "?") + ")";
+  }
+  if (WIFEXITED(status)) return "the decoder exited with status " + std::to_string(WEXITSTATUS(status));
+  return "the decoder ended";
+}
+
+}  // namespace
+
+std::string DecoderPath() {
+  if (const char* env = std::getenv("QORV_DECODER"); env && *env) return env;
+  Dl_info info{};
+  if (::dladdr(reinterpret_cast<void*>(&DecoderPath), &info) && info.dli_fname) {
+    const std::string beside = directoryOf(info.dli_fname) + "/qorv-decode";
+    if (executable(beside)) return beside;
+  }
+  char self[4096];
+  const ssize_t n = ::readlink("/proc/self/exe", self, sizeof self - 1);
+  if (n > 0) {
+    self[n] = '\0';
+    return directoryOf(self) + "/qorv-decode";
+  }
+  return "qorv-decode";
+}
+
+std::uint64_t DecoderAddressSpace(std::int64_t maxPixels) {
+  if (maxPixels <= 0) return 0;
+  // The library's bitmap, its 32-bit conversion and the hand-over, with room
+  // for the decoders' own buffers, plus a fixed allowance for the program.
+  return static_cast<std::uint64_t>(maxPixels) * 16 + (std::uint64_t{512} << 20);
+}
+
+DecoderProcess::~DecoderProcess() { stop(true); }
+
+DecoderProcess& DecoderProcess::shared() {
+  static DecoderProcess process;
+  return process;
+}
+
+bool DecoderProcess::start(std::uint64_t addressSpace, std::string& failure) {
+  int pair[2];
+  if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair) != 0) {
+    failure = "the decoder's channel could not be made";
+    return false;
+  }
+  UniqueFd mine(pair[0]);
+  UniqueFd theirs(pair[1]);
+  const std::string path = DecoderPath();
+  const std::string limit = std::to_string(addressSpace);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, theirs.get(), DecoderSocketFd);
+  char* argv[] = {const_cast<char*>(path.c_str()), const_cast<char*>(limit.c_str()), nullptr};
+  pid_t pid = 0;
+  const int rc = ::posix_spawn(&pid, path.c_str(), &actions, nullptr, argv, environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (rc != 0) {
+    failure = "the decoder could not be started (" + path + ": " + std::strerror(rc) + ")";
+    return false;
+  }
+  pid_ = pid;
+  socket_ = std::move(mine);
+  addressSpace_ = addressSpace;
+  return true;
+}
+
+std::string DecoderProcess::stop(bool kill) {
+  if (pid_ <= 0) return "the decoder ended";
+  socket_.reset();  // a helper still reading sees the end and leaves
+  if (kill) ::kill(pid_, SIGKILL);
+  int status = 0;
+  pid_t got;
+  do got = ::waitpid(pid_, &status, 0);
+  while (got < 0 && errno == EINTR);
+  pid_ = 0;
+  return got == -1 ? std::string("the decoder ended") : describeExit(status);
+}
+
+IsolatedOutcome DecoderProcess::decode(int file, const DecodeRequest& request, std::int32_t timeoutMs,
+                                       DecoderTestAction action) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  IsolatedOutcome out;
+  const std::uint64_t space = DecoderAddressSpace(request.maxPixels);
+  if (pid_ > 0 && space != addressSpace_) stop(true);
+  if (pid_ <= 0 && !start(space, out.failure)) return out;
+
+  const std::int32_t deadline = timeoutMs > 0 ? timeoutMs : DefaultLoadTimeoutMs;
+  DecodeWireRequest wire;
+  wire.forceType = request.forceType;
+  wire.extensionFif = request.extensionFif;
+  wire.jpegFlags = request.jpegFlags;
+  wire.maxPixels = request.maxPixels;
+  wire.allowUnlisted = request.allowUnlisted;
+  wire.autoRotate = request.autoRotate;
+  wire.cpuSeconds = (deadline + 999) / 1000;
+  wire.testAction = action;
+  if (!SendDatagram(socket_.get(), &wire, sizeof wire, file)) {
+    // Died between loads: start afresh once.
+    stop(true);
+    if (!start(space, out.failure) || !SendDatagram(socket_.get(), &wire, sizeof wire, file)) {
+      if (out.failure.empty()) out.failure = stop(true);
+      return out;
+    }
+  }
+
+  const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(deadline);
+  for (;;) {
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(until - std::chrono::steady_clock::now()).count();
+    if (left <= 0) {
+      stop(true);
+      out.failure = "the decoder gave no answer within " + std::to_string(deadline) + " ms and was stopped";
+      return out;
+    }
+    pollfd p{socket_.get(), POLLIN, 0};
+    const int ready = ::poll(&p, 1, static_cast<int>(left));
+    if (ready < 0 && errno == EINTR) continue;
+    if (ready == 0) continue;
+    if (ready < 0) {
+      out.failure = stop(true);
+      return out;
+    }
+    break;
+  }
+  if (!ReceiveDatagram(socket_.get(), &out.reply, sizeof out.reply, out.pixels) ||
+      out.reply.magic != DecodeProtocolMagic) {
+    out.reply = DecodeWireReply{};
+    out.pixels.reset();
+    out.failure = stop(true);  // it closed the channel or broke the protocol
+    return out;
+  }
+  out.reply.message[sizeof out.reply.message - 1] = '\0';
+  return out;
+}
+
+void SetDecoderTestAction(DecoderTestAction action) { testAction() = action; }
+
+LoadedPicture LoadPictureIsolated(const LoadRequest& request) {
+  LoadedPicture out;
+  IoOutcome& outcome = out.outcome;
+  const DecodeRequest decode = ToDecodeRequest(request);
+  const QByteArray native = QFile::encodeName(request.path);
+  const UniqueFd file(::open(native.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  struct stat st {};
+  if (!file || ::fstat(file.get(), &st) != 0 || !S_ISREG(st.st_mode)) {
+    outcome.fif = decode.forceType != FifUnknown ? decode.forceType : decode.extensionFif;
+    if (outcome.fif == FifUnknown) failUnknownFormat(outcome, request.path);
+    else failLoad(outcome);
+    return out;
+  }
+
+  IsolatedOutcome got = DecoderProcess::shared().decode(file.get(), decode, request.timeoutMs, testAction());
+  const DecodeWireReply& reply = got.reply;
+  outcome.fif = reply.fif;
+  outcome.bitsPerPixel = reply.bitsPerPixel;
+  // What the library (or the helper's end) said goes where the library's
+  // messages always go.
+  if (!got.failure.empty()) modFreeImage::SetBridgeError(QString::fromStdString(got.failure), false);
+  else if (reply.message[0]) modFreeImage::OnFreeImageMessage(reply.fif, reply.message);
+  if (reply.status == DecodeStatus::UnknownFormat) {
+    failUnknownFormat(outcome, request.path);
+    return out;
+  }
+  const std::int64_t w = reply.width;
+  const std::int64_t h = reply.height;
+  if (reply.status != DecodeStatus::Ok || !got.pixels || w <= 0 || h <= 0 ||
+      (request.maxPixels > 0 && w * h > request.maxPixels)) {
+    failLoad(outcome);
+    return out;
+  }
+  const PixelMapping pixels(got.pixels.get(), static_cast<std::size_t>(w * h * 4));
+  ScopedBitmap bitmap(gdi::CreateCompatibleBitmap(0, static_cast<int>(w), static_cast<int>(h)));
+  gdi::Surface surface;
+  if (!pixels.data() || !bitmap || !gdi::BitmapSurface(bitmap.get(), surface) || surface.width != w ||
+      surface.height != h || surface.bitsPerPixel != 32) {
+    failLoad(outcome);
+    return out;
+  }
+  const std::size_t row = static_cast<std::size_t>(w) * 4;
+  for (int y = 0; y < surface.height; ++y) std::memcpy(surface.row(y), pixels.data() + row * y, row);
+  out.picture = Picture::fromBitmap(bitmap.get());
+  if (!out.picture) {
+    failLoad(outcome);
+    return out;
+  }
+  bitmap.release();  // the picture owns it now
+  return out;
+}
+
+}  // namespace qorv::imageio
