@@ -115,6 +115,10 @@ class QorvPicture : public QWidget {
   Q_PROPERTY(bool WheelZoom READ WheelZoom WRITE setWheelZoom)
   Q_PROPERTY(bool KeepViewOnPictureChange READ KeepViewOnPictureChange WRITE setKeepViewOnPictureChange)
   Q_PROPERTY(bool DevicePixels READ DevicePixels WRITE setDevicePixels)
+  Q_PROPERTY(bool IsolatedDecoding READ IsolatedDecoding WRITE setIsolatedDecoding)
+  Q_PROPERTY(qint32 LoadTimeout READ LoadTimeout WRITE setLoadTimeout)
+  Q_PROPERTY(bool AllowUnlistedFormats READ AllowUnlistedFormats WRITE setAllowUnlistedFormats)
+  Q_PROPERTY(bool AutoRotate READ AutoRotate WRITE setAutoRotate)
   // The Qt surface, after the classic members (see below).
   Q_PROPERTY(QColor backgroundColor READ backgroundColor WRITE setBackgroundColor NOTIFY backgroundColorChanged)
   Q_PROPERTY(QColor foregroundColor READ foregroundColor WRITE setForegroundColor NOTIFY foregroundColorChanged)
@@ -378,6 +382,26 @@ class QorvPicture : public QWidget {
   bool DevicePixels() const;
   void setDevicePixels(bool v);
 
+  // Whether the image library decodes files in a separate, confined helper
+  // process (default true). A crash, a hang past LoadTimeout or a memory limit
+  // there is an ordinary failed load (170). False decodes in this process,
+  // for hosts that trust their files.
+  bool IsolatedDecoding() const;
+  void setIsolatedDecoding(bool v);
+  // Milliseconds an isolated decode may take (default 10000; 0 or less means
+  // the default). The host's thread waits no longer than this.
+  qint32 LoadTimeout() const;
+  void setLoadTimeout(qint32 v);
+  // Whether content the library detects as a format beyond the control's
+  // enumeration (newer than FIF_CUT) is read as such (default false: such
+  // content counts as undetected and the file's extension decides).
+  bool AllowUnlistedFormats() const;
+  void setAllowUnlistedFormats(bool v);
+  // Whether JPEG and TIFF pictures are turned upright by their orientation
+  // tag when loaded (default false: shown as stored).
+  bool AutoRotate() const;
+  void setAutoRotate(bool v);
+
   // ===== The Qt surface ==========================================================
   // For Qt code and QML, beside the classic members and never changing them:
   // names that hide no QWidget member, Qt value types, NOTIFY signals, no
@@ -454,7 +478,8 @@ class QorvPicture : public QWidget {
   void ReadProperties(PropertyBag& PropBag);
 
   // Pictures declaring more pixels than this fail to load (error 170) before
-  // their pixels are read; 0 or less lifts the limit. Default 268435456.
+  // their pixels are read; 0 or less lifts the limit. Default 225000000: a
+  // 200-megapixel camera file opens, a 16384 x 16384 bomb does not.
   qint64 MaxLoadPixels() const;
   void setMaxLoadPixels(qint64 v);
 

@@ -687,6 +687,15 @@ std::vector<DispatchMember> extensionMembers() {
                "If enabled, loading a picture keeps the zoom and the offsets."),
       property("DevicePixels", "Get/Let", "Boolean", field<&ControlSettings::devicePixels>(), FollowUp::Resize, true,
                "If enabled, the picture is drawn in device pixels on high-density screens."),
+      property("IsolatedDecoding", "Let/Get", "Boolean", field<&ControlSettings::isolatedDecoding>(), None, true,
+               "Decode files in a separate, confined process, so a hostile file cannot harm the host."),
+      property("LoadTimeout", "Let/Get", "Long", field<&ControlSettings::loadTimeout>(), None,
+               imageio::DefaultLoadTimeoutMs,
+               "Milliseconds an isolated decode may take before it fails (0 or less: the default)."),
+      property("AllowUnlistedFormats", "Let/Get", "Boolean", field<&ControlSettings::allowUnlistedFormats>(), None,
+               false, "Read formats the image library knows beyond the control's own format list."),
+      property("AutoRotate", "Let/Get", "Boolean", field<&ControlSettings::autoRotate>(), None, false,
+               "Show JPEG and TIFF pictures upright as their orientation tag says."),
   };
 }
 

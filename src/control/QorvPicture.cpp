@@ -514,6 +514,14 @@ void QorvPicture::ClearError() { d_->setError(0, QString(), 0); }
 
 QString QorvPicture::CurrentFile() const { return d_->settings.currentFile; }
 qint32 QorvPicture::SourceBitsPerPixel() const { return d_->settings.sourceBitsPerPixel; }
+bool QorvPicture::IsolatedDecoding() const { return value<bool>(*this, "IsolatedDecoding"); }
+void QorvPicture::setIsolatedDecoding(bool v) { assign(*this, "IsolatedDecoding", v); }
+qint32 QorvPicture::LoadTimeout() const { return value<qint32>(*this, "LoadTimeout"); }
+void QorvPicture::setLoadTimeout(qint32 v) { assign(*this, "LoadTimeout", v); }
+bool QorvPicture::AllowUnlistedFormats() const { return value<bool>(*this, "AllowUnlistedFormats"); }
+void QorvPicture::setAllowUnlistedFormats(bool v) { assign(*this, "AllowUnlistedFormats", v); }
+bool QorvPicture::AutoRotate() const { return value<bool>(*this, "AutoRotate"); }
+void QorvPicture::setAutoRotate(bool v) { assign(*this, "AutoRotate", v); }
 
 qint32 QorvPicture::GetTicks() { return static_cast<qint32>(gdi::GetTickCount()); }
 

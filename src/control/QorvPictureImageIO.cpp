@@ -85,6 +85,10 @@ bool QorvPicture::LoadFreeImage(QString* StrFilePath, qint32 ForceType, QString*
   request.forceType = ForceType;
   request.jpegLoadQuality = d_->settings.jpegLoadQuality;
   request.maxPixels = d_->settings.maxLoadPixels;
+  request.isolated = d_->settings.isolatedDecoding;
+  request.timeoutMs = d_->settings.loadTimeout > 0 ? d_->settings.loadTimeout : imageio::DefaultLoadTimeoutMs;
+  request.allowUnlisted = d_->settings.allowUnlistedFormats;
+  request.autoRotate = d_->settings.autoRotate;
   imageio::LoadedPicture loaded = imageio::LoadPicture(request);
   if (!loaded.outcome.ok()) {
     d_->setError(loaded.outcome.code, loaded.outcome.description, loaded.outcome.flag);

@@ -13,6 +13,7 @@
 #include <QorvPictureBox/QorvEnums.h>
 #include <QorvPictureBox/QorvPicture.h>
 
+#include "imageio/ImageLoad.h"
 #include "processing/cImageProcessDIB.h"
 #include "view/ViewEngine.h"
 #include "view/ViewHost.h"
@@ -31,11 +32,15 @@ struct ControlSettings {
   PicturePtr moveIcon;
   QString currentFile;
   std::int32_t sourceBitsPerPixel = 0;
-  std::int64_t maxLoadPixels = 268435456;
+  std::int64_t maxLoadPixels = imageio::DefaultMaxLoadPixels;
   // Loading a picture keeps the offsets (clamped) instead of resetting them.
   bool keepViewOnPictureChange = false;
   // On a high-density screen the pane works in device pixels.
   bool devicePixels = true;
+  bool isolatedDecoding = true;
+  std::int32_t loadTimeout = imageio::DefaultLoadTimeoutMs;
+  bool allowUnlistedFormats = false;
+  bool autoRotate = false;
 };
 
 // The error record that loading and saving fill instead of raising.

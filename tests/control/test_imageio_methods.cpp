@@ -1,5 +1,7 @@
 // The control's loading, saving and dialog members: what a host observes
 // (return values, error record, current file, offsets, busy pointer, events).
+#include <gmock/gmock.h>
+
 #include <QDir>
 #include <QFile>
 #include <QImage>
@@ -7,6 +9,8 @@
 
 #include "ControlFixture.h"
 #include "imageio/ImageLoad.h"
+#include "imageio/IsolatedDecoder.h"
+#include "imageio/modFreeImage.h"
 #include <QorvPictureBox/AutomationError.h>
 #include "platform/FileDialog.h"
 #include "platform/Shell.h"
@@ -73,6 +77,7 @@ class ImageIOMethods : public ControlTest {
   }
   void TearDown() override {
     imageio::setFreeImageLoader(nullptr);
+    imageio::SetDecoderTestAction(imageio::DecoderTestAction::None);
     setFileDialogService(nullptr);
     ControlTest::TearDown();
   }
@@ -182,12 +187,71 @@ TEST_F(ImageIOMethods, FailuresKeepStateAndRaiseNothing) {
 
 TEST_F(ImageIOMethods, PixelLimitIsAPropertyOfTheControl) {
   const QString png = writeImage(QStringLiteral("c.png"), 20, 10, "PNG");
-  EXPECT_EQ(ctl->MaxLoadPixels(), 268435456);
+  EXPECT_EQ(ctl->MaxLoadPixels(), 225000000);
+  // The other load-safety members start safe and classic.
+  EXPECT_TRUE(ctl->IsolatedDecoding());
+  EXPECT_EQ(ctl->LoadTimeout(), 10000);
+  EXPECT_FALSE(ctl->AllowUnlistedFormats());
+  EXPECT_FALSE(ctl->AutoRotate());
   ctl->setMaxLoadPixels(199);
   EXPECT_FALSE(ctl->LoadFreeImage(png));
   EXPECT_EQ(ctl->LastErrorCode(), 170);
   ctl->setMaxLoadPixels(200);
   EXPECT_TRUE(ctl->LoadFreeImage(png));
+}
+
+// A decoder that crashes, hangs or runs out of memory costs one failed load:
+// the host lives, keeps its picture, hears no event and learns why from the
+// bridge's text; the next load gets a fresh decoder.
+TEST_F(ImageIOMethods, DecoderDeathIsAnOrdinaryFailedLoad) {
+  const QString good = writeImage(QStringLiteral("good.png"), 16, 12, "PNG");
+  const QString other = writeImage(QStringLiteral("other.png"), 30, 20, "PNG");
+  ASSERT_TRUE(ctl->LoadFreeImage(good));
+  const gdi::HBITMAP shown = handleOf(ctl->Picture());
+  struct Case {
+    imageio::DecoderTestAction action;
+    const char* detail;
+  };
+  const Case cases[] = {{imageio::DecoderTestAction::Crash, "signal 11"},
+                        {imageio::DecoderTestAction::Hang, "no answer within 300 ms"},
+                        {imageio::DecoderTestAction::Allocate, "out of memory"}};
+  ctl->setLoadTimeout(300);
+  ctl->setMaxLoadPixels(1000000);  // a small address-space limit for the helper
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.detail);
+    imageio::SetDecoderTestAction(c.action);
+    events.clear();
+    EXPECT_FALSE(ctl->LoadFreeImage(other));
+    EXPECT_EQ(ctl->LastErrorCode(), 170);
+    EXPECT_EQ(ctl->LastErrorDescription(), QStringLiteral("Error loading file. File may be too large or corrupted."));
+    EXPECT_EQ(ctl->LastErrorFlag(), 48);
+    EXPECT_THAT(modFreeImage::LastBridgeError().toStdString(), ::testing::HasSubstr(c.detail));
+    EXPECT_EQ(ctl->CurrentFile(), good);
+    EXPECT_EQ(handleOf(ctl->Picture()), shown);
+    EXPECT_TRUE(events.empty());
+  }
+  imageio::SetDecoderTestAction(imageio::DecoderTestAction::None);
+  ASSERT_TRUE(ctl->LoadFreeImage(other));
+  EXPECT_EQ(ctl->Picture()->Width(), 30);
+}
+
+// Content of a format beyond the control's list is no format unless the host
+// opts in: XPM content under a .png name is then read as PNG and fails.
+TEST_F(ImageIOMethods, UnlistedFormatsNeedTheHostsConsent) {
+  const QString xpm = dir.filePath(QStringLiteral("icon.png"));
+  FIBITMAP* dib = FreeImage_Allocate(9, 7, 24);
+  ASSERT_TRUE(FreeImage_Save(FIF_XPM, dib, QFile::encodeName(xpm).constData(), 0));
+  FreeImage_Unload(dib);
+  for (bool isolated : {true, false}) {
+    SCOPED_TRACE(isolated);
+    ctl->setIsolatedDecoding(isolated);
+    ctl->setAllowUnlistedFormats(false);
+    EXPECT_FALSE(ctl->LoadFreeImage(xpm));
+    EXPECT_EQ(ctl->LastErrorCode(), 170);
+    ctl->setAllowUnlistedFormats(true);
+    ASSERT_TRUE(ctl->LoadFreeImage(xpm));
+    EXPECT_EQ(last(14)->args, (QVariantList{xpm, static_cast<int>(FIF_XPM)}));
+  }
 }
 
 TEST_F(ImageIOMethods, NoLoadingHourGlassKeepsTheBusyPointerAway) {
@@ -206,6 +270,7 @@ TEST_F(ImageIOMethods, JpegQualityPropertyReachesTheLibraryForJpegOnly) {
     calls.emplace_back(fif, flags & ~FIF_LOAD_NOPIXELS);
     return imageio::DefaultFreeImageLoad(fif, p, flags);
   });
+  ctl->setIsolatedDecoding(false);  // the library call is watched in this process
   ctl->setJPEG_LOAD_QUALITY(1);
   ASSERT_TRUE(ctl->LoadFreeImage(jpg));
   ASSERT_TRUE(ctl->LoadFreeImage(png));
