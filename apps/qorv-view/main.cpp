@@ -2,7 +2,7 @@
 // Panning and zooming are the control's own gestures (left drag, right drag,
 // keypad plus and minus, the wheel); fit, actual size, centring, tiling and
 // the gesture switches are driven through the control's public properties.
-//   qorv-view [IMAGE] [--screenshot OUT.png] [--settings FILE.ini]
+//   qorv-view [IMAGE] [--screenshot OUT.png] [--settings FILE.ini] [--no-auto-rotate]
 // Without a display (or with --screenshot) the window is rendered offscreen to
 // a PNG whose path is printed. The control's settings are kept across runs in
 // an INI file in the user's configuration directory (or FILE.ini), and a
@@ -35,6 +35,7 @@ struct Options {
   QString screenshot;
   QString settings;
   bool help = false;
+  bool autoRotate = true;
 };
 
 Options parse(const QStringList& args) {
@@ -44,6 +45,8 @@ Options parse(const QStringList& args) {
       o.screenshot = args[++i];
     else if (args[i] == QLatin1String("--settings") && i + 1 < args.size())
       o.settings = args[++i];
+    else if (args[i] == QLatin1String("--no-auto-rotate"))
+      o.autoRotate = false;
     else if (args[i] == QLatin1String("-h") || args[i] == QLatin1String("--help"))
       o.help = true;
     else
@@ -219,7 +222,7 @@ int main(int argc, char** argv) {
 
   Options opt = parse(QCoreApplication::arguments());
   if (opt.help) {
-    out << "usage: qorv-view [IMAGE] [--screenshot OUT.png] [--settings FILE.ini]\n";
+    out << "usage: qorv-view [IMAGE] [--screenshot OUT.png] [--settings FILE.ini] [--no-auto-rotate]\n";
     return 0;
   }
   if (opt.image.isEmpty()) opt.image = bundledSample();
@@ -239,6 +242,7 @@ int main(int argc, char** argv) {
     err << "qorv-view: settings partly restored: " << QString::fromStdString(e.description()) << "\n";
   }
   control->setOLEDropMode(1);  // a file dropped on the window opens
+  control->setAutoRotate(opt.autoRotate);  // photos show upright, as a viewer should
   if (!control->LoadFreeImage(opt.image, -1, QString(), true)) {
     err << "qorv-view: cannot open " << opt.image << ": " << control->LastErrorDescription() << "\n";
     return 1;

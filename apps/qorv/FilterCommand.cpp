@@ -200,7 +200,8 @@ QString filterCommandUsage() {
 }
 
 int runFilterCommand(const QStringList& args) {
-  if (args.size() < 3) {
+  if (args.size() < 3 || args[0].isEmpty() || args[1].isEmpty()) {
+    // An empty IN would open the control's file dialog in a headless tool.
     err(filterCommandUsage());
     return 2;
   }
@@ -233,6 +234,7 @@ int runFilterCommand(const QStringList& args) {
   }
 
   QString in = args[0];
+  control.setAutoRotate(true);  // as the tool's other commands
   if (!control.LoadFreeImage(&in, -1, nullptr, true)) {
     err(QStringLiteral("qorv filter: cannot load \"%1\": %2").arg(args[0], control.LastErrorDescription()));
     return 1;

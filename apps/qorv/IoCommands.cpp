@@ -37,6 +37,15 @@ int controlFailure(const QorvPicture& c, const QString& what) {
   return 1;
 }
 
+// The tool shows pictures upright unless told otherwise, and never asks for a
+// file: an empty path would open the control's file dialog in a headless tool.
+const QString kNoAutoRotate = QStringLiteral("--no-auto-rotate");
+
+bool loadPicture(QorvPicture& c, const QString& path, bool autoRotate) {
+  c.setAutoRotate(autoRotate);
+  return c.LoadFreeImage(path, -1, QString(), true);
+}
+
 // "--name value" options after the positional words.
 class Options {
  public:
@@ -151,22 +160,27 @@ int runFormatsCommand(const QStringList& args) {
 
 QString infoCommandUsage() {
   return QStringLiteral(
-      "usage: qorv info FILE\n"
+      "usage: qorv info FILE [--no-auto-rotate]\n"
       "Loads FILE into a control and prints its format, width, height and the bits\n"
-      "per pixel stored in the file.");
+      "per pixel stored in the file. Pictures are turned upright by their\n"
+      "orientation tag unless --no-auto-rotate is given.");
 }
 
 int runInfoCommand(const QStringList& args) {
-  if (args.size() != 1) return usageError(QStringLiteral("info takes exactly one file"), infoCommandUsage());
+  Options o(args, {}, {kNoAutoRotate});
+  if (!o.error().isEmpty()) return usageError(o.error(), infoCommandUsage());
+  if (o.positional().size() != 1) return usageError(QStringLiteral("info takes exactly one file"), infoCommandUsage());
+  const QString file = o.positional()[0];
+  if (file.isEmpty()) return usageError(QStringLiteral("FILE must not be empty"), infoCommandUsage());
   return guarded([&] {
     QorvPicture c;
     int fif = -1;
     QObject::connect(&c, &QorvPicture::LoadImage, [&](const QString&, int f) { fif = f; });
-    if (!c.LoadFreeImage(args[0], -1, QString(), true)) return controlFailure(c, QStringLiteral("loading"));
+    if (!loadPicture(c, file, !o.has(kNoAutoRotate))) return controlFailure(c, QStringLiteral("loading"));
     // Formats the platform loader reads have no library number; their
     // extension names them.
-    const QString name = fif >= 0 ? formatName(fif) : c.FileExtension(args[0]).toUpper();
-    out(QStringLiteral("file: %1").arg(args[0]));
+    const QString name = fif >= 0 ? formatName(fif) : c.FileExtension(file).toUpper();
+    out(QStringLiteral("file: %1").arg(file));
     out(QStringLiteral("format: %1 (%2)").arg(name).arg(fif));
     out(QStringLiteral("width: %1").arg(c.OrgPictureWidth()));
     out(QStringLiteral("height: %1").arg(c.OrgPictureHeight()));
@@ -180,16 +194,18 @@ int runInfoCommand(const QStringList& args) {
 
 QString convertCommandUsage() {
   return QStringLiteral(
-      "usage: qorv convert IN OUT [--quality N] [--type FORMAT]\n"
+      "usage: qorv convert IN OUT [--quality N] [--type FORMAT] [--no-auto-rotate]\n"
       "Loads IN and saves it as OUT. The format follows OUT's extension unless\n"
       "--type names one (a number or a name such as PNG, JPEG, TIFF, BMP).\n"
       "--quality is passed to the library as its save flags (JPEG: 1..100).");
 }
 
 int runConvertCommand(const QStringList& args) {
-  Options o(args, {QStringLiteral("--quality"), QStringLiteral("--type")}, {});
+  Options o(args, {QStringLiteral("--quality"), QStringLiteral("--type")}, {kNoAutoRotate});
   if (!o.error().isEmpty()) return usageError(o.error(), convertCommandUsage());
   if (o.positional().size() != 2) return usageError(QStringLiteral("convert needs IN and OUT"), convertCommandUsage());
+  if (o.positional()[0].isEmpty() || o.positional()[1].isEmpty())
+    return usageError(QStringLiteral("IN and OUT must not be empty"), convertCommandUsage());
   int quality = 0;
   if (o.has(QStringLiteral("--quality"))) {
     const auto q = o.integer(QStringLiteral("--quality"), 0, 0x7fffffff);
@@ -205,7 +221,8 @@ int runConvertCommand(const QStringList& args) {
   }
   return guarded([&] {
     QorvPicture c;
-    if (!c.LoadFreeImage(o.positional()[0], -1, QString(), true)) return controlFailure(c, QStringLiteral("loading"));
+    if (!loadPicture(c, o.positional()[0], !o.has(kNoAutoRotate)))
+      return controlFailure(c, QStringLiteral("loading"));
     if (!c.SaveFreeImage(o.positional()[1], quality, type, false) || c.LastErrorCode() != 0)
       return controlFailure(c, QStringLiteral("saving"));
     return 0;
@@ -219,6 +236,7 @@ QString renderCommandUsage() {
       "usage: qorv render IN OUT.png --size WxH [--zoom Z] [--stretch 0|1]\n"
       "       [--keep-aspect 0|1] [--zoom-from-original 0|1] [--centered 0|1]\n"
       "       [--tiled 0|1] [--offset X,Y] [--zoom-type 1..4] [--initial]\n"
+      "       [--no-auto-rotate]\n"
       "Loads IN into a control whose pane is W x H pixels, applies the view settings,\n"
       "renders one frame (with the fast stretch mode when --initial is given) and\n"
       "writes the frame the pane shows to OUT.png.");
@@ -232,9 +250,11 @@ int runRenderCommand(const QStringList& args) {
             QStringList{QStringLiteral("--size"), QStringLiteral("--zoom"), QStringLiteral("--offset"),
                         QStringLiteral("--zoom-type")} +
                 switches,
-            {QStringLiteral("--initial")});
+            {QStringLiteral("--initial"), kNoAutoRotate});
   if (!o.error().isEmpty()) return usageError(o.error(), renderCommandUsage());
   if (o.positional().size() != 2) return usageError(QStringLiteral("render needs IN and OUT"), renderCommandUsage());
+  if (o.positional()[0].isEmpty() || o.positional()[1].isEmpty())
+    return usageError(QStringLiteral("IN and OUT must not be empty"), renderCommandUsage());
 
   const QRegularExpressionMatch size =
       QRegularExpression(QStringLiteral("^(\\d{1,5})x(\\d{1,5})$")).match(o.value(QStringLiteral("--size")));
@@ -282,7 +302,8 @@ int runRenderCommand(const QStringList& args) {
     if (flags.count(QStringLiteral("--centered"))) c.setCentered(flags[QStringLiteral("--centered")]);
     if (flags.count(QStringLiteral("--tiled"))) c.setTiled(flags[QStringLiteral("--tiled")]);
     if (zoom) c.setZoom(static_cast<qint16>(*zoom));
-    if (!c.LoadFreeImage(o.positional()[0], -1, QString(), true)) return controlFailure(c, QStringLiteral("loading"));
+    if (!loadPicture(c, o.positional()[0], !o.has(kNoAutoRotate)))
+      return controlFailure(c, QStringLiteral("loading"));
     if (offset) c.Offset(offset->first, offset->second);
     c.Refresh(initial);
     const qorv::PicturePtr shown = c.Image();

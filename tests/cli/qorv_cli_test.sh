@@ -33,6 +33,14 @@ grep -q "error 101: File format not supported (gif)" "$dir/err.txt" || fail "101
 [ ! -e "$dir/x.bmp" ] && [ ! -e "$dir/x.gif" ] || fail "output written on failure"
 if "$qorv" render "$dir/in.png" "$dir/y.png" 2>/dev/null; then fail "render without --size accepted"; fi
 if "$qorv" nonsense 2>/dev/null; then fail "unknown command accepted"; fi
+# An empty path is a usage error (exit 2), never a file dialog.
+usage_exit() { rc=0; "$@" >/dev/null 2>&1 || rc=$?; [ "$rc" -eq 2 ] || fail "empty path gave exit $rc: $*"; }
+usage_exit "$qorv" info ""
+usage_exit "$qorv" convert "" "$dir/e.png"
+usage_exit "$qorv" convert "$dir/in.png" ""
+usage_exit "$qorv" render "" "$dir/e.png" --size 8x8
+usage_exit "$qorv" filter "" "$dir/e.png" invert
+"$qorv" info --no-auto-rotate "$dir/in.png" | grep -q "^width: 400$" || fail "--no-auto-rotate"
 "$qorv" --help | grep -q "^usage: qorv COMMAND" || fail "tool help"
 for c in formats info convert render filter; do
   "$qorv" "$c" --help | grep -q "usage: qorv $c" || fail "$c help"
