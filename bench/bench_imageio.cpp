@@ -2,10 +2,15 @@
 // the same 6000 x 4000 files, in the same run, and the peak memory of a load.
 //
 // Peers: Load/Control/* vs Load/Bare/*, Save/Control/* vs Save/Bare/*.
-// Memory: Load/PeakMemory/* reports peak_x32, the growth of the peak resident
-// set during one load divided by the picture's 32-bit size.
+// Load/Control takes (input, render, isolated) and reports x_bare, its time
+// over the bare library load of the same file measured in the same run; a
+// small 640 x 480 JPEG shows the fixed cost of the isolated round trip.
+// Memory: Load/PeakMemory/* (input, isolated) reports peak_x32, the growth of
+// the host's peak resident set during one load divided by the picture's
+// 32-bit size (an isolated decode's own memory is the helper's).
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -60,6 +65,9 @@ void makeInputs() {
   }
   FreeImage_Save(FIF_JPEG, dib, native(QStringLiteral("in.jpg")).constData(), 90);
   FreeImage_Save(FIF_PNG, dib, native(QStringLiteral("in.png")).constData(), PNG_Z_BEST_SPEED);
+  FIBITMAP* small = FreeImage_Rescale(dib, 640, 480, FILTER_BILINEAR);
+  FreeImage_Save(FIF_JPEG, small, native(QStringLiteral("small.jpg")).constData(), 90);
+  FreeImage_Unload(small);
   FreeImage_Unload(dib);
 }
 
@@ -68,7 +76,15 @@ struct Input {
   FREE_IMAGE_FORMAT fif;
   int flags;  // what the control passes: JPEG_LOAD_QUALITY (2 by default) for JPEG, 0 otherwise
 };
-const Input kInputs[] = {{"in.jpg", FIF_JPEG, 2}, {"in.png", FIF_PNG, 0}};
+const Input kInputs[] = {{"in.jpg", FIF_JPEG, 2}, {"in.png", FIF_PNG, 0}, {"small.jpg", FIF_JPEG, 2}};
+
+double bareLoadSeconds(const Input& in) {
+  const QByteArray path = native(QString::fromLatin1(in.file));
+  constexpr int kRuns = 3;
+  const auto start = std::chrono::steady_clock::now();
+  for (int i = 0; i < kRuns; ++i) FreeImage_Unload(FreeImage_Load(in.fif, path.constData(), in.flags));
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() / kRuns;
+}
 
 void LoadBare(benchmark::State& state) {
   makeInputs();
@@ -86,14 +102,26 @@ void LoadControl(benchmark::State& state) {
   makeInputs();
   const Input& in = kInputs[state.range(0)];
   const bool render = state.range(1) != 0;
+  const bool isolated = state.range(2) != 0;
   const QString path = workDir() + u'/' + QString::fromLatin1(in.file);
   qorv::QorvPicture control;
+  control.setIsolatedDecoding(isolated);
   control.resize(800, 600);
   qorv::QorvPicturePrivate::of(control).handleResize();
+  control.LoadFreeImage(path, -1, QString(), true);  // the helper is started once, as in a viewer
+  const double bare = bareLoadSeconds(in);
+  double spent = 0;
   for (auto _ : state) {
+    const auto start = std::chrono::steady_clock::now();
     if (!control.LoadFreeImage(path, -1, QString(), !render)) state.SkipWithError("load failed");
+    spent += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   }
-  state.SetLabel(QStringLiteral("%1%2").arg(QLatin1String(in.file), render ? QStringLiteral(" +frame") : QString()).toStdString());
+  state.counters["x_bare"] = spent / static_cast<double>(state.iterations()) / bare;
+  state.counters["bare_ms"] = bare * 1000.0;
+  state.SetLabel(QStringLiteral("%1%2%3")
+                     .arg(QLatin1String(in.file), render ? QStringLiteral(" +frame") : QString(),
+                          isolated ? QStringLiteral(" isolated") : QStringLiteral(" in-process"))
+                     .toStdString());
 }
 
 long residentKiB(const char* field) {
@@ -115,11 +143,13 @@ bool resetPeak() {
 void LoadPeakMemory(benchmark::State& state) {
   makeInputs();
   const Input& in = kInputs[state.range(0)];
+  const bool isolated = state.range(1) != 0;
   const QString path = workDir() + u'/' + QString::fromLatin1(in.file);
   double worst = 0;
   for (auto _ : state) {
     state.PauseTiming();
     auto control = std::make_unique<qorv::QorvPicture>();
+    control->setIsolatedDecoding(isolated);
     control->resize(800, 600);
     qorv::QorvPicturePrivate::of(*control).handleResize();
     const long before = residentKiB("VmRSS:");
@@ -133,7 +163,7 @@ void LoadPeakMemory(benchmark::State& state) {
     state.ResumeTiming();
   }
   state.counters["peak_x32"] = worst;
-  state.SetLabel(in.file);
+  state.SetLabel(std::string(in.file) + (isolated ? " isolated" : " in-process"));
 }
 
 struct Output {
@@ -168,16 +198,21 @@ void SaveControl(benchmark::State& state) {
   state.SetLabel(o.file);
 }
 
-BENCHMARK(LoadBare)->Name("Load/Bare")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(LoadBare)->Name("Load/Bare")->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->Iterations(5);
 BENCHMARK(LoadControl)
     ->Name("Load/Control")
-    ->Args({0, 0})
-    ->Args({0, 1})
-    ->Args({1, 0})
-    ->Args({1, 1})
+    ->ArgsProduct({{0, 1}, {0, 1}, {0, 1}})
+    ->Args({2, 0, 0})
+    ->Args({2, 0, 1})
     ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()  // an isolated decode runs in another process
     ->Iterations(5);
-BENCHMARK(LoadPeakMemory)->Name("Load/PeakMemory")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(2);
+BENCHMARK(LoadPeakMemory)
+    ->Name("Load/PeakMemory")
+    ->ArgsProduct({{0, 1}, {0, 1}})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(2);
 BENCHMARK(SaveBare)->Name("Save/Bare")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(5);
 BENCHMARK(SaveControl)->Name("Save/Control")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(5);
 
