@@ -44,34 +44,21 @@ std::string directoryOf(const std::string& file) {
 
 bool executable(const std::string& path) { return ::access(path.c_str(), X_OK) == 0; }
 
-// Maps the helper's sealed pixels read-only. The seals are checked before
-// mapping: memory the helper could still shrink would fault the control.
-class PixelMapping {
- public:
-  PixelMapping(int fd, std::size_t bytes) {
-    const int seals = ::fcntl(fd, F_GET_SEALS);
-    struct stat st {};
-    const int needed = F_SEAL_SHRINK | F_SEAL_WRITE;
-    if (seals < 0 || (seals & needed) != needed || ::fstat(fd, &st) != 0 ||
-        static_cast<std::uint64_t>(st.st_size) < bytes || bytes == 0)
-      return;
-    void* p = ::mmap(nullptr, bytes, PROT_READ, MAP_SHARED, fd, 0);
-    if (p != MAP_FAILED) {
-      data_ = static_cast<const unsigned char*>(p);
-      bytes_ = bytes;
-    }
-  }
-  ~PixelMapping() {
-    if (data_) ::munmap(const_cast<unsigned char*>(data_), bytes_);
-  }
-  PixelMapping(const PixelMapping&) = delete;
-  PixelMapping& operator=(const PixelMapping&) = delete;
-  const unsigned char* data() const { return data_; }
+// Maps the helper's sealed pixels privately: the pages are the helper's until
+// the control draws on one, which then gets a copy of its own. The seals are
+// checked first: memory the helper could still shrink would fault the control.
+std::uint8_t* mapPixels(int fd, std::size_t bytes) {
+  const int seals = ::fcntl(fd, F_GET_SEALS);
+  struct stat st {};
+  const int needed = F_SEAL_SHRINK | F_SEAL_WRITE;
+  if (bytes == 0 || seals < 0 || (seals & needed) != needed || ::fstat(fd, &st) != 0 ||
+      static_cast<std::uint64_t>(st.st_size) < bytes)
+    return nullptr;
+  void* p = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_POPULATE, fd, 0);
+  return p == MAP_FAILED ? nullptr : static_cast<std::uint8_t*>(p);
+}
 
- private:
-  const unsigned char* data_ = nullptr;
-  std::size_t bytes_ = 0;
-};
+void unmapPixels(std::uint8_t* data, std::size_t bytes) { ::munmap(data, bytes); }
 
 std::string describeExit(int status) {
   if (WIFSIGNALED(status)) {
@@ -246,16 +233,17 @@ LoadedPicture LoadPictureIsolated(const LoadRequest& request) {
     failLoad(outcome);
     return out;
   }
-  const PixelMapping pixels(got.pixels.get(), static_cast<std::size_t>(w * h * 4));
-  ScopedBitmap bitmap(gdi::CreateCompatibleBitmap(0, static_cast<int>(w), static_cast<int>(h)));
-  gdi::Surface surface;
-  if (!pixels.data() || !bitmap || !gdi::BitmapSurface(bitmap.get(), surface) || surface.width != w ||
-      surface.height != h || surface.bitsPerPixel != 32) {
+  // The pixels become the bitmap's memory as they are: no copy.
+  const auto bytes = static_cast<std::size_t>(w * h * 4);
+  std::uint8_t* pixels = mapPixels(got.pixels.get(), bytes);
+  ScopedBitmap bitmap(pixels ? gdi::CreateBitmapOverMemory(static_cast<int>(w), static_cast<int>(h), pixels, bytes,
+                                                           &unmapPixels)
+                             : 0);
+  if (!bitmap) {
+    if (pixels) unmapPixels(pixels, bytes);
     failLoad(outcome);
     return out;
   }
-  const std::size_t row = static_cast<std::size_t>(w) * 4;
-  for (int y = 0; y < surface.height; ++y) std::memcpy(surface.row(y), pixels.data() + row * y, row);
   out.picture = Picture::fromBitmap(bitmap.get());
   if (!out.picture) {
     failLoad(outcome);

@@ -165,7 +165,10 @@ HBITMAP dcBitmap(const DCObject& dc) {
   return w ? w->bitmap : 0;
 }
 
-PixelBuffer::~PixelBuffer() { blockCache().give(data, size); }
+PixelBuffer::~PixelBuffer() {
+  if (release) release(data, size);
+  else blockCache().give(data, size);
+}
 
 std::shared_ptr<PixelBuffer> allocatePixels(std::int64_t bytes, bool zeroed) {
   if (bytes <= 0 || bytes > kMaxBitmapBytes) return nullptr;
@@ -432,6 +435,33 @@ bool DiscardBitmap(HBITMAP hbm) {
 
 HBITMAP CreateBitmapForOverwrite(int cx, int cy) {
   return createBitmap(cx, cy, defaultFormat(32), false, false, nullptr, false);
+}
+
+HBITMAP CreateBitmapOverMemory(int cx, int cy, std::uint8_t* data, std::size_t size,
+                               void (*release)(std::uint8_t*, std::size_t)) {
+  if (cx <= 0 || cy <= 0 || !data || !release) return fail(ERROR_INVALID_PARAMETER, HBITMAP{0});
+  const std::int64_t stride = std::int64_t{cx} * 4;
+  if (stride * cy > kMaxBitmapBytes || static_cast<std::uint64_t>(stride * cy) > size)
+    return fail(ERROR_INVALID_PARAMETER, HBITMAP{0});
+  BitmapObject bm;
+  try {
+    bm.pixels = std::make_shared<PixelBuffer>();
+  } catch (const std::bad_alloc&) {
+    return fail(ERROR_NOT_ENOUGH_MEMORY, HBITMAP{0});
+  }
+  bm.width = cx;
+  bm.height = cy;
+  bm.stride = static_cast<int>(stride);
+  bm.format = defaultFormat(32);
+  auto lock = lockTable();
+  const HBITMAP h = insertObject(std::move(bm));
+  if (h == 0) return fail(ERROR_NOT_ENOUGH_MEMORY, HBITMAP{0});
+  // Only now does the bitmap own the memory: a failure above leaves it the caller's.
+  PixelBuffer& pixels = *findBitmap(h)->pixels;
+  pixels.data = data;
+  pixels.size = size;
+  pixels.release = release;
+  return h;
 }
 
 bool SharesPixels(HBITMAP a, HBITMAP b) {

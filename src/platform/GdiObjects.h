@@ -29,6 +29,9 @@ struct PixelBuffer {
   std::uint8_t* data = nullptr;
   std::size_t size = 0;
   int owners = 0;  // bitmap objects in the table using this memory (table lock)
+  // Memory that came from elsewhere (CreateBitmapOverMemory) goes back through
+  // this; null for memory of the table's own.
+  void (*release)(std::uint8_t* data, std::size_t size) = nullptr;
   PixelBuffer() = default;
   PixelBuffer(const PixelBuffer&) = delete;
   PixelBuffer& operator=(const PixelBuffer&) = delete;

@@ -55,6 +55,13 @@ bool DiscardBitmap(HBITMAP hbm);
 // A 32-bit device bitmap like CreateCompatibleBitmap's whose pixels are left
 // undefined, for callers that write them all straight away.
 HBITMAP CreateBitmapForOverwrite(int cx, int cy);
+// A 32-bit device bitmap (B,G,R,X rows, top-down, `cx * 4` bytes each) over
+// memory the caller hands over, such as a mapping of pixels decoded elsewhere:
+// no copy is made. On success the bitmap owns the memory and gives it back
+// through `release` when the last bitmap using it goes; on failure (0, last
+// error 87 or 8) the memory stays the caller's.
+HBITMAP CreateBitmapOverMemory(int cx, int cy, std::uint8_t* data, std::size_t size,
+                               void (*release)(std::uint8_t* data, std::size_t size));
 // Whether two bitmaps currently use the same pixel memory.
 bool SharesPixels(HBITMAP a, HBITMAP b);
 // Number of times a write had to copy shared pixels, since the process started.

@@ -346,3 +346,39 @@ TEST(SharedBitmaps, BadHandlesFailCleanly) {
 }
 
 }  // namespace
+
+namespace {
+int g_released = 0;
+void countRelease(std::uint8_t* data, std::size_t) {
+  ++g_released;
+  delete[] data;
+}
+}  // namespace
+
+// Memory handed to a bitmap (decoded pixels mapped from elsewhere) is used as
+// it is, shared like any other, and given back once, when its last user goes;
+// a refused hand-over leaves it with the caller.
+TEST(AdoptedMemory, IsUsedInPlaceAndReleasedOnceByTheLastSharer) {
+  g_released = 0;
+  auto* data = new std::uint8_t[4 * 3 * 2];
+  for (int i = 0; i < 24; ++i) data[i] = static_cast<std::uint8_t>(i);
+  const HBITMAP a = CreateBitmapOverMemory(3, 2, data, 24, &countRelease);
+  ASSERT_NE(a, 0u);
+  Surface s;
+  ASSERT_TRUE(BitmapSurfaceRead(a, s));
+  EXPECT_EQ(s.row(0), data) << "no copy";
+  EXPECT_EQ(s.row(1)[0], 12);
+  const HBITMAP b = ShareBitmap(a);
+  ASSERT_TRUE(BitmapSurface(b, s));
+  s.row(0)[0] = 99;  // b gets memory of its own; a still shows the original
+  EXPECT_EQ(data[0], 0);
+  EXPECT_TRUE(DeleteObject(a));
+  EXPECT_EQ(g_released, 1) << "b no longer uses the adopted memory";
+  EXPECT_TRUE(DeleteObject(b));
+  EXPECT_EQ(g_released, 1);
+
+  std::uint8_t small[8] = {};
+  EXPECT_EQ(CreateBitmapOverMemory(3, 2, small, sizeof small, &countRelease), 0u);  // too small for 3 x 2
+  EXPECT_EQ(CreateBitmapOverMemory(0, 2, small, sizeof small, &countRelease), 0u);
+  EXPECT_EQ(g_released, 1);
+}
