@@ -30,6 +30,15 @@ std::uint32_t le16(const unsigned char* p) { return static_cast<std::uint32_t>(p
 std::uint32_t be32(const unsigned char* p) { return be16(p) << 16 | be16(p + 2); }
 std::uint32_t le32(const unsigned char* p) { return le16(p + 2) << 16 | le16(p); }
 
+// a * b for sizes read from a file, saturating far above any real picture
+// instead of overflowing.
+std::int64_t product(std::int64_t a, std::int64_t b) {
+  std::int64_t r = 0;
+  constexpr std::int64_t kHuge = std::int64_t{1} << 60;
+  if (a < 0 || b < 0) return kHuge;
+  return __builtin_mul_overflow(a, b, &r) || r > kHuge ? kHuge : r;
+}
+
 std::optional<DeclaredSize> sized(std::int64_t w, std::int64_t h) { return DeclaredSize{w, h, 0, 0}; }
 
 // Every start-of-frame marker (baseline, extended, progressive, lossless,
@@ -90,13 +99,18 @@ std::optional<DeclaredSize> gif(int fd) {
   return s;
 }
 
-// WBMP: type 0, a fixed header byte, then width and height as multi-byte
-// integers (seven bits a byte, high bit set on all but the last).
+// WBMP: type 0, a fixed header byte (high bit: extension bytes follow, up
+// to one without its high bit), then width and height as multi-byte integers
+// (seven bits a byte, high bit set on all but the last).
 std::optional<DeclaredSize> wbmp(int fd) {
-  unsigned char b[16];
+  unsigned char b[64];
   const ssize_t got = ::pread(fd, b, sizeof b, 0);
   if (got < 4 || b[0] != 0) return std::nullopt;
   std::size_t at = 2;
+  if (b[1] & 0x80) {
+    while (at < static_cast<std::size_t>(got) && (b[at] & 0x80)) ++at;
+    ++at;
+  }
   std::int64_t dims[2] = {0, 0};
   for (std::int64_t& d : dims) {
     for (int k = 0;; ++k) {
@@ -106,7 +120,7 @@ std::optional<DeclaredSize> wbmp(int fd) {
       if (!(c & 0x80)) break;
     }
   }
-  DeclaredSize s{dims[0], dims[1], (dims[0] + 7) / 8 * dims[1], static_cast<std::int64_t>(at)};
+  DeclaredSize s{dims[0], dims[1], product((dims[0] + 7) / 8, dims[1]), static_cast<std::int64_t>(at)};
   return s;
 }
 
@@ -131,7 +145,7 @@ std::optional<DeclaredSize> bmp(int fd) {
   const std::int64_t bpp = le16(b + 28);
   const std::uint32_t compression = le32(b + 30);
   DeclaredSize s{w < 0 ? -static_cast<std::int64_t>(w) : w, h < 0 ? -static_cast<std::int64_t>(h) : h, 0, le32(b + 10)};
-  if (compression == 0 || compression == 3) s.uncompressedBytes = (s.width * bpp + 31) / 32 * 4 * s.height;
+  if (compression == 0 || compression == 3) s.uncompressedBytes = product((product(s.width, bpp) + 31) / 32 * 4, s.height);
   return s;
 }
 
@@ -164,7 +178,7 @@ std::optional<DeclaredSize> targa(int fd) {
   DeclaredSize s{le16(b + 12), le16(b + 14), 0, 18 + static_cast<std::int64_t>(b[0]) + palette};
   const unsigned type = b[2];
   const std::int64_t pixelBytes = (b[16] + 7) / 8;
-  if (type >= 1 && type <= 3) s.uncompressedBytes = s.width * s.height * pixelBytes;
+  if (type >= 1 && type <= 3) s.uncompressedBytes = product(product(s.width, s.height), pixelBytes);
   // Walked only for pictures within any sensible limit: a bomb is refused by
   // its size before this.
   if (type >= 9 && type <= 11 && s.width * s.height <= (std::int64_t{1} << 28) && pixelBytes > 0)
@@ -177,7 +191,8 @@ std::optional<DeclaredSize> ras(int fd) {
   if (!readAt(fd, 0, b, sizeof b) || be32(b) != 0x59A66A95u) return std::nullopt;
   DeclaredSize s{be32(b + 4), be32(b + 8), 0, 32 + static_cast<std::int64_t>(be32(b + 28))};
   const std::int64_t depth = be32(b + 12);
-  if (be32(b + 20) != 2 /* byte-run encoded */) s.uncompressedBytes = (s.width * depth + 15) / 16 * 2 * s.height;
+  if (be32(b + 20) != 2 /* byte-run encoded */)
+    s.uncompressedBytes = product((product(s.width, depth) + 15) / 16 * 2, s.height);
   return s;
 }
 
@@ -221,11 +236,23 @@ std::optional<DeclaredSize> ReadDeclaredSize(int fd, std::int32_t fif) {
   }
 }
 
+bool DeclaredSizeRequired(std::int32_t fif) {
+  switch (fif) {
+    case FIF_JPEG: case FIF_PNG: case FIF_MNG: case FIF_JNG: case FIF_GIF: case FIF_WBMP: case FIF_LBM:
+    case FIF_TARGA: case FIF_RAS: case FIF_PSD: case FIF_PCX: case FIF_CUT:
+      return true;
+    default:
+      return false;
+  }
+}
+
 SizeVerdict JudgeDeclaredSize(const DeclaredSize& size, std::int64_t fileSize, std::int64_t maxPixels) {
-  if (size.width <= 0 || size.height <= 0) return SizeVerdict::TooLarge;
-  // Both factors fit in 32 bits, so the product cannot overflow.
+  // No reader allocates more than 2^31 rows or columns; past that the
+  // product below could not even be formed.
+  constexpr std::int64_t kSide = std::int64_t{1} << 31;
+  if (size.width <= 0 || size.height <= 0 || size.width > kSide || size.height > kSide) return SizeVerdict::TooLarge;
   if (maxPixels > 0 && size.width * size.height > maxPixels) return SizeVerdict::TooLarge;
-  if (size.truncated || (size.uncompressedBytes > 0 && size.dataOffset + size.uncompressedBytes > fileSize))
+  if (size.truncated || (size.uncompressedBytes > 0 && size.uncompressedBytes > fileSize - size.dataOffset))
     return SizeVerdict::TooShort;
   return SizeVerdict::Fits;
 }

@@ -24,6 +24,11 @@ struct DeclaredSize {
 // own header-only load then decides) or the header is unreadable.
 std::optional<DeclaredSize> ReadDeclaredSize(int fd, std::int32_t fif);
 
+// Whether a file of format `fif` whose header this library cannot read is
+// refused outright: true for every format parsed here except BMP, whose older
+// header variants are left to the plug-in's header-only load.
+bool DeclaredSizeRequired(std::int32_t fif);
+
 enum class SizeVerdict { Fits, TooLarge, TooShort };
 
 // Whether a declared picture may be decoded: `maxPixels` 0 or less lifts the

@@ -61,6 +61,7 @@ bool declaredSizeAcceptable(int fd, std::int32_t fif, std::int32_t flags, std::i
   if (::fstat(fd, &st) != 0) return false;
   if (const auto declared = ReadDeclaredSize(fd, fif))
     return JudgeDeclaredSize(*declared, st.st_size, limit) == SizeVerdict::Fits;
+  if (DeclaredSizeRequired(fif)) return false;  // not even a header of its kind
   if (!FreeImage_FIFSupportsNoPixels(static_cast<FREE_IMAGE_FORMAT>(fif))) return true;
   DibPtr header(guardedCall(load, fif, flags | FIF_LOAD_NOPIXELS));
   if (!header) return false;

@@ -195,6 +195,9 @@ IsolatedOutcome DecoderProcess::decode(int file, const DecodeRequest& request, s
     return out;
   }
   out.reply.message[sizeof out.reply.message - 1] = '\0';
+  // A decode that failed may have left the library's memory leaked or worse:
+  // the next load gets a fresh helper.
+  if (out.reply.status == DecodeStatus::Failed) stop(true);
   return out;
 }
 

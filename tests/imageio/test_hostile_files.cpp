@@ -122,6 +122,16 @@ QByteArray iffReadingPastItsEnd() {
   return QByteArray("FORM") + be32(200000) + form;
 }
 
+// Found by the load fuzzer: the CUT reader writes through a wild pointer on
+// this input (a library bug; only isolation contains it).
+QByteArray cutWildWrite() {
+  return QByteArray(
+      "\x6b\x23\x01\x00\x09\x00\x00\x00\x00\x00\x00\x00\x0e\x0e\x0e\x00\x00\x00\x00\x00\x00\x00\x00\x0e"
+      "\x0e\x0e\x0e\x0e\x0e\x0e\x0e\x0e\x0e\x0e\x0e\x0e\x59\x2f\xff\xff\xff\x15\x15\x14\x15\xc9\x00\x00"
+      "\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00",
+      57);
+}
+
 struct HostileCase {
   std::string name;
   const char* fileName;
@@ -159,6 +169,7 @@ std::vector<HostileCase> hostileCases() {
                    true});
   cases.push_back({"IffReadingPastItsEnd", "past.iff", [](const QString&) { return iffReadingPastItsEnd(); }, 170,
                    true});
+  cases.push_back({"CutFoundByFuzzing", "wild.cut", [](const QString&) { return cutWildWrite(); }, 170, false});
   for (int cut : {407, 1044, 2850})
     cases.push_back({"PsdCutAt" + std::to_string(cut), "cut.psd",
                      [cut](const QString& s) { return librarySaved(FIF_PSD, 0, s).left(cut); }, 170, false});
