@@ -57,6 +57,9 @@ bool misbehave(DecoderTestAction action, DecodeWireReply& reply) {
       }
       return true;
     }
+    case DecoderTestAction::Escape:
+      if (::open("/etc/hostname", O_RDONLY) >= 0) setMessage(reply, "the sandbox let a file be opened");
+      return true;
     case DecoderTestAction::None:
       break;
   }

@@ -19,7 +19,8 @@ inline constexpr int DecoderSocketFd = 3;
 // Ways to make the helper misbehave on purpose, so tests can prove the
 // control survives a decoder that crashes, hangs or runs out of memory
 // without relying on a library bug.
-enum class DecoderTestAction : std::int32_t { None = 0, Crash = 1, Hang = 2, Allocate = 3 };
+// Escape tries what an exploited decoder would: open a file.
+enum class DecoderTestAction : std::int32_t { None = 0, Crash = 1, Hang = 2, Allocate = 3, Escape = 4 };
 
 struct DecodeWireRequest {
   std::uint32_t magic = DecodeProtocolMagic;

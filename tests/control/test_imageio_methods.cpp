@@ -200,7 +200,8 @@ TEST_F(ImageIOMethods, PixelLimitIsAPropertyOfTheControl) {
   EXPECT_TRUE(ctl->LoadFreeImage(png));
 }
 
-// A decoder that crashes, hangs or runs out of memory costs one failed load:
+// A decoder that crashes, hangs, runs out of memory or tries to open a file
+// (what an exploit would do first) costs one failed load:
 // the host lives, keeps its picture, hears no event and learns why from the
 // bridge's text; the next load gets a fresh decoder.
 TEST_F(ImageIOMethods, DecoderDeathIsAnOrdinaryFailedLoad) {
@@ -214,7 +215,8 @@ TEST_F(ImageIOMethods, DecoderDeathIsAnOrdinaryFailedLoad) {
   };
   const Case cases[] = {{imageio::DecoderTestAction::Crash, "signal 11"},
                         {imageio::DecoderTestAction::Hang, "no answer within 300 ms"},
-                        {imageio::DecoderTestAction::Allocate, "out of memory"}};
+                        {imageio::DecoderTestAction::Allocate, "out of memory"},
+                        {imageio::DecoderTestAction::Escape, "signal 31"}};  // the filter kills an open()
   ctl->setLoadTimeout(300);
   ctl->setMaxLoadPixels(1000000);  // a small address-space limit for the helper
   for (const Case& c : cases) {
