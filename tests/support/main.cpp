@@ -8,7 +8,9 @@ int main(int argc, char** argv) {
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   // Test programs that link the I/O layer directly are not beside the decoder
   // helper; they use the one this build made.
+#ifdef QORV_TEST_DECODER
   if (qEnvironmentVariableIsEmpty("QORV_DECODER")) qputenv("QORV_DECODER", QORV_TEST_DECODER);
+#endif
   QApplication app(argc, argv);
   ::testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();
