@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "platform/GdiObjects.h"
+#include "platform/PixelRows.h"
 
 namespace gdi {
 
@@ -61,6 +62,14 @@ bool parseInfo(const BITMAPINFO* bmi, UINT usage, DibLayout& out) {
   return true;
 }
 
+// B, G, R rows (24 bits) or B, G, R, X rows (32 bits), which the row
+// converter copies between directly.
+bool plainLayout(const PixelFormat& f) { return f.bpp == 24 || f.plain32(); }
+
+qorv::PixelRows pixelRowsOf(const Image& img) {
+  return qorv::PixelRows{img.top, img.step, img.width, img.height, img.fmt.bpp / 8};
+}
+
 Image dibImage(const DibLayout& l, const void* bits) {
   Image img;
   auto* base = static_cast<std::uint8_t*>(const_cast<void*>(bits));
@@ -83,6 +92,13 @@ HBITMAP CreateDIBSection(HDC /*hdc*/, const BITMAPINFO* pbmi, UINT usage, void**
   return createBitmap(l.width, l.height, l.fmt, l.bottomUp, true, ppvBits);
 }
 
+HBITMAP CreateDIBSectionForOverwrite(const BITMAPINFO* pbmi, void** ppvBits) {
+  if (ppvBits) *ppvBits = nullptr;
+  DibLayout l;
+  if (!parseInfo(pbmi, DIB_RGB_COLORS, l)) return 0;
+  return createBitmap(l.width, l.height, l.fmt, l.bottomUp, true, ppvBits, false);
+}
+
 HBITMAP CreateDIBitmap(HDC hdc, const BITMAPINFOHEADER* pbmih, DWORD flInit, const void* pjBits,
                        const BITMAPINFO* pbmi, UINT iUsage) {
   if (hdc != 0) {
@@ -99,8 +115,11 @@ HBITMAP CreateDIBitmap(HDC hdc, const BITMAPINFOHEADER* pbmih, DWORD flInit, con
   }
   const int width = pbmih->biWidth;
   const int height = pbmih->biHeight < 0 ? -pbmih->biHeight : pbmih->biHeight;
+  // Plain 24- and 32-bit data covering the whole bitmap is converted in one
+  // pass over memory that is not cleared first.
+  const bool direct = init && plainLayout(data.fmt) && data.width >= width && data.height >= height;
   void* bits = nullptr;
-  const HBITMAP hbm = createBitmap(width, height, defaultFormat(32), false, false, &bits);
+  const HBITMAP hbm = createBitmap(width, height, defaultFormat(32), false, false, &bits, !direct);
   if (!hbm || !init) return hbm;
 
   Image dst;
@@ -108,7 +127,12 @@ HBITMAP CreateDIBitmap(HDC hdc, const BITMAPINFOHEADER* pbmih, DWORD flInit, con
   dst.step = static_cast<std::ptrdiff_t>(width) * 4;
   dst.width = width;
   dst.height = height;
+  dst.fmt = defaultFormat(32);
   const Image src = dibImage(data, pjBits);
+  if (direct) {
+    qorv::copyPixelRows(pixelRowsOf(src), pixelRowsOf(dst));
+    return hbm;
+  }
   const int rows = std::min(height, data.height);
   const int cols = std::min(width, data.width);
   std::vector<std::uint32_t> line(static_cast<std::size_t>(cols));
@@ -158,6 +182,15 @@ int GetDIBits(HDC hdc, HBITMAP hbm, UINT start, UINT cLines, void* lpvBits, BITM
   if (outLayout.stride < 0) return fail(ERROR_INVALID_PARAMETER, 0);
   const Image out = dibImage(outLayout, lpvBits);
   const int cols = std::min(h.biWidth, img.width);
+  if (plainLayout(img.fmt) && plainLayout(out.fmt)) {
+    // Picture rows start..start+n-1 counted from the bottom, in one pass.
+    Image band = img;
+    band.top = img.row(img.height - static_cast<int>(start) - static_cast<int>(n));
+    band.height = static_cast<int>(n);
+    band.width = cols;
+    qorv::copyPixelRows(pixelRowsOf(band), pixelRowsOf(out));
+    return static_cast<int>(n);
+  }
   std::vector<std::uint32_t> line(static_cast<std::size_t>(cols));
   // The band holds DIB rows start..start+n-1 counted from the bottom; its own
   // top row is the highest of them.

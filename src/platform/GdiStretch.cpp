@@ -1,5 +1,6 @@
 #include "platform/GdiStretch.h"
 #include "platform/GdiStretchInternal.h"
+#include "platform/PixelRows.h"
 #include "platform/RowParallel.h"
 
 #include <algorithm>
@@ -246,6 +247,13 @@ void splitRows(int total, std::int64_t pixelsPerRow, Body body) {
   qorv::parallelRows(0, total - 1, pixelsPerRow * kUnitsPerPixel,
                      [&](std::int32_t a, std::int32_t b) { body(a, b + 1); });
 }
+
+// Rows whose pixels are plain B, G, R (24 bits) or B, G, R, X (32 bits), which
+// the row converter copies between directly.
+bool plainLayout(const Image& img) { return img.fmt.bpp == 24 || img.fmt.plain32(); }
+
+// Destinations from this size on are written around the cache.
+constexpr i64 kStreamBytes = i64{8} << 20;
 
 bool contiguousColumns(const AxisMap& ax) {
   for (std::size_t x = 1; x < ax.first.size(); ++x)
@@ -623,8 +631,23 @@ void stretchImage(const Image& dst, const Image* src, const StretchRequest& r) {
 
   const Image& source = *src;
   if (allSingle(ax) && allSingle(ay)) {
-    // A straight row copy is bound by memory bandwidth: more threads only add their hand-over.
-    const std::int64_t perRow = contiguousColumns(ax) && store == kStores[0xC] ? 0 : ax.count;
+    const bool straight = contiguousColumns(ax) && store == kStores[0xC];
+    if (straight && plainLayout(dst) && plainLayout(source) && !(dst.fmt.bpp == 32 && source.fmt.bpp == 32)) {
+      // Between 24- and 32-bit rows: one converting pass, on both threads.
+      const int sb = source.fmt.bpp / 8, db = dst.fmt.bpp / 8;
+      const bool stream = static_cast<i64>(ax.count) * db * ay.count >= kStreamBytes;
+      splitRows(ay.count, ax.count, [&](int a, int b) {
+        for (int i = a; i < b; ++i) {
+          const std::uint8_t* s = source.row(ay.first[static_cast<std::size_t>(i)]) +
+                                  static_cast<std::ptrdiff_t>(ax.first[0]) * sb;
+          std::uint8_t* d = dst.row(ay.start + i) + static_cast<std::ptrdiff_t>(ax.start) * db;
+          qorv::copyPixelRow(s, sb, d, db, ax.count, stream);
+        }
+      });
+      return;
+    }
+    // A straight 32-bit row copy is bound by memory bandwidth: more threads only add their hand-over.
+    const std::int64_t perRow = straight ? 0 : ax.count;
     splitRows(ay.count, perRow, [&](int a, int b) { pickPath(dst, source, ax, ay, store, a, b); });
   } else if (r.mode == HALFTONE) {
 #ifdef QORV_HALFTONE_AVX2

@@ -62,6 +62,9 @@ HBITMAP CreateBitmapForOverwrite(int cx, int cy);
 // error 87 or 8) the memory stays the caller's.
 HBITMAP CreateBitmapOverMemory(int cx, int cy, std::uint8_t* data, std::size_t size,
                                void (*release)(std::uint8_t* data, std::size_t size));
+// A DIB section like CreateDIBSection's whose pixels are left undefined, for
+// callers that write them all straight away (padding included).
+HBITMAP CreateDIBSectionForOverwrite(const BITMAPINFO* pbmi, void** ppvBits);
 // Whether two bitmaps currently use the same pixel memory.
 bool SharesPixels(HBITMAP a, HBITMAP b);
 // Number of times a write had to copy shared pixels, since the process started.
