@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "platform/GdiSurface.h"
+#include "platform/PixelRows.h"
 
 namespace qorv {
 
@@ -18,45 +19,56 @@ bool addressable(std::int32_t w, std::int32_t h) {
 }
 
 // Copies a bitmap's pixels straight from its memory when it cannot be selected
-// into a context of ours (it is already selected into another one).
-void copyFromSurface(const gdi::Surface& s, const DibView& dst) {
-  const int w = s.width < dst.width ? s.width : dst.width;
-  const int h = s.height < dst.height ? s.height : dst.height;
-  if (s.bitsPerPixel != 24 && s.bitsPerPixel != 32) return;
-  const int bpp = s.bitsPerPixel / 8;
-  for (int y = 0; y < h; ++y) {
-    // Picture row y from the top is memory row height-1-y of the working image.
-    const std::uint8_t* src = s.row(y);
-    std::uint8_t* out = dst.row(dst.height - 1 - y);
-    if (bpp == 3) {
-      std::memcpy(out, src, static_cast<std::size_t>(w) * 3);
-    } else {
-      for (int x = 0; x < w; ++x) {
-        out[3 * x] = src[4 * x];
-        out[3 * x + 1] = src[4 * x + 1];
-        out[3 * x + 2] = src[4 * x + 2];
-      }
-    }
-  }
+// into a context of ours (it is already selected into another one). False
+// for a layout other than 24 or 32 bits, which only a blit can read.
+bool copyFromSurface(const gdi::Surface& s, const DibView& dst) {
+  if (s.bitsPerPixel != 24 && s.bitsPerPixel != 32) return false;
+  const PixelRows from{s.row(0), s.bottomUp ? -static_cast<std::ptrdiff_t>(s.stride) : s.stride, s.width, s.height,
+                       s.bitsPerPixel / 8};
+  copyPixelRows(from, PixelRows::bottomUp(dst.bits, dst.stride, dst.width, dst.height, 3));
+  return true;
 }
 
 }  // namespace
 
 cDIBSection::~cDIBSection() { ClearUp(); }
 
-bool cDIBSection::Create(std::int32_t lWidth, std::int32_t lHeight) {
+bool cDIBSection::Create(std::int32_t lWidth, std::int32_t lHeight) { return createSection(lWidth, lHeight, true); }
+
+bool cDIBSection::createForOverwrite(std::int32_t lWidth, std::int32_t lHeight) {
+  if (!createSection(lWidth, lHeight, false)) return false;
+  clearPadding();
+  return true;
+}
+
+bool cDIBSection::createSection(std::int32_t lWidth, std::int32_t lHeight, bool cleared) {
   ClearUp();
   if (!addressable(lWidth, lHeight)) return false;
   dc_.reset(gdi::CreateCompatibleDC(0));
   if (!dc_) return false;
-  if (CreateDIB(dc_.get(), lWidth, lHeight, dib_.out()) && selected_.select(dc_.get(), dib_.get()) != 0) return true;
+  const bool made = makeSection(dc_.get(), lWidth, lHeight, cleared, dib_.out());
+  if (made && selected_.select(dc_.get(), dib_.get()) != 0) return true;
   ClearUp();  // leave nothing half-made behind
   return false;
+}
+
+void cDIBSection::clearPadding() {
+  const std::int32_t used = 3 * Width();
+  const std::int32_t pad = BytesPerScanLine() - used;
+  if (pad <= 0) return;
+  for (std::int32_t y = 0; y < Height(); ++y)
+    std::memset(bits_ + static_cast<std::ptrdiff_t>(y) * BytesPerScanLine() + used, 0, static_cast<std::size_t>(pad));
 }
 
 bool cDIBSection::CreateDIB(gdi::HDC lHDC, std::int32_t lWidth, std::int32_t lHeight, gdi::HBITMAP& hDib) {
   hDib = 0;
   if (!addressable(lWidth, lHeight)) return false;
+  return makeSection(lHDC, lWidth, lHeight, true, hDib);
+}
+
+bool cDIBSection::makeSection(gdi::HDC lHDC, std::int32_t lWidth, std::int32_t lHeight, bool cleared,
+                              gdi::HBITMAP& hDib) {
+  hDib = 0;
   gdi::BITMAPINFO info{};
   info.bmiHeader.biSize = sizeof(gdi::BITMAPINFOHEADER);
   info.bmiHeader.biWidth = lWidth;
@@ -66,7 +78,8 @@ bool cDIBSection::CreateDIB(gdi::HDC lHDC, std::int32_t lWidth, std::int32_t lHe
   info.bmiHeader.biCompression = gdi::BI_RGB;
   info.bmiHeader.biSizeImage = static_cast<gdi::DWORD>(BytesPerScanLineFor(lWidth)) * static_cast<gdi::DWORD>(lHeight);
   void* bits = nullptr;
-  ScopedBitmap made(gdi::CreateDIBSection(lHDC, &info, gdi::DIB_RGB_COLORS, &bits, 0, 0));
+  ScopedBitmap made(cleared ? gdi::CreateDIBSection(lHDC, &info, gdi::DIB_RGB_COLORS, &bits, 0, 0)
+                            : gdi::CreateDIBSectionForOverwrite(&info, &bits));
   if (!made || bits == nullptr) return false;
   header_ = info.bmiHeader;
   bits_ = static_cast<std::uint8_t*>(bits);
@@ -81,7 +94,9 @@ void cDIBSection::CreateFromPicture(gdi::HBITMAP picHandle) {
     ClearUp();
     return;
   }
-  if (!Create(bm.bmWidth, bm.bmHeight)) return;
+  // Every pixel is copied in below; memory that is not cleared first is not
+  // faulted in twice. Whatever the copy cannot reach is cleared after all.
+  if (!createForOverwrite(bm.bmWidth, bm.bmHeight)) return;
 
   // Given back like the working image's own context.
   ScopedWorkingDC mem;
@@ -93,12 +108,21 @@ void cDIBSection::CreateFromPicture(gdi::HBITMAP picHandle) {
   if (mem) {
     ScopedSelect sel(mem.get(), picHandle);
     if (sel.ok()) {
-      LoadPictureBlt(mem.get(), 0, 0, -1, -1, gdi::SRCCOPY);
+      // LoadPictureBlt (mem, 0, 0, -1, -1, SRCCOPY), with its result kept.
+      if (gdi::BitBlt(dc_.get(), 0, 0, Width(), Height(), mem.get(), 0, 0, gdi::SRCCOPY)) return;
+      clearPixels();
       return;
     }
   }
   gdi::Surface s;
-  if (gdi::BitmapSurfaceRead(picHandle, s) && s.valid()) copyFromSurface(s, View());
+  if (gdi::BitmapSurfaceRead(picHandle, s) && s.valid() && s.width >= Width() && s.height >= Height() &&
+      copyFromSurface(s, View()))
+    return;
+  clearPixels();
+}
+
+void cDIBSection::clearPixels() {
+  std::memset(bits_, 0, static_cast<std::size_t>(BytesPerScanLine()) * static_cast<std::size_t>(Height()));
 }
 
 void cDIBSection::LoadPictureBlt(gdi::HDC lHDC, std::int32_t lSrcLeft, std::int32_t lSrcTop, std::int32_t lSrcWidth,

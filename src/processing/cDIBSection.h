@@ -66,6 +66,14 @@ class cDIBSection {
   void ClearUp();
 
  private:
+  // Create() for a caller about to write every pixel: the pixel memory is
+  // not cleared first (the row padding is).
+  bool createForOverwrite(std::int32_t lWidth, std::int32_t lHeight);
+  bool createSection(std::int32_t lWidth, std::int32_t lHeight, bool cleared);
+  bool makeSection(gdi::HDC lHDC, std::int32_t lWidth, std::int32_t lHeight, bool cleared, gdi::HBITMAP& hDib);
+  void clearPadding();
+  void clearPixels();
+
   // Released in reverse: the section is selected out, deleted, then the context goes.
   ScopedWorkingDC dc_;
   ScopedBitmap dib_;

@@ -2,6 +2,8 @@
 // noise, resampling and the clipboard.
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include <QString>
 
 #include "ProcessingTestSupport.h"
@@ -181,6 +183,23 @@ TEST(DibResample, MatchesTheReference) {
       }
     }
     EXPECT_EQ(test_support::snapshot(src), before);  // the source is left as it was
+  }
+}
+
+TEST(DibResample, RandomSizesMatchTheReference) {
+  // Both ways of interpolating (whole source rows, or per pixel for results
+  // much narrower than the source) and every row tail of the vector code.
+  std::mt19937 rng(23);
+  for (int i = 0; i < 40; ++i) {
+    const auto w = static_cast<std::int32_t>(1 + rng() % 90), h = static_cast<std::int32_t>(1 + rng() % 40);
+    const auto nw = static_cast<std::int32_t>(1 + rng() % 200), nh = static_cast<std::int32_t>(1 + rng() % 60);
+    SCOPED_TRACE(std::to_string(w) + "x" + std::to_string(h) + " -> " + std::to_string(nw) + "x" + std::to_string(nh));
+    cDIBSection src;
+    ASSERT_TRUE(src.Create(w, h));
+    test_support::fillRandom(src, rng());
+    auto out = src.Resample(nh, nw);
+    ASSERT_TRUE(out);
+    EXPECT_TRUE(test_support::snapshot(*out) == test_support::reference::resample(test_support::snapshot(src), nw, nh));
   }
 }
 
