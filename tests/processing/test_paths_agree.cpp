@@ -102,6 +102,7 @@ INSTANTIATE_TEST_SUITE_P(
         Operation{"FlipVertical", [](auto& e, auto& image, auto&) { e.Flip(image, 1); }},
         Operation{"FlipBoth", [](auto& e, auto& image, auto&) { e.Flip(image, 2); }},
         Operation{"Lighten", [](auto& e, auto& image, auto&) { e.Lighten(image, 35.5); }},
+        Operation{"BlackAndWhite", [](auto& e, auto& image, auto& buffer) { e.BlackAndWhite(image, buffer); }},
         Operation{"Resample", [](auto& e, auto& image, auto& buffer) {
                     const std::unique_ptr<cDIBSection> out = e.Resample(image, kH + 97, kW - 203);
                     ASSERT_NE(out, nullptr);

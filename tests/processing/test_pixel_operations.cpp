@@ -32,7 +32,7 @@ Bytes mapBytes(Bytes b, const std::function<std::uint8_t(std::uint8_t)>& f) {
 }
 
 const std::pair<std::int32_t, std::int32_t> kSizes[] = {{1, 1}, {1, 7}, {7, 1}, {2, 3}, {3, 2},
-                                                       {5, 4}, {9, 9}, {1601, 700}};
+                                                       {5, 4}, {9, 9}, {203, 45}, {1601, 700}};
 
 TEST(Grayscale, MatchesTheReferenceAndKeepsGrayPixels) {
   for (auto [w, h] : kSizes) {
