@@ -28,35 +28,6 @@ QString code() { return QString::number(gdi::GetLastError()); }
 void fail(const char* text) { SetBridgeError(QString::fromLatin1(text), true); }
 void failWithCode(const char* text) { SetBridgeError(QString::fromLatin1(text) + code(), true); }
 
-// Rows of a 24- or 32-bit bottom-up library bitmap into a 32-bit B,G,R,X
-// device surface. The platform's general conversion handles every layout
-// through a per-pixel path; these two common ones are worth a direct copy.
-template <int SrcBytes>
-void copyRowsToDevice(const BYTE* bits, unsigned pitch, const gdi::Surface& dst) {
-  for (int y = 0; y < dst.height; ++y) {
-    const BYTE* src = bits + static_cast<std::size_t>(dst.height - 1 - y) * pitch;  // library rows run bottom-up
-    std::uint8_t* out = dst.row(y);
-    if constexpr (SrcBytes == 4) {
-      std::memcpy(out, src, static_cast<std::size_t>(dst.width) * 4);
-      for (int x = 0; x < dst.width; ++x) out[x * 4 + 3] = 0;
-    } else {
-      for (int x = 0; x < dst.width; ++x) {
-        out[x * 4 + 0] = src[x * 3 + 0];
-        out[x * 4 + 1] = src[x * 3 + 1];
-        out[x * 4 + 2] = src[x * 3 + 2];
-        out[x * 4 + 3] = 0;
-      }
-    }
-  }
-}
-
-// Whether the library bitmap is plain 24/32-bit RGB that the direct copy handles.
-int directDepth(FIBITMAP* dib, const ::BITMAPINFOHEADER* header) {
-  if (FreeImage_GetImageType(dib) != FIT_BITMAP || header->biCompression != 0 /*BI_RGB*/) return 0;
-  const unsigned bpp = FreeImage_GetBPP(dib);
-  return bpp == 24 || bpp == 32 ? static_cast<int>(bpp) : 0;
-}
-
 static_assert(sizeof(::BITMAPINFOHEADER) == sizeof(gdi::BITMAPINFOHEADER),
               "FreeImage and the platform must share the DIB header layout");
 }  // namespace
@@ -114,27 +85,11 @@ bool FreeImage_BMP_From_DIB(FIBITMAP* dib, gdi::HBITMAP& hBitmap) {
     failWithCode("[FreeImage_BMP_From_DIB] GetDC failed to get the DC to work with reporting error code ");
     return false;
   }
-  // Plain 24/32-bit pictures: the platform allocates, the copy is direct.
-  const int depth = directDepth(dib, header);
-  auto create = [&](gdi::DWORD init) {
-    return ScopedBitmap(gdi::CreateDIBitmap(desktop.get(), reinterpret_cast<const gdi::BITMAPINFOHEADER*>(header),
-                                            init, bits, reinterpret_cast<const gdi::BITMAPINFO*>(info),
-                                            gdi::DIB_RGB_COLORS));
-  };
-  ScopedBitmap made = create(depth ? 0 : gdi::CBM_INIT);
-  if (made && depth) {
-    gdi::Surface surface;
-    if (gdi::BitmapSurface(made.get(), surface) && surface.bitsPerPixel == 32 &&
-        surface.width == static_cast<int>(FreeImage_GetWidth(dib)) &&
-        surface.height == static_cast<int>(FreeImage_GetHeight(dib))) {
-      if (depth == 32) copyRowsToDevice<4>(bits, FreeImage_GetPitch(dib), surface);
-      else copyRowsToDevice<3>(bits, FreeImage_GetPitch(dib), surface);
-    } else {
-      // Not the layout the direct copy writes: let the platform convert.
-      made = ScopedBitmap();
-      made = create(gdi::CBM_INIT);
-    }
-  }
+  // Plain 24/32-bit pictures convert in one pass, split over the row pool,
+  // into memory that is not cleared first (the platform's own fast path).
+  ScopedBitmap made(gdi::CreateDIBitmap(desktop.get(), reinterpret_cast<const gdi::BITMAPINFOHEADER*>(header),
+                                        gdi::CBM_INIT, bits, reinterpret_cast<const gdi::BITMAPINFO*>(info),
+                                        gdi::DIB_RGB_COLORS));
   if (!made) {
     failWithCode(
         "[FreeImage_BMP_From_DIB] CreateDIBitmap failed to create the BITMAP from the DIB reporting error code ");

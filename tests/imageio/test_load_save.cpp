@@ -2,6 +2,8 @@
 // round trips, format detection, load flags, limits and every failure path.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -415,16 +417,45 @@ TEST_F(LoadSave, SaveFailuresLeaveNoFileAndKeepTheOldOne) {
        QStringLiteral("Unable to convert bitmap to DIP section"), 48},
   };
   const QStringList before = entries();
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.label);
-    const IoOutcome r = SaveBitmap(c.bitmap, c.target, 0, c.fifType);
-    EXPECT_EQ(r.code, c.code);
-    EXPECT_EQ(r.description, c.text);
-    EXPECT_EQ(r.flag, c.flag);
-    EXPECT_EQ(entries(), before) << "a partial or temporary file was left behind";
-    EXPECT_EQ(readAll(existing), original);
-    EXPECT_EQ(readAll(existingPng), original);
+  for (const SaveSync sync : {SaveSync::Flush, SaveSync::NoFlush}) {
+    for (const Case& c : cases) {
+      SCOPED_TRACE(std::string(c.label) + (sync == SaveSync::Flush ? ", flushed" : ", not flushed"));
+      const IoOutcome r = SaveBitmap(c.bitmap, c.target, 0, c.fifType, sync);
+      EXPECT_EQ(r.code, c.code);
+      EXPECT_EQ(r.description, c.text);
+      EXPECT_EQ(r.flag, c.flag);
+      EXPECT_EQ(entries(), before) << "a partial or temporary file was left behind";
+      EXPECT_EQ(readAll(existing), original);
+      EXPECT_EQ(readAll(existingPng), original);
+    }
   }
+  gdi::DeleteObject(picture);
+}
+
+// Without the flush the save is still a whole new file under the target's
+// name: the old file's permissions kept, a new one's from the umask, nothing
+// else left in the directory.
+TEST_F(LoadSave, SaveWithoutFlushReplacesWholeFiles) {
+  const gdi::HBITMAP picture = iotest::makePatternBitmap(23, 9);
+  const QString old = path(QStringLiteral("old.bmp"));
+  ASSERT_TRUE(writeAll(old, QByteArray(100000, 'x')));
+  const QFileDevice::Permissions oldMode = QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup;
+  ASSERT_TRUE(QFile::setPermissions(old, oldMode));
+  const QString fresh = path(QStringLiteral("fresh.png"));
+  for (const QString& p : {old, fresh}) {
+    ASSERT_TRUE(SaveBitmap(picture, p, 0, -1, SaveSync::NoFlush).ok());
+    FIBITMAP* back = FreeImage_Load(FreeImage_GetFileType(QFile::encodeName(p).constData(), 0),
+                                    QFile::encodeName(p).constData(), 0);
+    ASSERT_NE(back, nullptr);
+    EXPECT_EQ(iotest::dibPixels(back), iotest::patternPixels(23, 9));
+    FreeImage_Unload(back);
+  }
+  EXPECT_EQ(QFile::permissions(old) & QFileDevice::Permissions::fromInt(0x7077), oldMode);
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  EXPECT_TRUE(QFileInfo(fresh).permissions().testFlag(QFileDevice::WriteOwner));
+  EXPECT_EQ(QFileInfo(fresh).permissions().testFlag(QFileDevice::WriteOther), (mask & 02) == 0);
+  EXPECT_EQ(entries(), (QStringList{QStringLiteral("fresh.png"), QStringLiteral("old.bmp")}));
   gdi::DeleteObject(picture);
 }
 
