@@ -194,14 +194,16 @@ int runInfoCommand(const QStringList& args) {
 
 QString convertCommandUsage() {
   return QStringLiteral(
-      "usage: qorv convert IN OUT [--quality N] [--type FORMAT] [--no-auto-rotate]\n"
+      "usage: qorv convert IN OUT [--quality N] [--type FORMAT] [--no-auto-rotate] [--no-sync]\n"
       "Loads IN and saves it as OUT. The format follows OUT's extension unless\n"
       "--type names one (a number or a name such as PNG, JPEG, TIFF, BMP).\n"
-      "--quality is passed to the library as its save flags (JPEG: 1..100).");
+      "--quality is passed to the library as its save flags (JPEG: 1..100).\n"
+      "--no-sync leaves writing OUT to the disk to the system instead of waiting\n"
+      "for it (for batch work that can be run again after a crash).");
 }
 
 int runConvertCommand(const QStringList& args) {
-  Options o(args, {QStringLiteral("--quality"), QStringLiteral("--type")}, {kNoAutoRotate});
+  Options o(args, {QStringLiteral("--quality"), QStringLiteral("--type")}, {kNoAutoRotate, QStringLiteral("--no-sync")});
   if (!o.error().isEmpty()) return usageError(o.error(), convertCommandUsage());
   if (o.positional().size() != 2) return usageError(QStringLiteral("convert needs IN and OUT"), convertCommandUsage());
   if (o.positional()[0].isEmpty() || o.positional()[1].isEmpty())
@@ -223,6 +225,7 @@ int runConvertCommand(const QStringList& args) {
     QorvPicture c;
     if (!loadPicture(c, o.positional()[0], !o.has(kNoAutoRotate)))
       return controlFailure(c, QStringLiteral("loading"));
+    if (o.has(QStringLiteral("--no-sync"))) c.setSyncOnSave(false);
     if (!c.SaveFreeImage(o.positional()[1], quality, type, false) || c.LastErrorCode() != 0)
       return controlFailure(c, QStringLiteral("saving"));
     return 0;

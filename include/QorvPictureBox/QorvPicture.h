@@ -119,6 +119,7 @@ class QorvPicture : public QWidget {
   Q_PROPERTY(qint32 LoadTimeout READ LoadTimeout WRITE setLoadTimeout)
   Q_PROPERTY(bool AllowUnlistedFormats READ AllowUnlistedFormats WRITE setAllowUnlistedFormats)
   Q_PROPERTY(bool AutoRotate READ AutoRotate WRITE setAutoRotate)
+  Q_PROPERTY(bool SyncOnSave READ SyncOnSave WRITE setSyncOnSave)
   // The Qt surface, after the classic members (see below).
   Q_PROPERTY(QColor backgroundColor READ backgroundColor WRITE setBackgroundColor NOTIFY backgroundColorChanged)
   Q_PROPERTY(QColor foregroundColor READ foregroundColor WRITE setForegroundColor NOTIFY foregroundColorChanged)
@@ -381,6 +382,12 @@ class QorvPicture : public QWidget {
   // False keeps the screen's logical pixels. Default True.
   bool DevicePixels() const;
   void setDevicePixels(bool v);
+  // Whether SaveFreeImage flushes the new file to the disk before it takes
+  // the target's name (True, the default: after a crash the old file or the
+  // new one is there, never a truncated one). Batch work that can simply be
+  // run again may turn it off; the save is then as fast as the disk cache.
+  bool SyncOnSave() const;
+  void setSyncOnSave(bool v);
 
   // Whether the image library decodes files in a separate, confined helper
   // process (default true). A crash, a hang past LoadTimeout or a memory limit

@@ -696,6 +696,8 @@ std::vector<DispatchMember> extensionMembers() {
                false, "Read formats the image library knows beyond the control's own format list."),
       property("AutoRotate", "Let/Get", "Boolean", field<&ControlSettings::autoRotate>(), None, false,
                "Show JPEG and TIFF pictures upright as their orientation tag says."),
+      property("SyncOnSave", "Get/Let", "Boolean", field<&ControlSettings::syncOnSave>(), None, true,
+               "Whether SaveFreeImage flushes the new file to the disk before it replaces the old one."),
   };
 }
 

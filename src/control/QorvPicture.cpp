@@ -522,6 +522,8 @@ bool QorvPicture::AllowUnlistedFormats() const { return value<bool>(*this, "Allo
 void QorvPicture::setAllowUnlistedFormats(bool v) { assign(*this, "AllowUnlistedFormats", v); }
 bool QorvPicture::AutoRotate() const { return value<bool>(*this, "AutoRotate"); }
 void QorvPicture::setAutoRotate(bool v) { assign(*this, "AutoRotate", v); }
+bool QorvPicture::SyncOnSave() const { return value<bool>(*this, "SyncOnSave"); }
+void QorvPicture::setSyncOnSave(bool v) { assign(*this, "SyncOnSave", v); }
 
 qint32 QorvPicture::GetTicks() { return static_cast<qint32>(gdi::GetTickCount()); }
 

@@ -212,7 +212,8 @@ bool QorvPicture::SaveFreeImage(QString* StrFilePath, qint32 Quality, qint32 FIF
     PointerRestore pointer;
     host().setScreenMousePointer(kHourglass);
     try {
-      outcome = imageio::SaveBitmap(picture, path, Quality, FIFType);
+      outcome = imageio::SaveBitmap(picture, path, Quality, FIFType,
+                                    d_->settings.syncOnSave ? imageio::SaveSync::Flush : imageio::SaveSync::NoFlush);
     } catch (...) {
       // An unexpected failure ends the save quietly, as if nothing was asked.
       return false;

@@ -33,6 +33,7 @@ struct ControlSettings {
   QString currentFile;
   std::int32_t sourceBitsPerPixel = 0;
   std::int64_t maxLoadPixels = imageio::DefaultMaxLoadPixels;
+  bool syncOnSave = true;
   // Loading a picture keeps the offsets (clamped) instead of resetting them.
   bool keepViewOnPictureChange = false;
   // On a high-density screen the pane works in device pixels.

@@ -17,6 +17,7 @@
 #include "control/VariantConversion.h"
 #include <QorvPictureBox/AutomationError.h>
 #include "platform/PictureBox.h"
+#include "platform/PixelRows.h"
 #include "platform/ScopedGdi.h"
 #include "processing/Rotation.h"
 #include "processing/cDIBSection.h"
@@ -51,18 +52,14 @@ static_assert(number(FlipOrientations::Horizontal) == flip::Horizontal &&
                   number(FlipOrientations::Hor_And_Vert) == flip::Hor_And_Vert,
               "flip orientation numbers differ between the public enumeration and the engine");
 
-// A device bitmap holding a copy of the working image, as a picture.
+// A device bitmap holding a copy of the working image, as a picture: the
+// same pixels a blit into a new device bitmap gives, in one converting pass
+// into memory that is not cleared first.
 PicturePtr pictureFrom(const cDIBSection& img) {
   if (img.IsEmpty()) return nullptr;
-  ScopedBitmap bmp(gdi::CreateCompatibleBitmap(0, img.Width(), img.Height()));
+  ScopedBitmap bmp(deviceBitmapFromPixels(
+      PixelRows::bottomUp(img.DIBSectionBitsPtr(), img.BytesPerScanLine(), img.Width(), img.Height(), 3)));
   if (!bmp) return nullptr;
-  const ScopedMemDC dc(gdi::CreateCompatibleDC(0));
-  if (!dc) return nullptr;
-  {
-    ScopedSelect sel(dc.get(), bmp.get());
-    if (!sel.ok()) return nullptr;
-    img.PaintPicture(dc.get(), 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
-  }
   PicturePtr pic = Picture::fromBitmap(bmp.get());
   if (pic) bmp.release();  // the picture owns it now
   return pic;
@@ -91,13 +88,19 @@ struct Working {
   }
 };
 
-// Paints the result into Buffer, makes it Buffer's picture and updates the view.
+// Makes the result Buffer's picture and updates the view. Buffer sizes itself
+// to its picture and shows exactly that picture's pixels, which is what
+// painting the result into it first would leave there; only when no picture
+// can be made is the result painted, so that it is at least shown.
 void commit(QorvPicture& c, const cDIBSection& result) {
   if (result.IsEmpty()) return;
   QorvPicturePrivate& d = QorvPicturePrivate::of(c);
   PictureBox& buffer = d.Buffer();
-  result.PaintPicture(buffer.hDC(), 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
-  if (PicturePtr pic = pictureFrom(result)) buffer.setPicture(pic);
+  if (PicturePtr pic = pictureFrom(result)) {
+    buffer.setPicture(pic);
+  } else {
+    result.PaintPicture(buffer.hDC(), 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
+  }
   d.view.updateView(true, true);
   d.pictureProcessed();
 }
@@ -126,6 +129,7 @@ void QorvPicture::ApplyFilter(qint32 FilterType, qint32 FilterWeight) {
   engine.setFilterWeight(FilterWeight);
   engine.setFilterType(FilterType);
   engine.ProcessImage(w.image, buffer);
+  buffer.ClearUp();  // released before the result's picture is made, to keep the peak down
   commit(*this, w.image);
 }
 
@@ -174,6 +178,7 @@ void QorvPicture::BlackAndWhite() {
   cDIBSection result;
   result.Create(w.image.Width(), w.image.Height());
   d_->mImageProcessDIB().BlackAndWhite(w.image, result);
+  w.image.ClearUp();  // no longer needed: the picture made from the result need not share memory with it
   commit(*this, result);
 }
 
@@ -184,10 +189,9 @@ void QorvPicture::Resample(qint32 lW, qint32 lH) {
   if (!out) return;  // no buffer of that size: the picture stays as it was
   PicturePtr pic = pictureFrom(*out);
   if (!pic) return;
-  // Buffer takes the new size with its new picture.
-  PictureBox& buffer = d_->Buffer();
-  buffer.setPicture(pic);
-  out->PaintPicture(buffer.hDC(), 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
+  // Buffer takes the new size with its new picture, and with it the
+  // picture's pixels.
+  d_->Buffer().setPicture(pic);
   if (AutoSize()) d_->view.applyAutoSize();
   d_->view.updateView(true, true);
   d_->pictureProcessed();

@@ -17,6 +17,8 @@ grep -q "^height: 300$" "$dir/info.txt" || fail "info height"
 "$qorv" convert "$dir/in.png" "$dir/out.bmp"
 "$qorv" info "$dir/out.bmp" | grep -q "^format: BMP (0)$" || fail "convert to BMP"
 "$qorv" convert "$dir/in.png" "$dir/out.jpg" --quality 75
+"$qorv" convert "$dir/in.png" "$dir/unsynced.bmp" --no-sync
+cmp -s "$dir/out.bmp" "$dir/unsynced.bmp" || fail "convert --no-sync"
 "$qorv" convert "$dir/in.png" "$dir/png-data.tif" --type PNG
 "$qorv" info "$dir/png-data.tif" | grep -q "^format: PNG (13)$" || fail "--type PNG"
 

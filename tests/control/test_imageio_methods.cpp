@@ -352,14 +352,17 @@ TEST_F(ImageIOMethods, SaveRaisesItsEventsAndUpdatesTheCurrentFileOnRequest) {
     bool useNew;
     int fif;
     std::vector<int> ids;
+    bool sync;  // SyncOnSave: the same file and events either way
   };
   const Case cases[] = {
-      {"out.bmp", -1, false, FIF_BMP, {16}},
-      {"out.tif", -1, true, FIF_TIFF, {21, 16}},
-      {"png-data.jpg", FIF_PNG, false, FIF_PNG, {16}},
+      {"out.bmp", -1, false, FIF_BMP, {16}, true},
+      {"out.tif", -1, true, FIF_TIFF, {21, 16}, false},
+      {"png-data.jpg", FIF_PNG, false, FIF_PNG, {16}, false},
   };
+  EXPECT_TRUE(ctl->SyncOnSave());  // flushed unless a host opts out
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
+    ctl->setSyncOnSave(c.sync);
     events.clear();
     const QString before = ctl->CurrentFile();
     QString target = dir.filePath(QString::fromLatin1(c.name));
