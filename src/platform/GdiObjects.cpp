@@ -56,14 +56,16 @@ std::atomic<std::uint64_t> g_sharedCopies{0};
 // blocks back saves the system unmapping them and then faulting and zeroing
 // the pages of fresh ones (for a 24-megapixel picture, more time than the
 // operation itself). Three blocks at most: the picture, the working image
-// and a second image of an operation. A request that none of them fits
-// releases them all first, so that the cache never adds to the peak of a
-// process that moves on to other sizes.
+// and a second image of an operation. A picture-sized request (8 MB and
+// more) that none of them fits releases them all first, so that the cache
+// never adds to the peak of a process that moves on to other sizes; smaller
+// ones (a rendered frame of the view) leave them be.
 class BlockCache {
  public:
   static constexpr std::size_t kMinBlock = std::size_t{256} << 10;
   static constexpr std::size_t kMaxTotal = std::size_t{256} << 20;
   static constexpr int kSlots = 3;
+  static constexpr std::size_t kTrimFrom = std::size_t{8} << 20;
 
   void* take(std::size_t size) {
     std::unique_lock<std::mutex> g(mutex_);
@@ -75,7 +77,7 @@ class BlockCache {
         return p;
       }
     }
-    if (size < kMinBlock || total_ == 0) return nullptr;
+    if (size < kTrimFrom || total_ == 0) return nullptr;
     void* release[kSlots] = {};
     for (int i = 0; i < kSlots; ++i) {
       release[i] = slots_[i].data;
