@@ -12,7 +12,8 @@ cmake -S "$repo_root" -B "$bench_dir" -G Ninja -DCMAKE_BUILD_TYPE=Release \
 cmake --build "$bench_dir" --parallel "$jobs"
 export QT_QPA_PLATFORM="${QT_QPA_PLATFORM:-offscreen}"
 for b in "$bench_dir"/bench/bench_*; do
-  [[ -x "$b" ]] || continue
+  # Build directories (bench_*_autogen) are executable too: programs only.
+  [[ -f "$b" && -x "$b" ]] || continue
   [[ -z "${1:-}" || "$(basename "$b")" == *"$1"* ]] || continue
   echo "== $(basename "$b")"
   "$b"
