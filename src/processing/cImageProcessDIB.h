@@ -91,6 +91,12 @@ class cImageProcessDIB {
   void Fade(cDIBSection& cImage, std::int32_t Amount);
   // Lightness scaled by (Amount / 100 + 1), through hue-lightness-saturation.
   void Lighten(cDIBSection& cImage, double Amount);
+  // Every pixel takes hue Hue (degrees, taken round the circle) and
+  // saturation Saturation (percent, held within 0..100) and keeps its own
+  // lightness, moved Lightness percent (held within -100..100) of the way
+  // towards white (positive) or black (negative). A value that is not a
+  // finite number changes nothing and raises no notification.
+  void Colourise(cDIBSection& cImage, double Hue, double Saturation, double Lightness);
   // cImageB = round((A + offsA) * multA + (B + offsB) * multB) per channel,
   // clamped; offsets are given per channel in blue, green, red order.
   void AddImages(const cDIBSection& cImageA, cDIBSection& cImageB, float multA, std::int32_t offABlue,
