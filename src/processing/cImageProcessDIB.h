@@ -13,6 +13,7 @@
 namespace qorv {
 
 class cDIBSection;
+class cPalette;
 struct ColumnPass;
 
 // The engine's kernels: 32-bit entries, horizontal offset first.
@@ -97,6 +98,11 @@ class cImageProcessDIB {
   // towards white (positive) or black (negative). A value that is not a
   // finite number changes nothing and raises no notification.
   void Colourise(cDIBSection& cImage, double Hue, double Saturation, double Lightness);
+  // Every pixel becomes the palette colour nearest to it (cPalette::ClosestIndex),
+  // or, with dither, Floyd-Steinberg error diffusion in serpentine order picks
+  // the colours. Progress: byte columns directly, rows (0 = top) when
+  // dithering. An empty palette or picture changes nothing.
+  void ApplyPalette(cDIBSection& cImage, const cPalette& palette, bool dither);
   // cImageB = round((A + offsA) * multA + (B + offsB) * multB) per channel,
   // clamped; offsets are given per channel in blue, green, red order.
   void AddImages(const cDIBSection& cImageA, cDIBSection& cImageB, float multA, std::int32_t offABlue,
