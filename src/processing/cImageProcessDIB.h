@@ -117,6 +117,15 @@ class cImageProcessDIB {
   std::unique_ptr<cDIBSection> Resample(const cDIBSection& cImage, std::int32_t lNewHeight,
                                         std::int32_t lNewWidth);
 
+  // A new working image holding cImage turned by Degrees (clockwise as seen),
+  // sized to the turned picture's bounding box, uncovered corners in
+  // BackColor (0x00BBGGRR); Quality 0 nearest, 1 bilinear, 2 bicubic
+  // (processing/FreeRotation.h). Progress reports the new image's rows, top
+  // first. Null, with no notification, for an empty image, an angle that is
+  // not finite, another Quality, or a result too large to create.
+  std::unique_ptr<cDIBSection> RotateAngle(const cDIBSection& cImage, double Degrees, std::uint32_t BackColor,
+                                           std::int32_t Quality);
+
   // Type names as the convolution reports them ("Blur" ... "Custom").
   static std::string FilterName(std::int32_t type);
 
