@@ -302,7 +302,23 @@ class QorvPicture : public QWidget {
   Q_INVOKABLE void AddNoise(qint32 Percent = 0, bool bRandom = false);
   Q_INVOKABLE void BlackAndWhite();
   Q_INVOKABLE void Resample(qint32 lW, qint32 lH);
+  // Opens the modal hue dialog (hue 0-359, saturation 0-100 %, lightness
+  // shift -100..100 %) over the control and previews the result on it while
+  // the sliders move (fast redraw, no progress events); OK applies it as
+  // ColouriseWith does, Cancel puts the picture back exactly. Without a
+  // picture nothing opens.
   Q_INVOKABLE void Colourise();
+  // Reads a palette file (JASC-PAL, GIMP .gpl, RIFF PAL or Photoshop .act,
+  // told apart by content) and maps the picture to it, each pixel to its
+  // nearest colour. Clears the error record first, like a load. True on
+  // success; False with the picture unchanged and the error record filled:
+  //   170 "Error loading palette. File missing or unreadable." (warning 48)
+  //       for a missing path, a directory or an unreadable file;
+  //   101 "Palette format not supported" (warning 48) for a file of no
+  //       palette format (an empty one too);
+  //   500 "Invalid palette file!" (critical 16) for a truncated one, or one
+  //       with 0 or more than 256 colours or values that are not 0..255;
+  //   400 "There is no picture to apply the palette to" (warning 48).
   Q_INVOKABLE bool LoadPalette(const QString& StrFile);
   Q_INVOKABLE void CombinePictures(const qorv::PicturePtr& Picture1, const qorv::PicturePtr& Picture2,
                                    qint32 CombinationType = 0, float Multiplier1 = 0, float Multiplier2 = 0,
@@ -408,6 +424,31 @@ class QorvPicture : public QWidget {
   // tag when loaded (default false: shown as stored).
   bool AutoRotate() const;
   void setAutoRotate(bool v);
+
+  // Colourise without the dialog: every pixel takes hue Hue (degrees, taken
+  // round the circle, so 360 is 0 and -30 is 330) and saturation Saturation
+  // (percent, held within 0..100) and keeps its lightness, moved Lightness
+  // percent (held within -100..100) of the way to white (positive) or black
+  // (negative). Numbers that are not finite raise error 5 and change nothing.
+  // Raises ProcessInit/Process/ProcessComplete ("Colourise") like any filter.
+  Q_INVOKABLE void ColouriseWith(double Hue, double Saturation, double Lightness = 0.0);
+  // Maps the picture to a built-in palette (0 web-safe 216 colours, 1 the 16
+  // EGA colours, 2 256 greys, 3 black and white), each pixel to its nearest
+  // colour, or with Floyd-Steinberg error diffusion (serpentine rows) when
+  // Dither. Another Index raises error 5. Progress events "Palette".
+  Q_INVOKABLE void ApplyBuiltInPalette(qint32 Index, bool Dither = false);
+  // LoadPalette with a choice of error diffusion: the same file formats,
+  // result and error record.
+  Q_INVOKABLE bool ApplyPaletteFile(const QString& StrFile, bool Dither = false);
+  // Rotates the picture by Degrees (positive clockwise on screen, as
+  // Rotate(True)); the picture grows to the rotated bounding box, corners no
+  // source pixel covers take BackColor (missing: the control's BackColor; a
+  // system colour is resolved). Quality 0 nearest, 1 bilinear, 2 bicubic.
+  // Multiples of 90 give exact quarter turns (no interpolation). True when
+  // the picture was turned; False, unchanged, without a picture or when the
+  // result cannot be created. A non-finite angle or another Quality raises
+  // error 5. Progress events "Rotate", one per row of the result.
+  Q_INVOKABLE bool RotateAngle(double Degrees, const QVariant& BackColor = QVariant(), qint32 Quality = 1);
 
   // ===== The Qt surface ==========================================================
   // For Qt code and QML, beside the classic members and never changing them:

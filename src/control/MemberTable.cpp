@@ -698,6 +698,26 @@ std::vector<DispatchMember> extensionMembers() {
                "Show JPEG and TIFF pictures upright as their orientation tag says."),
       property("SyncOnSave", "Get/Let", "Boolean", field<&ControlSettings::syncOnSave>(), None, true,
                "Whether SaveFreeImage flushes the new file to the disk before it replaces the old one."),
+      method("ColouriseWith", "Sub", "",
+             {in("Hue", "Double"), in("Saturation", "Double"), optIn("Lightness", "Double")},
+             sub([](QP& c, QVariantList& a) {
+               c.ColouriseWith(req<double>(a, 0), req<double>(a, 1), opt<double>(a, 2, 0.0));
+             }),
+             "Gives every pixel one hue (0-359) and saturation (0-100 %) and shifts its lightness (-100..100 %)."),
+      method("ApplyBuiltInPalette", "Sub", "", {in("Index", "Long"), optIn("Dither", "Boolean")},
+             sub([](QP& c, QVariantList& a) { c.ApplyBuiltInPalette(req<qint32>(a, 0), opt<bool>(a, 1, false)); }),
+             "Maps the picture to a built-in palette: 0 web-safe, 1 EGA, 2 greys, 3 black and white."),
+      method("ApplyPaletteFile", "Function", "Boolean", {in("StrFile", "String"), optIn("Dither", "Boolean")},
+             [](QP& c, int, QVariantList& a) {
+               return QVariant(c.ApplyPaletteFile(req<QString>(a, 0), opt<bool>(a, 1, false)));
+             },
+             "Maps the picture to the palette in a file, optionally with error diffusion."),
+      method("RotateAngle", "Function", "Boolean",
+             {in("Degrees", "Double"), optIn("BackColor", "Long"), optIn("Quality", "Long")},
+             [](QP& c, int, QVariantList& a) {
+               return QVariant(c.RotateAngle(req<double>(a, 0), a.value(1), opt<qint32>(a, 2, 1)));
+             },
+             "Rotates the picture by any angle, clockwise for positive degrees; the picture grows to hold it."),
   };
 }
 

@@ -11,10 +11,12 @@
 #include <cmath>
 #include <limits>
 
+#include <QorvPictureBox/Colors.h>
 #include <QorvPictureBox/QorvPicture.h>
 
 #include "control/QorvPicturePrivate.h"
 #include "control/VariantConversion.h"
+#include "control/WorkingImage.h"
 #include <QorvPictureBox/AutomationError.h>
 #include "platform/PictureBox.h"
 #include "platform/PixelRows.h"
@@ -52,19 +54,6 @@ static_assert(number(FlipOrientations::Horizontal) == flip::Horizontal &&
                   number(FlipOrientations::Hor_And_Vert) == flip::Hor_And_Vert,
               "flip orientation numbers differ between the public enumeration and the engine");
 
-// A device bitmap holding a copy of the working image, as a picture: the
-// same pixels a blit into a new device bitmap gives, in one converting pass
-// into memory that is not cleared first.
-PicturePtr pictureFrom(const cDIBSection& img) {
-  if (img.IsEmpty()) return nullptr;
-  ScopedBitmap bmp(deviceBitmapFromPixels(
-      PixelRows::bottomUp(img.DIBSectionBitsPtr(), img.BytesPerScanLine(), img.Width(), img.Height(), 3)));
-  if (!bmp) return nullptr;
-  PicturePtr pic = Picture::fromBitmap(bmp.get());
-  if (pic) bmp.release();  // the picture owns it now
-  return pic;
-}
-
 // Fills `img` (already created) with `pic` at (0, 0), as far as both reach.
 void fillFrom(cDIBSection& img, const PicturePtr& pic) {
   if (img.IsEmpty() || handleOf(pic) == 0) return;
@@ -79,14 +68,24 @@ void fillFrom(cDIBSection& img, const PicturePtr& pic) {
 
 // ----- the common pattern ----------------------------------------------------
 
-namespace {
+namespace operation {
 
-struct Working {
-  cDIBSection image;
-  explicit Working(const QorvPicture& c) {
-    image.CreateFromPicture(handleOf(QorvPicturePrivate::of(c).Buffer().Picture()));
-  }
-};
+// A device bitmap holding a copy of the working image, as a picture: the
+// same pixels a blit into a new device bitmap gives, in one converting pass
+// into memory that is not cleared first.
+PicturePtr pictureFrom(const cDIBSection& img) {
+  if (img.IsEmpty()) return nullptr;
+  ScopedBitmap bmp(deviceBitmapFromPixels(
+      PixelRows::bottomUp(img.DIBSectionBitsPtr(), img.BytesPerScanLine(), img.Width(), img.Height(), 3)));
+  if (!bmp) return nullptr;
+  PicturePtr pic = Picture::fromBitmap(bmp.get());
+  if (pic) bmp.release();  // the picture owns it now
+  return pic;
+}
+
+Working::Working(const QorvPicture& c) {
+  image.CreateFromPicture(handleOf(QorvPicturePrivate::of(c).Buffer().Picture()));
+}
 
 // Makes the result Buffer's picture and updates the view. Buffer sizes itself
 // to its picture and shows exactly that picture's pixels, which is what
@@ -105,7 +104,25 @@ void commit(QorvPicture& c, const cDIBSection& result) {
   d.pictureProcessed();
 }
 
-}  // namespace
+bool commitResized(QorvPicture& c, const cDIBSection& result) {
+  PicturePtr pic = pictureFrom(result);
+  if (!pic) return false;
+  // Buffer takes the new size with its new picture, and with it the
+  // picture's pixels.
+  QorvPicturePrivate& d = QorvPicturePrivate::of(c);
+  PictureBox& buffer = d.Buffer();
+  buffer.setPicture(pic);
+  if (c.AutoSize()) d.view.applyAutoSize();
+  d.view.updateView(true, true);
+  d.pictureProcessed();
+  return true;
+}
+
+}  // namespace operation
+
+using operation::commit;
+using operation::pictureFrom;
+using operation::Working;
 
 void QorvPicture::Invert() {
   Working w(*this);
@@ -187,14 +204,7 @@ void QorvPicture::Resample(qint32 lW, qint32 lH) {
   if (w.image.IsEmpty()) return;
   const std::unique_ptr<cDIBSection> out = d_->mImageProcessDIB().Resample(w.image, lH, lW);
   if (!out) return;  // no buffer of that size: the picture stays as it was
-  PicturePtr pic = pictureFrom(*out);
-  if (!pic) return;
-  // Buffer takes the new size with its new picture, and with it the
-  // picture's pixels.
-  d_->Buffer().setPicture(pic);
-  if (AutoSize()) d_->view.applyAutoSize();
-  d_->view.updateView(true, true);
-  d_->pictureProcessed();
+  operation::commitResized(*this, *out);
 }
 
 void QorvPicture::CombinePictures(const PicturePtr& Picture1, const PicturePtr& Picture2, qint32 CombinationType,
@@ -243,6 +253,17 @@ bool QorvPicture::Rotate(bool* ClockWise) {
   d_->pictureProcessed();
   // The result has never been reported as True; hosts do not rely on it.
   return false;
+}
+
+bool QorvPicture::RotateAngle(double Degrees, const QVariant& BackColor, qint32 Quality) {
+  if (!std::isfinite(Degrees) || Quality < 0 || Quality > 2) {
+    raiseControlError(errors::InvalidProcedureCall, "Invalid procedure call or argument");
+  }
+  const COLORREF back = resolveColor(static_cast<COLORREF>(BackColor.isValid() ? conv<qint32>(BackColor) : this->BackColor()));
+  Working w(*this);
+  if (w.image.IsEmpty()) return false;
+  const std::unique_ptr<cDIBSection> out = d_->mImageProcessDIB().RotateAngle(w.image, Degrees, back, Quality);
+  return out && operation::commitResized(*this, *out);
 }
 
 void QorvPicture::AddCustomFilter(const QVariantList& Array2D) {

@@ -184,14 +184,6 @@ TEST_F(Invoke, ValuesRoundTripByIdAndName) {
   EXPECT_TRUE(ctl->Tiled());
 }
 
-TEST_F(Invoke, UnwrittenMembersSayTheyAreNotImplemented) {
-  // Whatever is still missing must fail loudly, never pretend to work.
-  for (const char* name : {"Colourise"}) {
-    const int e = errorOf(name, QorvPicture::Method, {});
-    EXPECT_TRUE(e == 0 || e == errors::NotImplemented) << name;
-  }
-}
-
 TEST_F(Invoke, ByReferenceArgumentsAreWrittenBack) {
   QVariantList args{10, QString("jpg")};
   try {

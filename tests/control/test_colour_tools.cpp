@@ -1,0 +1,278 @@
+// Colour tools and free rotation as a host sees them: the hue dialog and its
+// preview, Colourise without it, palettes from files and built in, rotation
+// by any angle, and the clsImageRotate class.
+#include <QImage>
+#include <QMetaObject>
+#include <QTemporaryDir>
+
+#include <cmath>
+#include <fstream>
+#include <limits>
+
+#include "ControlFixture.h"
+#include <QorvPictureBox/AutomationError.h>
+#include <QorvPictureBox/clsImageRotate.h>
+#include <QorvPictureBox/gdi.h>
+#include "platform/HueDialog.h"
+
+namespace qorv::testing_support {
+namespace {
+
+QImage noise(int w, int h, unsigned seed) {
+  QImage img(w, h, QImage::Format_RGB32);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      seed = seed * 1103515245u + 12345u;
+      img.setPixel(x, y, 0xFF000000u | (seed >> 8));
+    }
+  return img;
+}
+
+// Plays the user: shows the given steps as previews, then answers.
+class ScriptedHueDialog : public HueDialogService {
+ public:
+  bool run(QWidget*, HueSettings& s, const std::function<void(const HueSettings&)>& preview) override {
+    ++runs;
+    for (const HueSettings& step : steps) {
+      preview(step);
+      seen.push_back(shown());
+    }
+    if (accept) s = steps.back();
+    return accept;
+  }
+  std::function<QImage()> shown;
+  std::vector<HueSettings> steps;
+  bool accept = false;
+  int runs = 0;
+  std::vector<QImage> seen;
+};
+
+class ColourTools : public ControlTest {
+ protected:
+  void SetUp() override {
+    ControlTest::SetUp();
+    dialog.shown = [this] { return in().Buffer().Image()->toImage().convertToFormat(QImage::Format_RGB32); };
+    setHueDialogService(&dialog);
+  }
+  void TearDown() override {
+    setHueDialogService(nullptr);
+    ControlTest::TearDown();
+  }
+  void show(const QImage& img) {
+    sizeTo(120, 90);
+    ctl->setPicture(Picture::fromImage(img));
+    ctl->setEventHook([this](int id, QVariantList& a) {
+      if (id >= 18 && id <= 20) events.push_back({id, a.back().toString()});
+    });
+  }
+  QImage current() const { return ctl->Picture()->toImage().convertToFormat(QImage::Format_RGB32); }
+  int errorOf(const char* name, QVariantList args) {
+    try {
+      ctl->invoke(QString::fromLatin1(name), QorvPicture::Method, args);
+    } catch (const AutomationError& e) {
+      return e.number();
+    }
+    return 0;
+  }
+  std::string write(const char* name, const std::string& bytes) {
+    const std::string path = (dir.path() + u'/' + QString::fromLatin1(name)).toStdString();
+    std::ofstream(path, std::ios::binary) << bytes;
+    return path;
+  }
+  ScriptedHueDialog dialog;
+  QTemporaryDir dir;
+  std::vector<std::pair<int, QString>> events;
+};
+
+TEST_F(ColourTools, TheHueDialogPreviewsAndCancelRestoresThePicture) {
+  const QImage start = noise(40, 30, 1);
+  show(start);
+  dialog.steps = {{200, 50, 0}, {10, 90, -20}};
+  ctl->Colourise();
+  ASSERT_EQ(dialog.runs, 1);
+  ASSERT_EQ(dialog.seen.size(), 2u);
+  // Each step was shown on the control, without progress events.
+  ctl->ColouriseWith(200, 50, 0);
+  EXPECT_EQ(dialog.seen[0], current());
+  ctl->setPicture(Picture::fromImage(start));
+  EXPECT_NE(dialog.seen[1], dialog.seen[0]);
+  events.clear();
+  dialog.seen.clear();
+  ctl->Colourise();
+  EXPECT_TRUE(events.empty());
+  EXPECT_EQ(current(), start);
+  EXPECT_EQ(dialog.shown(), start);
+}
+
+TEST_F(ColourTools, TheHueDialogAppliesWhatWasChosen) {
+  const QImage start = noise(40, 30, 2);
+  show(start);
+  dialog.steps = {{300, 20, 40}, {120, 70, -30}};
+  dialog.accept = true;
+  ctl->Colourise();
+  const QImage chosen = current();
+  ASSERT_FALSE(events.empty());
+  EXPECT_EQ(events.front(), std::make_pair(18, QStringLiteral("Colourise")));
+  ctl->setPicture(Picture::fromImage(start));
+  ctl->ColouriseWith(120, 70, -30);
+  EXPECT_EQ(current(), chosen);
+  EXPECT_NE(chosen, start);
+  // Without a picture no dialog opens.
+  ctl->setPicture(nullptr);
+  ctl->Colourise();
+  EXPECT_EQ(dialog.runs, 1);
+}
+
+TEST_F(ColourTools, ColouriseWithThroughAutomation) {
+  QImage grey(16, 8, QImage::Format_RGB32);
+  for (int x = 0; x < 16; ++x)
+    for (int y = 0; y < 8; ++y) grey.setPixel(x, y, qRgb(x * 16, x * 16, x * 16));
+  show(grey);
+  EXPECT_EQ(errorOf("ColouriseWith", {77, 0}), 0);
+  EXPECT_EQ(current(), grey);  // no saturation, no shift: greys stay
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(errorOf("ColouriseWith", {nan, 50}), errors::InvalidProcedureCall);
+  EXPECT_EQ(errorOf("ColouriseWith", {10, std::numeric_limits<double>::infinity(), 0}), errors::InvalidProcedureCall);
+  EXPECT_EQ(errorOf("ColouriseWith", {10}), errors::ArgumentNotOptional);
+  EXPECT_EQ(current(), grey);
+  // Out-of-range values are taken round or held, not refused.
+  EXPECT_EQ(errorOf("ColouriseWith", {370, 250, -180}), 0);
+  QImage black(grey.size(), QImage::Format_RGB32);
+  black.fill(qRgb(0, 0, 0));  // hue 10, saturation 100, lightness all the way down
+  EXPECT_EQ(current(), black);
+}
+
+TEST_F(ColourTools, LoadPaletteFillsTheErrorRecordLikeALoad) {
+  const QImage start = noise(20, 10, 3);
+  show(start);
+  struct Case {
+    const char* what;
+    std::string path;
+    qint32 code, flag;
+  };
+  const Case cases[] = {
+      {"missing", (dir.path() + "/none.pal").toStdString(), 170, 48},
+      {"directory", dir.path().toStdString(), 170, 48},
+      {"empty", write("empty.pal", ""), 101, 48},
+      {"not a palette", write("text.pal", "hello"), 101, 48},
+      {"truncated", write("short.pal", "JASC-PAL\n0100\n4\n1 2 3\n"), 500, 16},
+      {"value above 255", write("big.pal", "GIMP Palette\n1 2 300\n"), 500, 16},
+  };
+  for (const Case& c : cases) {
+    EXPECT_FALSE(ctl->LoadPalette(QString::fromStdString(c.path))) << c.what;
+    EXPECT_EQ(ctl->LastErrorCode(), c.code) << c.what;
+    EXPECT_EQ(ctl->LastErrorFlag(), c.flag) << c.what;
+    EXPECT_FALSE(ctl->LastErrorDescription().isEmpty()) << c.what;
+    EXPECT_EQ(current(), start) << c.what;
+  }
+  EXPECT_TRUE(events.empty());
+  QVariantList args{QString::fromStdString(write("bw.gpl", "GIMP Palette\n0 0 0 black\n255 255 255 white\n"))};
+  EXPECT_TRUE(ctl->invoke("LoadPalette", QorvPicture::Method, args).toBool());
+  EXPECT_EQ(ctl->LastErrorCode(), 0);
+  const QImage mapped = current();
+  for (int y = 0; y < mapped.height(); ++y)
+    for (int x = 0; x < mapped.width(); ++x) {
+      const QRgb p = mapped.pixel(x, y);
+      // White is nearer exactly when the channels sum to more than half of 3 x 255.
+      const QRgb q = start.pixel(x, y);
+      ASSERT_EQ(p == qRgb(255, 255, 255), 2 * (qRed(q) + qGreen(q) + qBlue(q)) > 3 * 255);
+    }
+  ctl->setPicture(nullptr);
+  EXPECT_FALSE(ctl->LoadPalette(args[0].toString()));
+  EXPECT_EQ(ctl->LastErrorCode(), 400);
+}
+
+TEST_F(ColourTools, BuiltInPalettesByNumber) {
+  const QImage start = noise(20, 10, 4);
+  show(start);
+  EXPECT_EQ(errorOf("ApplyBuiltInPalette", {4}), errors::InvalidProcedureCall);
+  EXPECT_EQ(errorOf("ApplyBuiltInPalette", {-1, true}), errors::InvalidProcedureCall);
+  EXPECT_EQ(current(), start);
+  EXPECT_EQ(errorOf("ApplyBuiltInPalette", {2, true}), 0);
+  const QImage grey = current();
+  for (int y = 0; y < grey.height(); ++y)
+    for (int x = 0; x < grey.width(); ++x) {
+      const QRgb p = grey.pixel(x, y);
+      ASSERT_TRUE(qRed(p) == qGreen(p) && qGreen(p) == qBlue(p));
+    }
+  EXPECT_EQ(events.front(), std::make_pair(18, QStringLiteral("Palette")));
+}
+
+TEST_F(ColourTools, RotateAngleGrowsThePictureAndFillsTheCorners) {
+  const QImage start = noise(40, 20, 5);
+  show(start);
+  ctl->setBackColor(qorv::RGB(10, 20, 30));
+  QVariantList args{30.0};
+  EXPECT_TRUE(ctl->invoke("RotateAngle", QorvPicture::Method, args).toBool());
+  // 40 cos 30 + 20 sin 30 = 44.6, 40 sin 30 + 20 cos 30 = 37.3.
+  EXPECT_EQ(current().size(), QSize(45, 38));
+  EXPECT_EQ(ctl->OrgPictureWidth(), 45);
+  EXPECT_EQ(current().pixel(0, 0), qRgb(10, 20, 30));
+  ctl->setPicture(Picture::fromImage(start));
+  EXPECT_TRUE(ctl->RotateAngle(-45, qorv::RGB(255, 0, 0), 0));
+  EXPECT_EQ(current().pixel(0, 0), qRgb(255, 0, 0));
+  // A quarter turn is Rotate's.
+  ctl->setPicture(Picture::fromImage(start));
+  EXPECT_TRUE(ctl->RotateAngle(90, {}, 2));
+  const QImage turned = current();
+  ctl->setPicture(Picture::fromImage(start));
+  ctl->Rotate(true);
+  EXPECT_EQ(turned, current());
+  // Bad angles and qualities are refused; huge angles turn by their remainder.
+  const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+  for (const QVariantList& bad : {QVariantList{nan}, QVariantList{inf}, QVariantList{-inf}, QVariantList{30, 0, 3},
+                                  QVariantList{30, 0, -1}})
+    EXPECT_EQ(errorOf("RotateAngle", bad), errors::InvalidProcedureCall);
+  EXPECT_EQ(current(), turned);
+  EXPECT_EQ(errorOf("RotateAngle", {1e9}), 0);
+  EXPECT_EQ(errorOf("RotateAngle", {-1e9}), 0);
+  ctl->setPicture(nullptr);
+  EXPECT_FALSE(ctl->RotateAngle(30));
+}
+
+TEST_F(ColourTools, OneByNPicturesSurviveEveryTool) {
+  for (const QSize size : {QSize(1, 1), QSize(1, 9), QSize(9, 1)}) {
+    show(noise(size.width(), size.height(), 6));
+    ctl->ColouriseWith(10, 20, 30);
+    ctl->ApplyBuiltInPalette(0, true);
+    EXPECT_TRUE(ctl->RotateAngle(33.3));
+    EXPECT_TRUE(ctl->RotateAngle(-90));
+  }
+}
+
+TEST(ImageRotate, ReachableByNameAndRefusesBadArguments) {
+  const gdi::HDC dc = gdi::CreateCompatibleDC(0);
+  const gdi::HBITMAP bmp = gdi::CreateCompatibleBitmap(0, 8, 6);
+  const gdi::HGDIOBJ old = gdi::SelectObject(dc, bmp);
+  clsImageRotate r;
+  QVariantList args{static_cast<qint32>(dc), 8, 6, 0.7};
+  EXPECT_TRUE(r.invoke("rotatebitmap", QorvPicture::Method, args).toBool());
+  bool done = false;
+  EXPECT_TRUE(QMetaObject::invokeMethod(&r, "RotateBitmap", Q_RETURN_ARG(bool, done), Q_ARG(qint32, static_cast<qint32>(dc)),
+                                        Q_ARG(qint32, 4), Q_ARG(qint32, 4), Q_ARG(double, -0.2)));
+  EXPECT_TRUE(done);
+  EXPECT_FALSE(r.RotateBitmap(static_cast<qint32>(dc), 9, 6, 1));
+  EXPECT_EQ(gdi::GetLastError(), gdi::ERROR_INVALID_PARAMETER);
+  EXPECT_FALSE(r.RotateBitmap(0, 8, 6, 1));
+  EXPECT_EQ(gdi::GetLastError(), gdi::ERROR_INVALID_HANDLE);
+  EXPECT_FALSE(r.RotateBitmap(static_cast<qint32>(dc), 8, 6, std::nan("")));
+  const auto errorOf = [&](const QString& name, QVariantList a) {
+    try {
+      r.invoke(name, QorvPicture::Method, a);
+    } catch (const AutomationError& e) {
+      return e.number();
+    }
+    return 0;
+  };
+  EXPECT_EQ(clsImageRotate::dispidOf("RotateBitmap"), 1);
+  EXPECT_EQ(errorOf("Nothing", {}), errors::NotSupported);
+  EXPECT_EQ(errorOf("RotateBitmap", {1, 2, 3}), errors::ArgumentNotOptional);
+  EXPECT_EQ(errorOf("RotateBitmap", {1, 2, 3, 4, 5}), errors::WrongNumberOfArguments);
+  EXPECT_EQ(errorOf("RotateBitmap", {QString("x"), 2, 3, 4}), errors::TypeMismatch);
+  gdi::SelectObject(dc, old);
+  gdi::DeleteObject(bmp);
+  gdi::DeleteDC(dc);
+}
+
+}  // namespace
+}  // namespace qorv::testing_support
