@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QRegularExpression>
 #include <QTextStream>
+#include <cmath>
 #include <cstdio>
 #include <functional>
 #include <memory>
@@ -155,12 +156,53 @@ std::optional<std::vector<Step>> parseSteps(Parser& p) {
       steps.push_back({op, [v = *o](QorvPicture& c) { c.Flip(v); }});
     } else if (op == QLatin1String("rotate")) {
       const QString dir = p.next();
-      if (dir != QLatin1String("cw") && dir != QLatin1String("ccw")) {
-        err(QStringLiteral("qorv filter: rotate takes cw or ccw"));
+      bool isAngle = false;
+      const double degrees = dir.toDouble(&isAngle);
+      if (isAngle && std::isfinite(degrees)) {
+        steps.push_back({op, [degrees](QorvPicture& c) {
+                           if (!c.RotateAngle(degrees)) {
+                             throw qorv::AutomationError(qorv::errors::OutOfMemory, "qorv", "Out of memory");
+                           }
+                         }});
+      } else if (dir == QLatin1String("cw") || dir == QLatin1String("ccw")) {
+        const bool cw = dir == QLatin1String("cw");
+        steps.push_back({op, [cw](QorvPicture& c) { c.Rotate(cw); }});
+      } else {
+        err(QStringLiteral("qorv filter: rotate takes cw, ccw or an angle in degrees"));
         return std::nullopt;
       }
-      const bool cw = dir == QLatin1String("cw");
-      steps.push_back({op, [cw](QorvPicture& c) { c.Rotate(cw); }});
+    } else if (op == QLatin1String("colourise")) {
+      const auto hue = p.integer(op);
+      if (!hue) return std::nullopt;
+      const auto saturation = p.integer(op);
+      if (!saturation) return std::nullopt;
+      qint32 lightness = 0;
+      bool shifted = false;
+      if (const auto next = p.peek()) next->toInt(&shifted);
+      if (shifted) lightness = p.integer(op).value_or(0);
+      steps.push_back({op, [h = *hue, s = *saturation, lightness](QorvPicture& c) { c.ColouriseWith(h, s, lightness); }});
+    } else if (op == QLatin1String("palette")) {
+      static const std::pair<const char*, qint32> builtIn[] = {{"websafe", 0}, {"ega", 1}, {"grey", 2}, {"bw", 3}};
+      const QString which = p.next();
+      if (which.isEmpty()) {
+        err(QStringLiteral("qorv filter: palette takes FILE, websafe, ega, grey or bw"));
+        return std::nullopt;
+      }
+      const bool dither = p.peek() == QStringLiteral("dither");
+      if (dither) p.next();
+      qint32 index = -1;
+      for (const auto& [name, i] : builtIn)
+        if (which == QLatin1String(name)) index = i;
+      if (index >= 0) {
+        steps.push_back({op, [index, dither](QorvPicture& c) { c.ApplyBuiltInPalette(index, dither); }});
+      } else {
+        steps.push_back({op, [which, dither](QorvPicture& c) {
+                           if (!c.ApplyPaletteFile(which, dither)) {
+                             throw qorv::AutomationError(c.LastErrorCode(), "qorv",
+                                                         c.LastErrorDescription().toStdString());
+                           }
+                         }});
+      }
     } else if (op == QLatin1String("resample")) {
       const QString size = p.next();
       const QRegularExpressionMatch m =
@@ -196,7 +238,9 @@ QString filterCommandUsage() {
       "  median minimum maximum grayscale bw invert\n"
       "  custom KERNELFILE WEIGHT   (whitespace-separated integers, one row per line, odd square)\n"
       "  noise PERCENT [random]     darken AMOUNT     lighten AMOUNT\n"
-      "  flip 0|1|2                 rotate cw|ccw     resample WxH");
+      "  flip 0|1|2                 rotate cw|ccw|DEGREES       resample WxH\n"
+      "  colourise HUE SATURATION [LIGHTNESS]\n"
+      "  palette FILE|websafe|ega|grey|bw [dither]");
 }
 
 int runFilterCommand(const QStringList& args) {

@@ -27,6 +27,18 @@ cmp -s "$dir/out.bmp" "$dir/unsynced.bmp" || fail "convert --no-sync"
 "$qorv" render "$dir/in.png" "$dir/frame2.png" --size 32x32 --stretch 0 --offset 10,10 --initial
 "$qorv" info "$dir/frame2.png" | grep -q "^height: 32$" || fail "render height"
 
+# Colour tools and rotation by any angle.
+"$qorv" filter "$dir/in.png" "$dir/turned.png" rotate 30 colourise 200 50 -10
+"$qorv" info "$dir/turned.png" | grep -q "^width: 497$" || fail "rotate 30 width"
+"$qorv" info "$dir/turned.png" | grep -q "^height: 460$" || fail "rotate 30 height"
+printf 'JASC-PAL\r\n0100\r\n2\r\n0 0 0\r\n255 255 255\r\n' > "$dir/bw.pal"
+"$qorv" filter "$dir/in.png" "$dir/pal.png" palette "$dir/bw.pal" dither palette ega
+if "$qorv" filter "$dir/in.png" "$dir/nopal.png" palette "$dir/missing.pal" 2> "$dir/err.txt"; then
+  fail "missing palette accepted"
+fi
+grep -q "Error loading palette" "$dir/err.txt" || fail "palette error text"
+if "$qorv" filter "$dir/in.png" "$dir/x.png" rotate sideways 2>/dev/null; then fail "rotate sideways accepted"; fi
+
 # Failures: non-zero exit with the control's error on stderr, no output file.
 if "$qorv" convert "$dir/missing.png" "$dir/x.bmp" 2> "$dir/err.txt"; then fail "missing input accepted"; fi
 grep -q "error 170: Error loading file. File may be too large or corrupted." "$dir/err.txt" || fail "170 text"
