@@ -88,24 +88,31 @@ void colouriseRowDefault(std::uint8_t* p, std::int32_t pixels, const Packed* tab
   colouriseRow<BySum>(p, pixels, table);
 }
 
-// Eight pixels at a time: the channels are spread into 32-bit lanes, the
-// index computed there, the eight entries gathered and packed back to 24
-// bytes. Eight pixels read 25 bytes, so this runs only while a ninth pixel
-// of the same block follows.
+// Eight pixels at a time: the first four from a load at the block's start,
+// the other four from a load eight bytes on (so nothing past the eighth
+// pixel is read), each channel spread into 32-bit lanes by a byte shuffle,
+// the index computed there, the eight entries gathered and packed back to 24
+// bytes.
 template <bool BySum>
 [[gnu::target("avx2")]] void colouriseRowAvx2(std::uint8_t* p, std::int32_t pixels, const Packed* table) {
-  const __m256i spread = _mm256_setr_epi32(0, 3, 6, 9, 12, 15, 18, 21);
-  const __m256i lowByte = _mm256_set1_epi32(0xFF);
+  const __m256i pickB = _mm256_setr_epi8(0, -1, -1, -1, 3, -1, -1, -1, 6, -1, -1, -1, 9, -1, -1, -1,  //
+                                         4, -1, -1, -1, 7, -1, -1, -1, 10, -1, -1, -1, 13, -1, -1, -1);
+  const __m256i pickG = _mm256_setr_epi8(1, -1, -1, -1, 4, -1, -1, -1, 7, -1, -1, -1, 10, -1, -1, -1,  //
+                                         5, -1, -1, -1, 8, -1, -1, -1, 11, -1, -1, -1, 14, -1, -1, -1);
+  const __m256i pickR = _mm256_setr_epi8(2, -1, -1, -1, 5, -1, -1, -1, 8, -1, -1, -1, 11, -1, -1, -1,  //
+                                         6, -1, -1, -1, 9, -1, -1, -1, 12, -1, -1, -1, 15, -1, -1, -1);
   const __m256i keep3 = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,
                                          0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
   const __m256i order = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7);
   std::int32_t i = 0;
-  for (; i + 9 <= pixels; i += 8) {
+  for (; i + 8 <= pixels; i += 8) {
     std::uint8_t* px = p + 3 * i;
-    const __m256i bgrx = _mm256_i32gather_epi32(reinterpret_cast<const int*>(px), spread, 1);
-    const __m256i b = _mm256_and_si256(bgrx, lowByte);
-    const __m256i g = _mm256_and_si256(_mm256_srli_epi32(bgrx, 8), lowByte);
-    const __m256i r = _mm256_and_si256(_mm256_srli_epi32(bgrx, 16), lowByte);
+    const __m256i bytes = _mm256_inserti128_si256(
+        _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(px))),
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(px + 8)), 1);
+    const __m256i b = _mm256_shuffle_epi8(bytes, pickB);
+    const __m256i g = _mm256_shuffle_epi8(bytes, pickG);
+    const __m256i r = _mm256_shuffle_epi8(bytes, pickR);
     const __m256i maxc = _mm256_max_epi32(_mm256_max_epi32(b, g), r);
     const __m256i minc = _mm256_min_epi32(_mm256_min_epi32(b, g), r);
     const __m256i index =
