@@ -1,20 +1,24 @@
 #include "FilterCommand.h"
 
-#include <unistd.h>
-
 #include <QApplication>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QTextStream>
 #include <cmath>
 #include <cstdio>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
 
 #include <QorvPictureBox/QorvPicture.h>
 #include <QorvPictureBox/AutomationError.h>
+
+#include "Batch.h"
+#include "Cli.h"
 
 namespace {
 
@@ -232,26 +236,75 @@ std::optional<std::vector<Step>> parseSteps(Parser& p) {
 
 QString filterCommandUsage() {
   return QStringLiteral(
-      "usage: qorv filter IN OUT OP [ARGS] [OP [ARGS]...]\n"
-      "operations, applied in order:\n"
-      "  blur blurmore soften softenmore sharpen sharpenmore unsharp emboss\n"
-      "  median minimum maximum grayscale bw invert\n"
-      "  custom KERNELFILE WEIGHT   (whitespace-separated integers, one row per line, odd square)\n"
-      "  noise PERCENT [random]     darken AMOUNT     lighten AMOUNT\n"
-      "  flip 0|1|2                 rotate cw|ccw|DEGREES       resample WxH\n"
-      "  colourise HUE SATURATION [LIGHTNESS]\n"
-      "  palette FILE|websafe|ega|grey|bw [dither]");
+             "usage: qorv filter [OPTIONS] IN OUT [--] OP [ARGS] [OP [ARGS]...]\n"
+             "       qorv filter [OPTIONS] --out-dir DIR IN... -- OP [ARGS] [OP [ARGS]...]\n"
+             "Loads IN, applies the operations in order and saves OUT. With --out-dir, every\n"
+             "IN is saved in DIR (created if missing) under its own name, the files processed\n"
+             "in parallel.\n"
+             "operations:\n"
+             "  blur blurmore soften softenmore sharpen sharpenmore unsharp emboss\n"
+             "  median minimum maximum grayscale bw invert\n"
+             "  custom KERNELFILE WEIGHT   (whitespace-separated integers, one row per line, odd square)\n"
+             "  noise PERCENT [random]     darken AMOUNT     lighten AMOUNT\n"
+             "  flip 0|1|2                 rotate cw|ccw|DEGREES       resample WxH\n"
+             "  colourise HUE SATURATION [LIGHTNESS]\n"
+             "  palette FILE|websafe|ega|grey|bw [dither]\n"
+             "options:\n") +
+         cli::commonOptionsHelp();
 }
 
-int runFilterCommand(const QStringList& args) {
-  if (args.size() < 3 || args[0].isEmpty() || args[1].isEmpty()) {
-    // An empty IN would open the control's file dialog in a headless tool.
-    err(filterCommandUsage());
-    return 2;
+namespace {
+
+int filterFile(const QString& in, const QString& out, const std::vector<Step>& steps, cli::ProgressLine& progress) {
+  QorvPicture control;
+  control.resize(64, 64);
+  cli::followProgress(control, progress, QString());
+  if (!cli::load(control, in)) return cli::kFailed;
+  for (const Step& s : steps) {
+    try {
+      s.run(control);
+    } catch (const qorv::AutomationError& e) {
+      progress.clear();
+      err(QStringLiteral("qorv filter: %1: %2 failed: error %3: %4")
+              .arg(in, s.name)
+              .arg(e.number())
+              .arg(QString::fromStdString(e.description())));
+      return cli::kFailed;
+    } catch (const std::bad_alloc&) {
+      progress.clear();
+      err(QStringLiteral("qorv filter: %1: %2 failed: out of memory").arg(in, s.name));
+      return cli::kFailed;
+    }
   }
-  Parser parser(args.mid(2));
-  const auto steps = parseSteps(parser);
-  if (!steps) return 2;
+  progress.clear();
+  return cli::save(control, out, 0, -1) ? cli::kDone : cli::kFailed;
+}
+
+}  // namespace
+
+int runFilterCommand(const QStringList& args) {
+  QStringList words = args;
+  QString error;
+  const auto common = cli::takeCommonOptions(words, error);
+  if (!common) return cli::usageError(error, filterCommandUsage());
+  // The operations follow "--" when there is one, else IN and OUT.
+  const qsizetype dashes = words.indexOf(QStringLiteral("--"));
+  const QStringList before = dashes < 0 ? words : words.mid(0, dashes);
+  cli::Options o(before, {QStringLiteral("--out-dir")}, {});
+  if (!o.error().isEmpty()) return cli::usageError(o.error(), filterCommandUsage());
+  const bool batch = o.has(QStringLiteral("--out-dir"));
+  QStringList inputs = o.positional();
+  QStringList ops = dashes < 0 ? QStringList() : words.mid(dashes + 1);
+  if (batch && dashes < 0)
+    return cli::usageError(QStringLiteral("with --out-dir the operations follow \"--\""), filterCommandUsage());
+  if (!batch && dashes < 0) {
+    ops = inputs.mid(2);
+    inputs = inputs.mid(0, 2);
+  }
+  if (!batch && inputs.size() != 2) return cli::usageError(QStringLiteral("filter needs IN and OUT"), filterCommandUsage());
+  if (batch && inputs.isEmpty())
+    return cli::usageError(QStringLiteral("filter --out-dir needs at least one input"), filterCommandUsage());
+  if (ops.isEmpty()) return cli::usageError(QStringLiteral("filter needs at least one operation"), filterCommandUsage());
 
   std::unique_ptr<QApplication> ownApp;
   if (QCoreApplication::instance() == nullptr) {
@@ -261,43 +314,37 @@ int runFilterCommand(const QStringList& args) {
     static char* argv[] = {name, nullptr};
     ownApp = std::make_unique<QApplication>(argc, argv);
   }
+  Parser parser(ops);
+  const auto steps = parseSteps(parser);
+  if (!steps) return cli::kUsageError;
 
-  QorvPicture control;
-  control.resize(64, 64);
-  const bool progress = isatty(STDERR_FILENO) != 0;
-  if (progress) {
-    auto maxSeen = std::make_shared<int>(0);
-    QObject::connect(&control, &QorvPicture::ProcessInit, [maxSeen](int max, const QString&) { *maxSeen = max; });
-    QObject::connect(&control, &QorvPicture::Process, [maxSeen](int value, const QString& d) {
-      const int pct = *maxSeen > 0 ? static_cast<int>(100LL * value / *maxSeen) : 100;
-      std::fprintf(stderr, "\r%s %3d%%", d.toLocal8Bit().constData(), pct);
-    });
-    QObject::connect(&control, &QorvPicture::ProcessComplete, [](const QString& d) {
-      std::fprintf(stderr, "\r%s done\n", d.toLocal8Bit().constData());
-    });
+  if (!batch) {
+    cli::ProgressLine progress(cli::ProgressLine::modeFor(*common));
+    return cli::guarded([&] { return filterFile(inputs[0], inputs[1], *steps, progress); });
   }
 
-  QString in = args[0];
-  control.setAutoRotate(true);  // as the tool's other commands
-  if (!control.LoadFreeImage(&in, -1, nullptr, true)) {
-    err(QStringLiteral("qorv filter: cannot load \"%1\": %2").arg(args[0], control.LastErrorDescription()));
-    return 1;
+  const QString dir = o.value(QStringLiteral("--out-dir"));
+  std::vector<cli::BatchItem> items;
+  std::map<QString, QString> claimedBy;
+  for (const QString& in : inputs) {
+    const QString out = QDir(dir).filePath(QFileInfo(in).fileName());
+    const QString key = QFileInfo(out).absoluteFilePath();
+    if (claimedBy.count(key))
+      return cli::usageError(QStringLiteral("'%1' and '%2' would both be saved as '%3'").arg(claimedBy[key], in, out),
+                             filterCommandUsage());
+    if (key == QFileInfo(in).absoluteFilePath())
+      return cli::usageError(QStringLiteral("'%1' would be saved over itself; choose another --out-dir").arg(in),
+                             filterCommandUsage());
+    claimedBy[key] = in;
+    items.push_back({in, [in, out, &steps](QString&) {
+                       cli::ProgressLine silent(cli::ProgressLine::Mode::Off);
+                       return filterFile(in, out, *steps, silent);
+                     }});
   }
-  for (const Step& s : *steps) {
-    try {
-      s.run(control);
-    } catch (const qorv::AutomationError& e) {
-      err(QStringLiteral("qorv filter: %1 failed: %2").arg(s.name, QString::fromStdString(e.description())));
-      return 1;
-    } catch (const std::bad_alloc&) {
-      err(QStringLiteral("qorv filter: %1 failed: out of memory").arg(s.name));
-      return 1;
-    }
+  if (!QDir().mkpath(dir)) {
+    err(QStringLiteral("qorv: cannot create the output directory '%1'").arg(dir));
+    return cli::kFailed;
   }
-  QString out = args[1];
-  if (!control.SaveFreeImage(&out)) {
-    err(QStringLiteral("qorv filter: cannot save \"%1\": %2").arg(args[1], control.LastErrorDescription()));
-    return 1;
-  }
-  return 0;
+  return cli::runBatch(items, *common, QStringList{QStringLiteral("filter")} + args,
+                       [](const QString& text) { cli::write(stdout, text); });
 }

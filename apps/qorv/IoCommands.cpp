@@ -1,132 +1,29 @@
 // `qorv formats`, `info`, `convert` and `render`.
 #include <cstdio>
-#include <functional>
 #include <map>
 #include <optional>
 
-#include <QFile>
+#include <QDir>
+#include <QFileInfo>
 #include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
-
-#include <QMetaEnum>
 
 #include <QorvPictureBox/AutomationError.h>
 #include <QorvPictureBox/QorvPicture.h>
 
+#include "Batch.h"
+#include "Cli.h"
 #include "Commands.h"
 
-namespace {
-
+using cli::err;
+using cli::guarded;
+using cli::Options;
+using cli::out;
+using cli::usageError;
 using qorv::QorvPicture;
-
-void out(const QString& text) { std::fputs((text + u'\n').toLocal8Bit().constData(), stdout); }
-void err(const QString& text) { std::fputs((text + u'\n').toLocal8Bit().constData(), stderr); }
-
-int usageError(const QString& message, const QString& usage) {
-  err(QStringLiteral("qorv: ") + message);
-  err(usage);
-  return 2;
-}
-
-// Reports the control's error record; a record that stayed empty still fails.
-int controlFailure(const QorvPicture& c, const QString& what) {
-  if (c.LastErrorCode() != 0)
-    err(QStringLiteral("qorv: %1 failed: error %2: %3").arg(what).arg(c.LastErrorCode()).arg(c.LastErrorDescription()));
-  else
-    err(QStringLiteral("qorv: %1 failed").arg(what));
-  return 1;
-}
-
-// The tool shows pictures upright unless told otherwise, and never asks for a
-// file: an empty path would open the control's file dialog in a headless tool.
-const QString kNoAutoRotate = QStringLiteral("--no-auto-rotate");
-
-bool loadPicture(QorvPicture& c, const QString& path, bool autoRotate) {
-  c.setAutoRotate(autoRotate);
-  return c.LoadFreeImage(path, -1, QString(), true);
-}
-
-// "--name value" options after the positional words.
-class Options {
- public:
-  Options(const QStringList& args, const QStringList& withValue, const QStringList& flags) {
-    for (qsizetype i = 0; i < args.size(); ++i) {
-      const QString& a = args[i];
-      if (withValue.contains(a)) {
-        if (i + 1 >= args.size()) {
-          error_ = QStringLiteral("%1 needs a value").arg(a);
-          return;
-        }
-        values_[a] = args[++i];
-      } else if (flags.contains(a)) {
-        values_[a] = QStringLiteral("1");
-      } else if (a.startsWith(QStringLiteral("--"))) {
-        error_ = QStringLiteral("unknown option %1").arg(a);
-        return;
-      } else {
-        positional_ << a;
-      }
-    }
-  }
-  const QString& error() const { return error_; }
-  const QStringList& positional() const { return positional_; }
-  bool has(const QString& k) const { return values_.count(k) != 0; }
-  QString value(const QString& k) const { return has(k) ? values_.at(k) : QString(); }
-
-  // An integer option within [lo, hi]; records an error otherwise.
-  std::optional<int> integer(const QString& k, int lo, int hi) {
-    bool ok = false;
-    const int v = value(k).toInt(&ok);
-    if (!ok || v < lo || v > hi) {
-      error_ = QStringLiteral("%1 expects a whole number from %2 to %3, not '%4'").arg(k).arg(lo).arg(hi).arg(value(k));
-      return std::nullopt;
-    }
-    return v;
-  }
-
- private:
-  std::map<QString, QString> values_;
-  QStringList positional_;
-  QString error_;
-};
-
-const QMetaEnum& formats() {
-  static const QMetaEnum e = QMetaEnum::fromType<qorv::FREE_IMAGE_FORMAT>();
-  return e;
-}
-
-// A library format by number, by name (PNG, JPEG, TIFF, ...) or by extension
-// (jpg, tif, tga, ...).
-std::optional<int> parseFormat(const QString& text) {
-  bool ok = false;
-  const int n = text.toInt(&ok);
-  if (ok) return n;
-  const int byName = formats().keyToValue(("FIF_" + text.toUpper()).toLatin1().constData(), &ok);
-  if (ok && byName >= 0) return byName;
-  const int byExtension = QorvPicture().GetFIFFormatFromExtension(text);
-  if (byExtension >= 0) return byExtension;
-  return std::nullopt;
-}
-
-// The format's name as the image library calls it (PNG, BMP, JPEG, ...).
-QString formatName(int fif) {
-  const char* key = fif >= 0 ? formats().valueToKey(fif) : nullptr;
-  return key ? QString::fromLatin1(key).mid(4) : QStringLiteral("unknown");
-}
-
-// Every command reports automation errors the same way instead of aborting.
-int guarded(const std::function<int()>& body) {
-  try {
-    return body();
-  } catch (const qorv::AutomationError& e) {
-    err(QStringLiteral("qorv: error %1: %2").arg(e.number()).arg(QString::fromStdString(e.description())));
-  } catch (const std::exception& e) {
-    err(QStringLiteral("qorv: %1").arg(QString::fromLocal8Bit(e.what())));
-  }
-  return 1;
-}
-
-}  // namespace
 
 // ----- formats ------------------------------------------------------------------
 
@@ -134,7 +31,7 @@ QString formatsCommandUsage() {
   return QStringLiteral(
       "usage: qorv formats\n"
       "Lists the control's format table: index, name, extensions, whether it can be\n"
-      "loaded, saved and saved with a quality, and its description.");
+      "loaded, saved and saved with a quality, and its description.\n");
 }
 
 int runFormatsCommand(const QStringList& args) {
@@ -160,76 +57,204 @@ int runFormatsCommand(const QStringList& args) {
 
 QString infoCommandUsage() {
   return QStringLiteral(
-      "usage: qorv info FILE [--no-auto-rotate]\n"
-      "Loads FILE into a control and prints its format, width, height and the bits\n"
-      "per pixel stored in the file. Pictures are turned upright by their\n"
-      "orientation tag unless --no-auto-rotate is given.");
+             "usage: qorv info [--json] [OPTIONS] FILE...\n"
+             "Loads each FILE into a control and prints one line per file: its name, format,\n"
+             "width x height and the bits per pixel stored in the file. With --json, a JSON\n"
+             "array with one object per file (file, format, fif, width, height,\n"
+             "bitsPerPixel; or error with code, description and message).\n"
+             "options:\n") +
+         cli::commonOptionsHelp();
 }
 
-int runInfoCommand(const QStringList& args) {
-  Options o(args, {}, {kNoAutoRotate});
-  if (!o.error().isEmpty()) return usageError(o.error(), infoCommandUsage());
-  if (o.positional().size() != 1) return usageError(QStringLiteral("info takes exactly one file"), infoCommandUsage());
-  const QString file = o.positional()[0];
-  if (file.isEmpty()) return usageError(QStringLiteral("FILE must not be empty"), infoCommandUsage());
-  return guarded([&] {
-    QorvPicture c;
-    int fif = -1;
-    QObject::connect(&c, &QorvPicture::LoadImage, [&](const QString&, int f) { fif = f; });
-    if (!loadPicture(c, file, !o.has(kNoAutoRotate))) return controlFailure(c, QStringLiteral("loading"));
+namespace {
+
+// One file's description: a text line, or a JSON array holding its object (the
+// array, so that a worker's output for one file is a whole JSON document).
+int describeFile(const QString& path, bool json, QString& output) {
+  QorvPicture c;
+  int fif = -1;
+  QObject::connect(&c, &QorvPicture::LoadImage, [&](const QString&, int f) { fif = f; });
+  QJsonObject o{{QStringLiteral("file"), path}};
+  const bool ok = cli::load(c, path);
+  if (!ok) {
+    o[QStringLiteral("error")] = QJsonObject{{QStringLiteral("code"), c.LastErrorCode()},
+                                             {QStringLiteral("description"), c.LastErrorDescription()},
+                                             {QStringLiteral("message"), cli::whyNotLoaded(c, path)}};
+  } else {
     // Formats the platform loader reads have no library number; their
     // extension names them.
-    const QString name = fif >= 0 ? formatName(fif) : c.FileExtension(file).toUpper();
-    out(QStringLiteral("file: %1").arg(file));
-    out(QStringLiteral("format: %1 (%2)").arg(name).arg(fif));
-    out(QStringLiteral("width: %1").arg(c.OrgPictureWidth()));
-    out(QStringLiteral("height: %1").arg(c.OrgPictureHeight()));
+    const QString name = fif >= 0 ? cli::formatName(fif) : c.FileExtension(path).toUpper();
     // The control holds every picture at 32 bits; this is the file's own depth.
-    out(QStringLiteral("bits per pixel: %1").arg(c.SourceBitsPerPixel()));
-    return 0;
+    o[QStringLiteral("format")] = name;
+    o[QStringLiteral("fif")] = fif;
+    o[QStringLiteral("width")] = c.OrgPictureWidth();
+    o[QStringLiteral("height")] = c.OrgPictureHeight();
+    o[QStringLiteral("bitsPerPixel")] = c.SourceBitsPerPixel();
+    if (!json)
+      output = QStringLiteral("%1: %2 (%3) %4x%5 %6 bpp\n")
+                   .arg(path, name)
+                   .arg(fif)
+                   .arg(c.OrgPictureWidth())
+                   .arg(c.OrgPictureHeight())
+                   .arg(c.SourceBitsPerPixel());
+  }
+  if (json) output = QString::fromUtf8(QJsonDocument(QJsonArray{o}).toJson(QJsonDocument::Compact)) + u'\n';
+  return ok ? cli::kDone : cli::kFailed;
+}
+
+}  // namespace
+
+int runInfoCommand(const QStringList& args) {
+  QStringList words = args;
+  QString error;
+  const auto common = cli::takeCommonOptions(words, error);
+  if (!common) return usageError(error, infoCommandUsage());
+  Options o(words, {}, {QStringLiteral("--json")});
+  if (!o.error().isEmpty()) return usageError(o.error(), infoCommandUsage());
+  if (o.positional().isEmpty()) return usageError(QStringLiteral("info needs at least one file"), infoCommandUsage());
+  const bool json = o.has(QStringLiteral("--json"));
+
+  if (o.positional().size() == 1) {
+    return guarded([&] {
+      QString output;
+      const int code = describeFile(o.positional()[0], json, output);
+      cli::write(stdout, json ? QString::fromUtf8(QJsonDocument::fromJson(output.toUtf8()).toJson()) : output);
+      return code;
+    });
+  }
+
+  std::vector<cli::BatchItem> items;
+  for (const QString& path : o.positional())
+    items.push_back({path, [path, json](QString& output) { return describeFile(path, json, output); }});
+  QJsonArray all;
+  const int code = cli::runBatch(items, *common, QStringList{QStringLiteral("info")} + args, [&](const QString& output) {
+    if (!json) {
+      cli::write(stdout, output);
+      return;
+    }
+    for (const QJsonValue& v : QJsonDocument::fromJson(output.toUtf8()).array()) all.append(v);
   });
+  if (common->batchWorker) return code;
+  if (json) cli::write(stdout, QString::fromUtf8(QJsonDocument(all).toJson()));
+  return code;
 }
 
 // ----- convert ------------------------------------------------------------------
 
 QString convertCommandUsage() {
   return QStringLiteral(
-      "usage: qorv convert IN OUT [--quality N] [--type FORMAT] [--no-auto-rotate] [--no-sync]\n"
-      "Loads IN and saves it as OUT. The format follows OUT's extension unless\n"
-      "--type names one (a number or a name such as PNG, JPEG, TIFF, BMP).\n"
-      "--quality is passed to the library as its save flags (JPEG: 1..100).\n"
-      "--no-sync leaves writing OUT to the disk to the system instead of waiting\n"
-      "for it (for batch work that can be run again after a crash).");
+             "usage: qorv convert [OPTIONS] IN OUT [--quality N] [--type FORMAT]\n"
+             "       qorv convert [OPTIONS] IN... --out-dir DIR [--to FORMAT] [--quality N]\n"
+             "Loads IN and saves it as OUT. The format follows OUT's extension unless\n"
+             "--type names one (a number or a name such as PNG, JPEG, TIFF, BMP).\n"
+             "With --out-dir, every IN is saved in DIR (created if missing) under its own\n"
+             "name with the extension of the format --to names (default: its own), the\n"
+             "files processed in parallel.\n"
+             "--quality: 0..100 for formats saved with a quality (JPEG); for the others it\n"
+             "is passed to the image library as its save flags.\n"
+             "options:\n") +
+         cli::commonOptionsHelp();
 }
 
+namespace {
+
+int convertFile(const QString& in, const QString& outPath, int quality, int type) {
+  QorvPicture c;
+  if (!cli::load(c, in) || !cli::save(c, outPath, quality, type)) return cli::kFailed;
+  return cli::kDone;
+}
+
+// The saved name of `in` in `dir`: its own base name with `extension`
+// (its own when empty).
+QString outputName(const QString& dir, const QString& in, const QString& extension) {
+  const QFileInfo fi(in);
+  const QString ext = extension.isEmpty() ? fi.suffix() : extension;
+  return QDir(dir).filePath(ext.isEmpty() ? fi.completeBaseName() : fi.completeBaseName() + u'.' + ext);
+}
+
+}  // namespace
+
 int runConvertCommand(const QStringList& args) {
-  Options o(args, {QStringLiteral("--quality"), QStringLiteral("--type")}, {kNoAutoRotate, QStringLiteral("--no-sync")});
+  QStringList words = args;
+  QString error;
+  const auto common = cli::takeCommonOptions(words, error);
+  if (!common) return usageError(error, convertCommandUsage());
+  Options o(words,
+            {QStringLiteral("--quality"), QStringLiteral("--type"), QStringLiteral("--to"),
+             QStringLiteral("--out-dir")},
+            {});
   if (!o.error().isEmpty()) return usageError(o.error(), convertCommandUsage());
-  if (o.positional().size() != 2) return usageError(QStringLiteral("convert needs IN and OUT"), convertCommandUsage());
-  if (o.positional()[0].isEmpty() || o.positional()[1].isEmpty())
-    return usageError(QStringLiteral("IN and OUT must not be empty"), convertCommandUsage());
-  int quality = 0;
-  if (o.has(QStringLiteral("--quality"))) {
-    const auto q = o.integer(QStringLiteral("--quality"), 0, 0x7fffffff);
-    if (!q) return usageError(o.error(), convertCommandUsage());
-    quality = *q;
+  const bool batch = o.has(QStringLiteral("--out-dir"));
+  if (batch && o.positional().isEmpty())
+    return usageError(QStringLiteral("convert --out-dir needs at least one input"), convertCommandUsage());
+  if (!batch && o.positional().size() != 2)
+    return usageError(QStringLiteral("convert needs IN and OUT (or several inputs and --out-dir DIR)"),
+                      convertCommandUsage());
+  if (!batch && o.has(QStringLiteral("--to")))
+    return usageError(QStringLiteral("--to goes with --out-dir; name OUT's extension instead"), convertCommandUsage());
+
+  std::optional<int> quality;
+  if (o.has(QStringLiteral("--quality")) && !(quality = o.integer(QStringLiteral("--quality"), -0x7fffffff, 0x7fffffff)))
+    return usageError(o.error(), convertCommandUsage());
+  // --type names the data format; --to also names the saved files' extension.
+  std::map<QString, int> named;
+  for (const QString& option : {QStringLiteral("--to"), QStringLiteral("--type")}) {
+    if (!o.has(option)) continue;
+    const auto t = cli::parseFormat(o.value(option));
+    if (!t) return usageError(QStringLiteral("unknown format '%1'").arg(o.value(option)), convertCommandUsage());
+    named[option] = *t;
   }
-  int type = -1;
-  if (o.has(QStringLiteral("--type"))) {
-    const auto t = parseFormat(o.value(QStringLiteral("--type")));
-    if (!t) return usageError(QStringLiteral("unknown format '%1'").arg(o.value(QStringLiteral("--type"))),
-                              convertCommandUsage());
-    type = *t;
+  const int type = named.count(QStringLiteral("--type"))  ? named[QStringLiteral("--type")]
+                   : named.count(QStringLiteral("--to")) ? named[QStringLiteral("--to")]
+                                                          : -1;
+
+  QorvPicture formats;
+  QString extension;  // of the saved files in a batch
+  if (named.count(QStringLiteral("--to"))) {
+    const int row = cli::formatTableIndex(formats, named[QStringLiteral("--to")]);
+    extension = row >= 0 ? formats.FreeImageFormatExtension(row, 0).toLower() : o.value(QStringLiteral("--to"));
   }
-  return guarded([&] {
-    QorvPicture c;
-    if (!loadPicture(c, o.positional()[0], !o.has(kNoAutoRotate)))
-      return controlFailure(c, QStringLiteral("loading"));
-    if (o.has(QStringLiteral("--no-sync"))) c.setSyncOnSave(false);
-    if (!c.SaveFreeImage(o.positional()[1], quality, type, false) || c.LastErrorCode() != 0)
-      return controlFailure(c, QStringLiteral("saving"));
-    return 0;
-  });
+  // Every pair of names is known before any work starts, so a bad value is
+  // refused while nothing has been written yet.
+  std::vector<std::pair<QString, QString>> jobs;
+  if (!batch) jobs.emplace_back(o.positional()[0], o.positional()[1]);
+  const QString dir = o.value(QStringLiteral("--out-dir"));
+  std::map<QString, QString> claimedBy;
+  for (const QString& in : batch ? o.positional() : QStringList()) {
+    const QString outPath = outputName(dir, in, extension);
+    const QString key = QFileInfo(outPath).absoluteFilePath();
+    if (claimedBy.count(key))
+      return usageError(QStringLiteral("'%1' and '%2' would both be saved as '%3'").arg(claimedBy[key], in, outPath),
+                        convertCommandUsage());
+    if (key == QFileInfo(in).absoluteFilePath())
+      return usageError(QStringLiteral("'%1' would be saved over itself; choose another --out-dir or --to").arg(in),
+                        convertCommandUsage());
+    claimedBy[key] = in;
+    jobs.emplace_back(in, outPath);
+  }
+  if (quality) {
+    for (const auto& [in, outPath] : jobs) {
+      const QString bad = cli::checkQuality(formats, type >= 0 ? type : formats.GetFIFFormatFromExtension(
+                                                                            formats.FileExtension(outPath)),
+                                            *quality);
+      if (!bad.isEmpty()) return usageError(bad, convertCommandUsage());
+    }
+  }
+
+  if (!batch) return guarded([&] { return convertFile(jobs[0].first, jobs[0].second, quality.value_or(0), type); });
+
+  if (!QDir().mkpath(dir)) {
+    err(QStringLiteral("qorv: cannot create the output directory '%1'").arg(dir));
+    return cli::kFailed;
+  }
+  std::vector<cli::BatchItem> items;
+  for (const auto& [in, outPath] : jobs) {
+    items.push_back({in, [in, outPath, q = quality.value_or(0), type](QString&) {
+                       return convertFile(in, outPath, q, type);
+                     }});
+  }
+  return cli::runBatch(items, *common, QStringList{QStringLiteral("convert")} + args,
+                       [](const QString& text) { cli::write(stdout, text); });
 }
 
 // ----- render -------------------------------------------------------------------
@@ -242,7 +267,7 @@ QString renderCommandUsage() {
       "       [--no-auto-rotate]\n"
       "Loads IN into a control whose pane is W x H pixels, applies the view settings,\n"
       "renders one frame (with the fast stretch mode when --initial is given) and\n"
-      "writes the frame the pane shows to OUT.png.");
+      "writes the frame the pane shows to OUT.png.\n");
 }
 
 int runRenderCommand(const QStringList& args) {
@@ -253,11 +278,10 @@ int runRenderCommand(const QStringList& args) {
             QStringList{QStringLiteral("--size"), QStringLiteral("--zoom"), QStringLiteral("--offset"),
                         QStringLiteral("--zoom-type")} +
                 switches,
-            {QStringLiteral("--initial"), kNoAutoRotate});
+            {QStringLiteral("--initial"), QStringLiteral("--no-auto-rotate")});
   if (!o.error().isEmpty()) return usageError(o.error(), renderCommandUsage());
+  if (o.has(QStringLiteral("--no-auto-rotate"))) cli::setAutoRotate(false);
   if (o.positional().size() != 2) return usageError(QStringLiteral("render needs IN and OUT"), renderCommandUsage());
-  if (o.positional()[0].isEmpty() || o.positional()[1].isEmpty())
-    return usageError(QStringLiteral("IN and OUT must not be empty"), renderCommandUsage());
 
   const QRegularExpressionMatch size =
       QRegularExpression(QStringLiteral("^(\\d{1,5})x(\\d{1,5})$")).match(o.value(QStringLiteral("--size")));
@@ -305,8 +329,7 @@ int runRenderCommand(const QStringList& args) {
     if (flags.count(QStringLiteral("--centered"))) c.setCentered(flags[QStringLiteral("--centered")]);
     if (flags.count(QStringLiteral("--tiled"))) c.setTiled(flags[QStringLiteral("--tiled")]);
     if (zoom) c.setZoom(static_cast<qint16>(*zoom));
-    if (!loadPicture(c, o.positional()[0], !o.has(kNoAutoRotate)))
-      return controlFailure(c, QStringLiteral("loading"));
+    if (!cli::load(c, o.positional()[0])) return cli::kFailed;
     if (offset) c.Offset(offset->first, offset->second);
     c.Refresh(initial);
     const qorv::PicturePtr shown = c.Image();

@@ -1,9 +1,10 @@
 // qorv: the picture control on the command line, without a display.
-#include <cstdio>
+#include <cstring>
 
 #include <QApplication>
 #include <QStringList>
 
+#include "Cli.h"
 #include "Commands.h"
 
 namespace {
@@ -17,6 +18,7 @@ namespace {
 QString toolUsage() {
   return QStringLiteral(
       "usage: qorv COMMAND [ARGS]\n"
+      "       qorv --version\n"
       "\n"
       "commands:\n"
       "  formats   list the format table (what can be loaded and saved)\n"
@@ -26,28 +28,38 @@ QString toolUsage() {
       "  filter    load a picture, apply image operations and save it\n"
       QORV_SCRIPT_USAGE
       "\n"
-      "`qorv COMMAND --help` describes a command.\n");
+      "`qorv COMMAND --help` describes a command.\n"
+      "Exit status: 0 done, 1 a file could not be read, processed or written,\n"
+      "2 the command line is wrong.\n");
 }
-
-void print(FILE* f, const QString& text) { std::fputs(text.toLocal8Bit().constData(), f); }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   // The tool never needs a display; an explicit choice of platform still wins.
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+  // Qt's own warnings (about the runtime directory of a headless session, say)
+  // are no business of someone converting pictures; --verbose shows them, so
+  // it must be known before the application object is made.
+  for (int i = 1; i < argc && std::strcmp(argv[i], "--") != 0; ++i)
+    if (std::strcmp(argv[i], "--verbose") == 0 || std::strcmp(argv[i], "-v") == 0) cli::setVerbose(true);
+  cli::installMessageHandler();
   QApplication app(argc, argv);
   QApplication::setApplicationName(QStringLiteral("qorv"));
 
   QStringList args = QApplication::arguments().mid(1);
   if (args.isEmpty()) {
-    print(stderr, toolUsage());
-    return 2;
+    cli::write(stderr, toolUsage());
+    return cli::kUsageError;
   }
   const QString command = args.takeFirst();
   if (command == u"--help" || command == u"-h" || command == u"help") {
-    print(stdout, toolUsage());
-    return 0;
+    cli::write(stdout, toolUsage());
+    return cli::kDone;
+  }
+  if (command == u"--version" || command == u"-V") {
+    cli::out(QStringLiteral("qorv " QORV_VERSION));
+    return cli::kDone;
   }
 
   struct Entry {
@@ -67,12 +79,14 @@ int main(int argc, char** argv) {
   };
   for (const Entry& e : commands) {
     if (command != QLatin1String(e.name)) continue;
-    if (args.contains(QStringLiteral("--help")) || args.contains(QStringLiteral("-h"))) {
-      print(stdout, e.usage());
-      return 0;
+    // Only before an operation list: after "--" every word is an operation's.
+    const QStringList options = args.mid(0, args.indexOf(QStringLiteral("--")));
+    if (options.contains(QStringLiteral("--help")) || options.contains(QStringLiteral("-h"))) {
+      cli::write(stdout, e.usage());
+      return cli::kDone;
     }
     return e.run(args);
   }
-  print(stderr, QStringLiteral("qorv: unknown command '%1'\n\n").arg(command) + toolUsage());
-  return 2;
+  const QString what = command.startsWith(u'-') ? QStringLiteral("option") : QStringLiteral("command");
+  return cli::usageError(QStringLiteral("unknown %1 '%2'\n").arg(what, command), toolUsage());
 }
