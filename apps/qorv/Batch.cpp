@@ -52,15 +52,22 @@ void showCount(ProgressLine& progress, std::size_t done, std::size_t total) {
                   static_cast<int>(100 * done / qMax<std::size_t>(1, total)), done == 0 || done == total);
 }
 
-// One file at a time in this process: the messages go straight out.
+// Runs one item, its messages collected rather than written across the
+// progress line.
+void runCapturing(const BatchItem& item, Outcome& o) {
+  StderrCapture capture;
+  o.exitCode = guarded([&] { return item.run(o.output); });
+  std::fflush(stdout);
+  o.messages = QString::fromLocal8Bit(capture.finish());
+  o.finished = true;
+}
+
+// One file at a time in this process.
 void runHereInOrder(const std::vector<BatchItem>& items, std::vector<Outcome>& outcomes, ProgressLine& progress,
                     InOrderWriter& writer) {
   for (std::size_t i = 0; i < items.size(); ++i) {
     showCount(progress, i, items.size());
-    progress.clear();
-    Outcome& o = outcomes[i];
-    o.exitCode = guarded([&] { return items[i].run(o.output); });
-    o.finished = true;
+    runCapturing(items[i], outcomes[i]);
     writer.flush();
   }
   showCount(progress, items.size(), items.size());
@@ -87,16 +94,9 @@ int serveItems(const std::vector<BatchItem>& items) {
     bool ok = false;
     const qulonglong i = QByteArray(line).trimmed().toULongLong(&ok);
     if (!ok || i >= items.size()) break;
-    QString output;
-    int code = kFailed;
-    QByteArray messages;
-    {
-      StderrCapture capture;
-      code = guarded([&] { return items[i].run(output); });
-      std::fflush(stdout);
-      messages = capture.finish();
-    }
-    const QByteArray r = reply(i, code, output.toUtf8(), messages);
+    Outcome o;
+    runCapturing(items[i], o);
+    const QByteArray r = reply(i, o.exitCode, o.output.toUtf8(), o.messages.toLocal8Bit());
     std::fwrite(r.constData(), 1, static_cast<std::size_t>(r.size()), channel);
     std::fflush(channel);
   }
