@@ -158,7 +158,12 @@ for j in 1 2; do
     status=$?
   [ "$status" = 1 ] || fail "filter batch -j $j: exit $status, expected 1"
   "$qorv" info -j $j --json "$D"/batch/*.png > "$D/info$j.json" 2>/dev/null || true
+  "$qorv" info -j $j "$D"/batch/*.png > "$D/info$j.txt" 2>/dev/null || true
 done
+# Lines in the order of the inputs, whichever worker finished first.
+[ "$(cut -d: -f1 "$D/info2.txt" | tr '\n' ' ')" = "$(ls "$D"/batch/*.png | grep -v p3b | tr '\n' ' ')" ] ||
+  fail "info -j 2 lines out of input order"
+cmp -s "$D/info1.txt" "$D/info2.txt" || fail "info differs between -j 1 and -j 2"
 for f in p1 p2 p3 p4 p5; do
   [ -s "$D/conv1/$f.jpg" ] || fail "convert batch left out $f"
   cmp -s "$D/conv1/$f.jpg" "$D/conv2/$f.jpg" || fail "convert batch: $f.jpg differs between -j 1 and -j 2"
@@ -172,6 +177,12 @@ for k in conv.out conv.err filt.err; do
 done
 cmp -s "$D/info1.json" "$D/info2.json" || fail "info --json differs between -j 1 and -j 2"
 [ "$(grep -c '"file"' "$D/info1.json")" = 6 ] && grep -q '"code": 170' "$D/info1.json" || fail "info --json batch"
+
+# --to by name gives the format's own extension; --verbose reaches the workers.
+"$qorv" convert -j 2 "$D/in.png" "$D/wide.png" --to JPEG --out-dir "$D/named" &&
+  "$qorv" info "$D/named/wide.jpg" | grep -q ": JPEG (2) 1600x400 " || fail "--to JPEG"
+"$qorv" info --verbose -j 2 "$D/exif.tif" "$D/in.png" 2>&1 >/dev/null | grep -q "exif.tif: \[library\] TIFF" ||
+  fail "--verbose does not reach the workers"
 
 [ "$failures" = 0 ] || { echo "qorv CLI: $failures checks failed" >&2; exit 1; }
 echo "qorv CLI: all checks passed"
