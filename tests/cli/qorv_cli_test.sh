@@ -110,7 +110,9 @@ EOF
 [ ! -s "$D/stderr" ] || fail "info of a TIFF wrote to stderr: $(head -n 2 "$D/stderr")"
 
 # Every help text ends with a newline.
-for c in "" formats info convert render filter; do
+commands="formats info convert render filter"
+! "$qorv" --help | grep -q '^  script ' || commands="$commands script"
+for c in "" $commands; do
   "$qorv" $c --help > "$D/help"
   [ "$(tail -c 1 "$D/help" | od -An -c | tr -d ' ')" = '\n' ] || fail "qorv $c --help does not end with a newline"
 done

@@ -13,8 +13,8 @@ printf 'not a picture' > "$dir/in/c.png"
 "$qorv" script "$examples/batch_filter.js" -- "$dir/in" "$dir/out" > "$dir/batch.txt" 2>&1 ||
   { cat "$dir/batch.txt"; fail "batch example"; }
 grep -q "filtered 2 pictures, skipped 1" "$dir/batch.txt" || fail "batch summary"
-"$qorv" info "$dir/out/a.png" | grep -q "^width: 400$" || fail "batch output a.png"
-"$qorv" info "$dir/out/b.png" | grep -q "^height: 310$" || fail "batch output b.png"
+"$qorv" info "$dir/out/a.png" | grep -q " 400x300 " || fail "batch output a.png"
+"$qorv" info "$dir/out/b.png" | grep -q " 420x310 " || fail "batch output b.png"
 
 cat > "$dir/events.js" <<'JS'
 var zoomings = 0;
