@@ -1,0 +1,50 @@
+#include "CommandLine.h"
+
+namespace qorv_view {
+
+CommandLine parseCommandLine(const QStringList& args) {
+  CommandLine cl;
+  bool onlyPaths = false;
+  for (qsizetype i = 0; i < args.size(); ++i) {
+    const QString& a = args[i];
+    if (!onlyPaths && a == u"--") {
+      onlyPaths = true;
+    } else if (!onlyPaths && (a == u"-h" || a == u"--help")) {
+      cl.help = true;
+    } else if (!onlyPaths && (a == u"-V" || a == u"--version")) {
+      cl.version = true;
+    } else if (!onlyPaths && (a == u"--screenshot" || a.startsWith(u"--screenshot="))) {
+      if (a.startsWith(u"--screenshot=")) {
+        cl.screenshot = a.mid(13);
+      } else if (i + 1 < args.size()) {
+        cl.screenshot = args[++i];
+      }
+      if (cl.screenshot.isEmpty()) cl.error = QStringLiteral("--screenshot needs a file name");
+    } else if (!onlyPaths && a.startsWith(u'-') && a.size() > 1) {
+      cl.error = QStringLiteral("unknown option '%1'").arg(a);
+    } else if (cl.path.isEmpty()) {
+      cl.path = a;
+    } else {
+      cl.error = QStringLiteral("more than one picture given ('%1' and '%2')").arg(cl.path, a);
+    }
+    if (!cl.error.isEmpty()) break;
+  }
+  return cl;
+}
+
+QString usageText() {
+  return QStringLiteral(
+      "usage: qorv-view [OPTIONS] [FILE | FOLDER]\n"
+      "Views and edits a picture. A folder opens its first picture; Page Up and\n"
+      "Page Down then browse the pictures next to it.\n"
+      "\n"
+      "options:\n"
+      "  -h, --help             show this help and exit\n"
+      "  -V, --version          show the version and exit\n"
+      "  --screenshot OUT.png   render the window to OUT.png and exit\n"
+      "  --                     what follows is a file name, even if it starts with '-'\n");
+}
+
+QString versionText() { return QStringLiteral("qorv-view %1\n").arg(QStringLiteral(QORV_VIEW_VERSION)); }
+
+}  // namespace qorv_view

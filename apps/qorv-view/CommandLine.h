@@ -1,0 +1,24 @@
+// qorv-view's command line: one picture or folder, a few options, and a clear
+// refusal of anything else (an unknown option is never taken for a file name).
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace qorv_view {
+
+struct CommandLine {
+  QString path;        // file or folder to open; empty for none
+  QString screenshot;  // render the window to this PNG and exit
+  bool help = false;
+  bool version = false;
+  QString error;  // set when the arguments are refused
+};
+
+// `args` without the program name.
+CommandLine parseCommandLine(const QStringList& args);
+
+QString usageText();
+QString versionText();
+
+}  // namespace qorv_view

@@ -1,0 +1,577 @@
+#include "ViewerWindow.h"
+
+#include <QAction>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <QDir>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QSettings>
+#include <QStatusBar>
+#include <QUrl>
+
+#include <cmath>
+
+#include <QorvPictureBox/AutomationError.h>
+#include <QorvPictureBox/Colors.h>
+#include <QorvPictureBox/QorvPicture.h>
+
+#include "FolderBrowser.h"
+#include "ViewerDialogs.h"
+
+namespace qorv_view {
+
+namespace {
+
+constexpr qint32 kOverwritePrompt = 0x2;  // the save dialog asks before replacing a file
+constexpr int kClipboardOriginal = 0;
+constexpr int kClipboardZoomed = 1;
+
+QSettings settings() { return QSettings(QStringLiteral("QorvPictureBox"), QStringLiteral("qorv-view")); }
+
+}  // namespace
+
+ViewerWindow::ViewerWindow(QWidget* parent) : QMainWindow(parent), control_(new qorv::QorvPicture) {
+  setObjectName(QStringLiteral("qorvViewWindow"));
+  setCentralWidget(control_);
+  control_->setBackColor(static_cast<qint32>(qorv::RGB(40, 44, 52)));
+  control_->setHQInitialDelay(150);
+  control_->setNoLoadingHourGlass(true);
+  status_ = new StatusPanel(statusBar());
+  setAcceptDrops(true);
+
+  connect(control_, &qorv::QorvPicture::ProcessInit, this,
+          [this](int max, const QString& description) { status_->beginProgress(max, description); });
+  connect(control_, &qorv::QorvPicture::Process, this, [this](int value, const QString&) {
+    // Let the window repaint the progress, but take no input: a click now
+    // would start a second operation inside the running one.
+    if (status_->progress(value)) QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+  });
+  connect(control_, &qorv::QorvPicture::ProcessComplete, this,
+          [this](const QString& description) { status_->endProgress(description); });
+  connect(control_, &qorv::QorvPicture::MouseMove, this,
+          [this](int, int, float x, float y) { pointerMoved(x, y); });
+  connect(control_, &qorv::QorvPicture::Draw, this, [this] { status_->setZoom(displayedZoom()); });
+  connect(control_, &qorv::QorvPicture::PictureChanged, this, [this] { pixelsStale_ = true; });
+
+  history_.setBudget(UndoHistory::kDefaultBudget);
+  createActions();
+  restoreSettings();
+  setDocument(QString(), false);
+  updateActions();
+}
+
+ViewerWindow::~ViewerWindow() = default;
+
+QAction* ViewerWindow::action(const QString& name) const { return findChild<QAction*>(name); }
+
+QStringList ViewerWindow::loadableExtensions() const {
+  if (!extensions_.isEmpty()) return extensions_;
+  for (int i = 0; i < control_->FreeImageFormatCount(); ++i) {
+    if (!control_->FreeImageFormatCanLoad(i)) continue;
+    for (int j = 0; j <= control_->FreeImageFormatExtensionsCount(i); ++j) {
+      const QString ext = control_->FreeImageFormatExtension(i, j).toLower();
+      if (!ext.isEmpty() && !extensions_.contains(ext)) extensions_ << ext;
+    }
+  }
+  // The control reads these through the platform's own loader.
+  for (const char* ext : {"bmp", "gif", "ico", "cur", "jpg", "jpeg"})
+    if (!extensions_.contains(QLatin1String(ext))) extensions_ << QString::fromLatin1(ext);
+  return extensions_;
+}
+
+double ViewerWindow::displayedZoom() const {
+  const int w = control_->OrgPictureWidth();
+  if (w <= 0 || qorv::handleOf(control_->Picture()) == 0) return 0;
+  return control_->PictureW() / w * 100.0;
+}
+
+// ----- document ---------------------------------------------------------------------
+
+bool ViewerWindow::openPath(const QString& fileOrFolder) {
+  QString path = fileOrFolder;
+  const QFileInfo fi(path);
+  if (fi.isDir()) {
+    const QStringList pictures = picturesInFolder(fi.absoluteFilePath(), loadableExtensions());
+    if (pictures.isEmpty()) {
+      showFailure(QStringLiteral("No picture in %1").arg(QDir::toNativeSeparators(fi.absoluteFilePath())),
+                  QStringLiteral("The folder holds no file in a format qorv-view reads."), false);
+      return false;
+    }
+    path = pictures.first();
+  }
+  if (!keepOrDiscardChanges()) return false;
+  return openFile(path);
+}
+
+bool ViewerWindow::openFile(const QString& path) {
+  const QFileInfo fi(path);
+  const QString name = fi.fileName().isEmpty() ? path : fi.fileName();
+  // Reasons the user can fix come first, in words; the control's record follows
+  // for everything else.
+  if (!fi.exists()) {
+    showFailure(QStringLiteral("Cannot open %1").arg(name),
+                QStringLiteral("There is no such file: %1").arg(QDir::toNativeSeparators(fi.absoluteFilePath())),
+                false);
+    return false;
+  }
+  if (!fi.isReadable()) {
+    showFailure(QStringLiteral("Cannot open %1").arg(name), QStringLiteral("Permission denied."), false);
+    return false;
+  }
+  bool ok = false;
+  try {
+    ok = control_->LoadFreeImage(fi.absoluteFilePath(), -1, QString(), false);
+  } catch (const qorv::AutomationError& e) {
+    showFailure(QStringLiteral("Cannot open %1").arg(name), QString::fromStdString(e.description()), true);
+    return false;
+  }
+  if (!ok) {
+    showControlError(QStringLiteral("Cannot open %1").arg(name));
+    return false;
+  }
+  history_.clear();
+  pixelsStale_ = true;
+  setDocument(fi.absoluteFilePath(), false);
+  addRecent(fi.absoluteFilePath());
+  refreshPictureStatus();
+  updateActions();
+  return true;
+}
+
+bool ViewerWindow::keepOrDiscardChanges() {
+  if (!modified_) return true;
+  QMessageBox box(QMessageBox::Question, QStringLiteral("qorv-view"),
+                  QStringLiteral("Save the changes to %1?")
+                      .arg(path_.isEmpty() ? QStringLiteral("the pasted picture") : QFileInfo(path_).fileName()),
+                  QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, this);
+  box.setObjectName(QStringLiteral("keepChangesBox"));
+  switch (box.exec()) {
+    case QMessageBox::Save:
+      return save();
+    case QMessageBox::Discard:
+      return true;
+    default:
+      return false;
+  }
+}
+
+void ViewerWindow::setDocument(const QString& path, bool modified) {
+  path_ = path;
+  modified_ = modified;
+  const bool has = qorv::handleOf(control_->Picture()) != 0;
+  const QString name = !path.isEmpty() ? QFileInfo(path).fileName()
+                       : has           ? QStringLiteral("Pasted picture")
+                                       : QString();
+  setWindowTitle(name.isEmpty() ? QStringLiteral("qorv-view") : name + QStringLiteral("[*] - qorv-view"));
+  setWindowModified(modified);
+}
+
+void ViewerWindow::addRecent(const QString& path) {
+  recent_.removeAll(path);
+  recent_.prepend(path);
+  while (recent_.size() > kRecentMax) recent_.removeLast();
+  rebuildRecentMenu();
+}
+
+bool ViewerWindow::saveTo(const QString& path, int quality) {
+  const QString ext = control_->FileExtension(path);
+  const int format = control_->FreeImageGetFormatIndex(ext);
+  if (format < 0 || !control_->FreeImageFormatCanSave(format)) {
+    showFailure(QStringLiteral("Cannot save %1").arg(QFileInfo(path).fileName()),
+                QStringLiteral("qorv-view cannot write pictures of the type '%1'.").arg(ext), false);
+    return false;
+  }
+  QString target = path;
+  const int q = control_->FreeImageCanSetQualitySave(format) ? std::clamp(quality, 1, 100) : 0;
+  bool ok = false;
+  try {
+    ok = control_->SaveFreeImage(&target, q, -1, true);
+  } catch (const qorv::AutomationError& e) {
+    showFailure(QStringLiteral("Cannot save %1").arg(QFileInfo(path).fileName()),
+                QString::fromStdString(e.description()), true);
+    return false;
+  }
+  if (!ok) {
+    showControlError(QStringLiteral("Cannot save %1").arg(QFileInfo(path).fileName()));
+    return false;
+  }
+  setDocument(QFileInfo(target).absoluteFilePath(), false);
+  addRecent(path_);
+  refreshPictureStatus();
+  updateActions();
+  statusBar()->showMessage(QStringLiteral("Saved %1").arg(QFileInfo(target).fileName()), 3000);
+  return true;
+}
+
+// ----- file commands ------------------------------------------------------------------
+
+void ViewerWindow::openDialog() {
+  if (!keepOrDiscardChanges()) return;
+  const QString dir = path_.isEmpty() ? settings().value(QStringLiteral("lastFolder")).toString()
+                                      : QFileInfo(path_).absolutePath();
+  const QString chosen = control_->Dialog(control_->FreeImageLoadPattern(), control_->hWnd(), dir,
+                                          QStringLiteral("Open Picture"), 0, false, QVariant(1));
+  if (chosen.isEmpty()) return;
+  settings().setValue(QStringLiteral("lastFolder"), QFileInfo(chosen).absolutePath());
+  openFile(chosen);
+}
+
+void ViewerWindow::reload() {
+  if (path_.isEmpty() || !keepOrDiscardChanges()) return;
+  openFile(path_);
+}
+
+void ViewerWindow::closePicture() {
+  if (!keepOrDiscardChanges()) return;
+  control_->setPicture(qorv::PicturePtr());
+  control_->Cls();
+  history_.clear();
+  pixelsStale_ = true;
+  setDocument(QString(), false);
+  status_->clearPicture();
+  updateActions();
+}
+
+bool ViewerWindow::save() {
+  if (path_.isEmpty()) return saveAsDialog();
+  return saveTo(path_, jpegQuality_);
+}
+
+bool ViewerWindow::saveAsDialog() {
+  if (qorv::handleOf(control_->Picture()) == 0) return false;
+  const QString ext = path_.isEmpty() ? QStringLiteral("png") : control_->FileExtension(path_);
+  QVariant filter = control_->GetSaveFilterIndex(ext);
+  const QString dir = path_.isEmpty() ? settings().value(QStringLiteral("lastFolder")).toString()
+                                      : QFileInfo(path_).absolutePath();
+  const QString name = path_.isEmpty() ? QStringLiteral("picture.png") : QFileInfo(path_).fileName();
+  QString pattern = control_->FreeImageSavePattern();
+  QString title = QStringLiteral("Save Picture As");
+  QString chosen = control_->Dialog(&pattern, control_->hWnd(), dir, &title, kOverwritePrompt, true, &filter, name);
+  if (chosen.isEmpty()) return false;
+  // The filter left selected decides the format; its extension is added when
+  // the typed name lacks it, as the control's own save does.
+  const QString saveExt = control_->FreeImageGetSaveExt(filter.toInt());
+  if (!saveExt.isEmpty() && control_->FileExtension(chosen).compare(saveExt, Qt::CaseInsensitive) != 0)
+    chosen += u'.' + saveExt;
+  int quality = jpegQuality_;
+  const int format = control_->FreeImageGetFormatIndex(control_->FileExtension(chosen));
+  if (format >= 0 && control_->FreeImageCanSetQualitySave(format)) {
+    const auto q = askValue(this, QStringLiteral("Quality"), QStringLiteral("Quality (1 smallest file - 100 best):"),
+                            jpegQuality_, 1, 100);
+    if (!q) return false;
+    quality = *q;
+  }
+  settings().setValue(QStringLiteral("lastFolder"), QFileInfo(chosen).absolutePath());
+  return saveTo(chosen, quality);
+}
+
+void ViewerWindow::browse(int step) {
+  if (path_.isEmpty()) return;
+  const QString next = neighbourPicture(path_, step, loadableExtensions());
+  if (next.isEmpty() || next == path_) {
+    statusBar()->showMessage(QStringLiteral("No other picture in this folder"), 3000);
+    return;
+  }
+  if (!keepOrDiscardChanges()) return;
+  openFile(next);
+}
+
+// ----- edit commands ------------------------------------------------------------------
+
+QImage ViewerWindow::currentImage() const {
+  const qorv::PicturePtr p = control_->Picture();
+  return p ? p->toImage() : QImage();
+}
+
+void ViewerWindow::showImage(const QImage& img) {
+  control_->setPicture(qorv::Picture::fromImage(img));
+  pixelsStale_ = true;
+  refreshPictureStatus();
+}
+
+void ViewerWindow::undo() {
+  if (!history_.canUndo()) return;
+  showImage(history_.undo(currentImage()));
+  setDocument(path_, true);
+  updateActions();
+}
+
+void ViewerWindow::redo() {
+  if (!history_.canRedo()) return;
+  showImage(history_.redo(currentImage()));
+  setDocument(path_, true);
+  updateActions();
+}
+
+void ViewerWindow::copyPicture(bool zoomed) {
+  if (qorv::handleOf(control_->Picture()) == 0) return;
+  try {
+    if (control_->SendToClipboard(zoomed ? kClipboardZoomed : kClipboardOriginal)) {
+      statusBar()->showMessage(QStringLiteral("Copied"), 3000);
+      return;
+    }
+  } catch (const qorv::AutomationError& e) {
+    if (e.number() != qorv::errors::NotImplemented) {
+      showFailure(QStringLiteral("Cannot copy the picture"), QString::fromStdString(e.description()), true);
+      return;
+    }
+    // The control cannot copy yet: the desktop clipboard takes the pixels
+    // directly.
+  }
+  QImage img = currentImage();
+  if (zoomed) {
+    const QSize shown(static_cast<int>(std::lround(control_->PictureW())),
+                      static_cast<int>(std::lround(control_->PictureH())));
+    if (shown.width() > 0 && shown.height() > 0 && shown != img.size())
+      img = img.scaled(shown, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+  }
+  QGuiApplication::clipboard()->setImage(img);
+  statusBar()->showMessage(QStringLiteral("Copied"), 3000);
+}
+
+void ViewerWindow::paste() {
+  const QImage img = QGuiApplication::clipboard()->image();
+  if (img.isNull()) {
+    statusBar()->showMessage(QStringLiteral("The clipboard holds no picture"), 3000);
+    return;
+  }
+  if (!keepOrDiscardChanges()) return;
+  history_.clear();
+  showImage(img);
+  setDocument(QString(), true);
+  updateActions();
+}
+
+void ViewerWindow::copyFilePath() {
+  if (!path_.isEmpty()) QGuiApplication::clipboard()->setText(QDir::toNativeSeparators(path_));
+}
+
+void ViewerWindow::preferences() {
+  const Preferences current{static_cast<int>(history_.budget() / (1024 * 1024)), jpegQuality_};
+  const auto chosen = askPreferences(this, current, history_.usedBytes());
+  if (!chosen) return;
+  history_.setBudget(qint64{chosen->undoBudgetMiB} * 1024 * 1024);
+  jpegQuality_ = chosen->jpegQuality;
+  saveSettings();
+  updateActions();
+}
+
+// ----- image operations ---------------------------------------------------------------
+
+bool ViewerWindow::runImageOperation(const QString& label, const std::function<void(qorv::QorvPicture&)>& op) {
+  if (qorv::handleOf(control_->Picture()) == 0 || status_->busy()) return false;
+  const QImage before = currentImage();
+  QString failure;
+  try {
+    op(*control_);
+  } catch (const qorv::AutomationError& e) {
+    failure = QStringLiteral("%1 (error %2)").arg(QString::fromStdString(e.description())).arg(e.number());
+  } catch (const std::exception& e) {
+    failure = QString::fromLocal8Bit(e.what());
+  }
+  if (status_->busy()) status_->endProgress(QString());
+  if (!failure.isEmpty()) {
+    // Whatever the operation left half done, the picture is the one before.
+    if (currentImage() != before) showImage(before);
+    showFailure(QStringLiteral("%1 failed").arg(label), failure, true);
+    return false;
+  }
+  history_.recordBefore(label, before);
+  pixelsStale_ = true;
+  setDocument(path_, true);
+  refreshPictureStatus();
+  updateActions();
+  return true;
+}
+
+// ----- view commands ------------------------------------------------------------------
+
+void ViewerWindow::fitToWindow() {
+  control_->setLockUpdate(true);
+  control_->setStretch(true);
+  control_->setKeepAspect(true);
+  control_->setZoomFromOriginal(false);
+  control_->setZoom(100);
+  control_->setLockUpdate(false);
+  syncViewActions();
+}
+
+void ViewerWindow::actualSize() {
+  control_->setLockUpdate(true);
+  control_->setStretch(true);
+  control_->setZoomFromOriginal(true);
+  control_->setZoom(100);
+  control_->setLockUpdate(false);
+  syncViewActions();
+}
+
+void ViewerWindow::zoomBy(double factor) {
+  // Zoom from what is shown, so that zooming in from a fitted view continues
+  // from the fitted size instead of jumping to the property's value.
+  const double shown = displayedZoom();
+  if (shown <= 0) return;
+  const int next = static_cast<int>(std::clamp(std::lround(shown * factor), 1L, 3200L));
+  control_->setLockUpdate(true);
+  control_->setStretch(true);
+  control_->setKeepAspect(true);
+  control_->setZoomFromOriginal(true);
+  control_->setZoom(static_cast<qint16>(next));
+  control_->setLockUpdate(false);
+  syncViewActions();
+}
+
+void ViewerWindow::toggleFullScreen() {
+  if (isFullScreen())
+    showNormal();
+  else
+    showFullScreen();
+  if (QAction* a = action(QStringLiteral("viewFullScreen"))) a->setChecked(isFullScreen());
+}
+
+// ----- status -------------------------------------------------------------------------
+
+void ViewerWindow::refreshPictureStatus() {
+  if (qorv::handleOf(control_->Picture()) == 0) {
+    status_->clearPicture();
+    return;
+  }
+  const QFileInfo fi(path_);
+  QString format;
+  if (!path_.isEmpty()) {
+    const int index = control_->FreeImageGetFormatIndex(fi.suffix());
+    format = index >= 0 ? control_->FreeImageFormat(index) : fi.suffix().toUpper();
+    if (control_->SourceBitsPerPixel() > 0) format += QStringLiteral(" %1-bit").arg(control_->SourceBitsPerPixel());
+  }
+  status_->setPicture(path_.isEmpty() ? QStringLiteral("(pasted)") : fi.fileName(), control_->OrgPictureWidth(),
+                      control_->OrgPictureHeight(), path_.isEmpty() ? -1 : fi.size(), format);
+  status_->setZoom(displayedZoom());
+}
+
+void ViewerWindow::pointerMoved(float x, float y) {
+  const int w = control_->OrgPictureWidth();
+  const int h = control_->OrgPictureHeight();
+  const double pw = control_->PictureW();
+  const double ph = control_->PictureH();
+  if (w <= 0 || h <= 0 || pw <= 0 || ph <= 0 || qorv::handleOf(control_->Picture()) == 0) return;
+  // The drawn picture's top-left corner, as the control places it.
+  double left = control_->OffsetX();
+  double top = control_->OffsetY();
+  if (control_->Centered()) {
+    left += control_->RenderScaleWidth() / 2.0 - pw / 2.0;
+    top += control_->RenderScaleHeight() / 2.0 - ph / 2.0;
+  }
+  int px = static_cast<int>(std::floor((x - left) * w / pw));
+  int py = static_cast<int>(std::floor((y - top) * h / ph));
+  if (control_->Tiled()) {
+    px = ((px % w) + w) % w;
+    py = ((py % h) + h) % h;
+  }
+  const bool inside = px >= 0 && py >= 0 && px < w && py < h;
+  unsigned rgb = 0;
+  if (inside) {
+    if (pixelsStale_) {
+      pixels_ = currentImage();
+      pixelsStale_ = false;
+    }
+    if (px < pixels_.width() && py < pixels_.height()) rgb = pixels_.pixel(px, py);
+  }
+  status_->setCursor(px, py, inside, rgb);
+}
+
+// ----- errors -------------------------------------------------------------------------
+
+void ViewerWindow::showControlError(const QString& what) {
+  const int flag = control_->LastErrorFlag();
+  const QString detail = QStringLiteral("%1 (error %2)")
+                             .arg(control_->LastErrorDescription())
+                             .arg(control_->LastErrorCode());
+  QMessageBox box(flag == qorv::error_record::FlagCritical ? QMessageBox::Critical : QMessageBox::Warning,
+                  QStringLiteral("qorv-view"), what, QMessageBox::Ok, this);
+  box.setObjectName(QStringLiteral("errorBox"));
+  box.setInformativeText(detail);
+  box.exec();
+}
+
+void ViewerWindow::showFailure(const QString& what, const QString& detail, bool critical) {
+  QMessageBox box(critical ? QMessageBox::Critical : QMessageBox::Warning, QStringLiteral("qorv-view"), what,
+                  QMessageBox::Ok, this);
+  box.setObjectName(QStringLiteral("errorBox"));
+  box.setInformativeText(detail);
+  box.exec();
+}
+
+// ----- window -------------------------------------------------------------------------
+
+void ViewerWindow::closeEvent(QCloseEvent* e) {
+  if (!keepOrDiscardChanges()) {
+    e->ignore();
+    return;
+  }
+  saveSettings();
+  e->accept();
+}
+
+void ViewerWindow::dragEnterEvent(QDragEnterEvent* e) {
+  const QList<QUrl> urls = e->mimeData()->urls();
+  if (!urls.isEmpty() && urls.first().isLocalFile()) e->acceptProposedAction();
+}
+
+void ViewerWindow::dropEvent(QDropEvent* e) {
+  const QList<QUrl> urls = e->mimeData()->urls();
+  if (urls.isEmpty() || !urls.first().isLocalFile()) return;
+  e->acceptProposedAction();
+  openPath(urls.first().toLocalFile());
+}
+
+void ViewerWindow::restoreSettings() {
+  QSettings s = settings();
+  restoreGeometry(s.value(QStringLiteral("geometry")).toByteArray());
+  restoreState(s.value(QStringLiteral("windowState")).toByteArray());
+  recent_ = s.value(QStringLiteral("recentFiles")).toStringList().mid(0, kRecentMax);
+  jpegQuality_ = std::clamp(s.value(QStringLiteral("jpegQuality"), 90).toInt(), 1, 100);
+  const qint64 budgetMiB = s.value(QStringLiteral("undoBudgetMiB"), UndoHistory::kDefaultBudget / (1024 * 1024))
+                               .toLongLong();
+  history_.setBudget(std::clamp<qint64>(budgetMiB, 0, 65536) * 1024 * 1024);
+  // The view as it was left; the control's own property persistence can
+  // take this over once it exists.
+  s.beginGroup(QStringLiteral("view"));
+  control_->setLockUpdate(true);
+  control_->setStretch(s.value(QStringLiteral("stretch"), true).toBool());
+  control_->setKeepAspect(s.value(QStringLiteral("keepAspect"), true).toBool());
+  control_->setCentered(s.value(QStringLiteral("centred"), true).toBool());
+  control_->setTiled(s.value(QStringLiteral("tiled"), false).toBool());
+  control_->setZoomFromOriginal(s.value(QStringLiteral("zoomFromOriginal"), false).toBool());
+  control_->setZoom(static_cast<qint16>(std::clamp(s.value(QStringLiteral("zoom"), 100).toInt(), 1, 3200)));
+  control_->setZoomType(std::clamp(s.value(QStringLiteral("zoomType"), 4).toInt(), 1, 4));
+  control_->setLockUpdate(false);
+  s.endGroup();
+  rebuildRecentMenu();
+  syncViewActions();
+}
+
+void ViewerWindow::saveSettings() const {
+  QSettings s = settings();
+  s.setValue(QStringLiteral("geometry"), saveGeometry());
+  s.setValue(QStringLiteral("windowState"), saveState());
+  s.setValue(QStringLiteral("recentFiles"), recent_);
+  s.setValue(QStringLiteral("jpegQuality"), jpegQuality_);
+  s.setValue(QStringLiteral("undoBudgetMiB"), history_.budget() / (1024 * 1024));
+  s.beginGroup(QStringLiteral("view"));
+  s.setValue(QStringLiteral("stretch"), control_->Stretch());
+  s.setValue(QStringLiteral("keepAspect"), control_->KeepAspect());
+  s.setValue(QStringLiteral("centred"), control_->Centered());
+  s.setValue(QStringLiteral("tiled"), control_->Tiled());
+  s.setValue(QStringLiteral("zoomFromOriginal"), control_->ZoomFromOriginal());
+  s.setValue(QStringLiteral("zoom"), static_cast<int>(control_->Zoom()));
+  s.setValue(QStringLiteral("zoomType"), control_->ZoomType());
+  s.endGroup();
+}
+
+}  // namespace qorv_view
