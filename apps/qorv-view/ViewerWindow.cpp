@@ -12,6 +12,7 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QMouseEvent>
 #include <QSettings>
 #include <QStatusBar>
 #include <QUrl>
@@ -55,8 +56,13 @@ ViewerWindow::ViewerWindow(QWidget* parent) : QMainWindow(parent), control_(new 
   });
   connect(control_, &qorv::QorvPicture::ProcessComplete, this,
           [this](const QString& description) { status_->endProgress(description); });
-  connect(control_, &qorv::QorvPicture::MouseMove, this,
-          [this](int, int, float x, float y) { pointerMoved(x, y); });
+  // The pointer is followed on the control's panes themselves, in pane pixels
+  // as the control's MouseMove reports them, so that the status bar works
+  // whether or not a button is held.
+  for (QWidget* pane : control_->findChildren<QWidget*>()) {
+    pane->setMouseTracking(true);
+    pane->installEventFilter(this);
+  }
   connect(control_, &qorv::QorvPicture::Draw, this, [this] { status_->setZoom(displayedZoom()); });
   connect(control_, &qorv::QorvPicture::PictureChanged, this, [this] { pixelsStale_ = true; });
 
@@ -230,8 +236,12 @@ void ViewerWindow::reload() {
 
 void ViewerWindow::closePicture() {
   if (!keepOrDiscardChanges()) return;
+  // Emptying the picture leaves the last frame on the control's visible pane,
+  // so a frame of nothing but the backdrop is shown first.
+  QImage backdrop(1, 1, QImage::Format_RGB32);
+  backdrop.fill(qorv::toQColor(static_cast<qorv::COLORREF>(control_->BackColor())));
+  control_->setPicture(qorv::Picture::fromImage(backdrop));
   control_->setPicture(qorv::PicturePtr());
-  control_->Cls();
   history_.clear();
   pixelsStale_ = true;
   setDocument(QString(), false);
@@ -454,7 +464,18 @@ void ViewerWindow::refreshPictureStatus() {
   status_->setZoom(displayedZoom());
 }
 
-void ViewerWindow::pointerMoved(float x, float y) {
+bool ViewerWindow::eventFilter(QObject* watched, QEvent* e) {
+  if (e->type() == QEvent::MouseMove) {
+    auto* pane = static_cast<QWidget*>(watched);
+    const QPointF at = static_cast<QMouseEvent*>(e)->position();
+    pointerMoved(at.x(), at.y(), pane->size());
+  } else if (e->type() == QEvent::Leave) {
+    status_->setCursor(0, 0, false, 0);
+  }
+  return QMainWindow::eventFilter(watched, e);
+}
+
+void ViewerWindow::pointerMoved(double x, double y, QSize pane) {
   const int w = control_->OrgPictureWidth();
   const int h = control_->OrgPictureHeight();
   const double pw = control_->PictureW();
@@ -464,8 +485,8 @@ void ViewerWindow::pointerMoved(float x, float y) {
   double left = control_->OffsetX();
   double top = control_->OffsetY();
   if (control_->Centered()) {
-    left += control_->RenderScaleWidth() / 2.0 - pw / 2.0;
-    top += control_->RenderScaleHeight() / 2.0 - ph / 2.0;
+    left += pane.width() / 2.0 - pw / 2.0;
+    top += pane.height() / 2.0 - ph / 2.0;
   }
   int px = static_cast<int>(std::floor((x - left) * w / pw));
   int py = static_cast<int>(std::floor((y - top) * h / ph));

@@ -79,6 +79,7 @@ class ViewerWindow : public QMainWindow {
   void closeEvent(QCloseEvent* e) override;
   void dragEnterEvent(QDragEnterEvent* e) override;
   void dropEvent(QDropEvent* e) override;
+  bool eventFilter(QObject* watched, QEvent* e) override;
 
  private:
   void createActions();  // ViewerActions.cpp
@@ -99,7 +100,7 @@ class ViewerWindow : public QMainWindow {
   QImage currentImage() const;
   void showImage(const QImage& img);
   void refreshPictureStatus();
-  void pointerMoved(float x, float y);
+  void pointerMoved(double x, double y, QSize pane);
 
   qorv::QorvPicture* control_;
   StatusPanel* status_;
