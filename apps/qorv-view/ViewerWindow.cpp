@@ -265,10 +265,14 @@ bool ViewerWindow::saveAsDialog() {
   QString title = QStringLiteral("Save Picture As");
   QString chosen = control_->Dialog(&pattern, control_->hWnd(), dir, &title, kOverwritePrompt, true, &filter, name);
   if (chosen.isEmpty()) return false;
-  // The filter left selected decides the format; its extension is added when
-  // the typed name lacks it, as the control's own save does.
+  // A typed extension of a writable format wins ("photo.jpg" is a JPEG
+  // whatever filter is selected); otherwise the selected filter's extension is
+  // added, as the control's own save does.
+  const int typed = QFileInfo(chosen).suffix().isEmpty()
+                        ? -1
+                        : control_->FreeImageGetFormatIndex(QFileInfo(chosen).suffix());
   const QString saveExt = control_->FreeImageGetSaveExt(filter.toInt());
-  if (!saveExt.isEmpty() && control_->FileExtension(chosen).compare(saveExt, Qt::CaseInsensitive) != 0)
+  if ((typed < 0 || !control_->FreeImageFormatCanSave(typed)) && !saveExt.isEmpty())
     chosen += u'.' + saveExt;
   int quality = jpegQuality_;
   const int format = control_->FreeImageGetFormatIndex(control_->FileExtension(chosen));

@@ -90,7 +90,11 @@ inline QRgb rgbAt(const QImage& img, int x, int y) { return img.pixel(x, y) & 0x
 
 class ViewerTest : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() { QStandardPaths::setTestModeEnabled(true); }
+  static void SetUpTestSuite() {
+    QStandardPaths::setTestModeEnabled(true);
+    // Widget dialogs that the test can fill in, whatever the desktop offers.
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+  }
 
   void SetUp() override {
     QSettings(QStringLiteral("QorvPictureBox"), QStringLiteral("qorv-view")).clear();
