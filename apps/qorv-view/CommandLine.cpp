@@ -20,6 +20,15 @@ CommandLine parseCommandLine(const QStringList& args) {
         cl.screenshot = args[++i];
       }
       if (cl.screenshot.isEmpty()) cl.error = QStringLiteral("--screenshot needs a file name");
+    } else if (!onlyPaths && a == u"--size") {
+      const QStringList wh = i + 1 < args.size() ? args[++i].split(u'x') : QStringList();
+      bool okW = false, okH = false;
+      const int w = wh.size() == 2 ? wh[0].toInt(&okW) : 0;
+      const int h = wh.size() == 2 ? wh[1].toInt(&okH) : 0;
+      if (!okW || !okH || w < 1 || h < 1 || w > 16384 || h > 16384)
+        cl.error = QStringLiteral("--size needs WIDTHxHEIGHT, each 1 to 16384");
+      else
+        cl.size = QSize(w, h);
     } else if (!onlyPaths && a.startsWith(u'-') && a.size() > 1) {
       cl.error = QStringLiteral("unknown option '%1'").arg(a);
     } else if (cl.path.isEmpty()) {
@@ -41,7 +50,8 @@ QString usageText() {
       "options:\n"
       "  -h, --help             show this help and exit\n"
       "  -V, --version          show the version and exit\n"
-      "  --screenshot OUT.png   render the window to OUT.png and exit\n"
+      "  --size WxH             open the window at this size\n"
+      "  --screenshot OUT.png   render the window to OUT.png (or .jpg) and exit\n"
       "  --                     what follows is a file name, even if it starts with '-'\n");
 }
 

@@ -2,6 +2,7 @@
 // refusal of anything else (an unknown option is never taken for a file name).
 #pragma once
 
+#include <QSize>
 #include <QString>
 #include <QStringList>
 
@@ -10,6 +11,7 @@ namespace qorv_view {
 struct CommandLine {
   QString path;        // file or folder to open; empty for none
   QString screenshot;  // render the window to this PNG and exit
+  QSize size;          // window size asked for; invalid for the saved one
   bool help = false;
   bool version = false;
   QString error;  // set when the arguments are refused

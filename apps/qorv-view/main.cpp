@@ -60,7 +60,10 @@ int main(int argc, char** argv) {
   if (cl.path.isEmpty() && !cl.screenshot.isEmpty()) cl.path = bundledSample();
 
   qorv_view::ViewerWindow window;
-  if (!cl.screenshot.isEmpty()) window.resize(900, 640);
+  if (cl.size.isValid())
+    window.resize(cl.size);
+  else if (!cl.screenshot.isEmpty())
+    window.resize(900, 640);
   window.show();
   if (!cl.path.isEmpty()) window.openPath(cl.path);
 

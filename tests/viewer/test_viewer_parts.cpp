@@ -48,7 +48,10 @@ INSTANTIATE_TEST_SUITE_P(
                       CommandCase{"unknown short option", {"-x", "a.png"}, {}, false, false, true},
                       CommandCase{"dash dash takes a dashed name", {"--", "-odd.png"}, "-odd.png", false, false, false},
                       CommandCase{"two pictures", {"a.png", "b.png"}, "a.png", false, false, true},
-                      CommandCase{"screenshot without a name", {"--screenshot"}, {}, false, false, true}),
+                      CommandCase{"screenshot without a name", {"--screenshot"}, {}, false, false, true},
+                      CommandCase{"size", {"--size", "320x200", "a.png"}, "a.png", false, false, false},
+                      CommandCase{"size of zero", {"--size", "0x200"}, {}, false, false, true},
+                      CommandCase{"size not a number", {"--size", "wide"}, {}, false, false, true}),
     [](const auto& p) { return qorv::test_support::readableName(p.param.name); });
 
 TEST(ViewerCommandLine, HelpAndVersionEndWithANewline) {
@@ -56,6 +59,7 @@ TEST(ViewerCommandLine, HelpAndVersionEndWithANewline) {
   EXPECT_TRUE(versionText().startsWith(QStringLiteral("qorv-view ")));
   EXPECT_TRUE(versionText().endsWith(u'\n'));
   EXPECT_EQ(parseCommandLine({"--screenshot", "out.png", "a.png"}).screenshot, QStringLiteral("out.png"));
+  EXPECT_EQ(parseCommandLine({"--size", "320x200"}).size, QSize(320, 200));
 }
 
 TEST(ViewerFolder, SortsNaturallyAndBrowsesWrappingAround) {
