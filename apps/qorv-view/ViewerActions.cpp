@@ -271,6 +271,19 @@ void ViewerWindow::addViewMenu(QMenu* view) {
     });
   }
 
+  // On-screen displays the control draws while the view moves.
+  const Toggle displays[] = {
+      {"viewOffsetOSD", "Show &Offset While Panning", {}, &qorv::QorvPicture::ShowOffsetOSD,
+       &qorv::QorvPicture::setShowOffsetOSD},
+      {"viewZoomOSD", "Show &Zoom While Zooming", {}, &qorv::QorvPicture::ZoomOSD, &qorv::QorvPicture::setZoomOSD},
+  };
+  QMenu* osd = view->addMenu(QStringLiteral("On-Screen &Display"));
+  for (const Toggle& t : displays) {
+    QAction* a = menuAction(osd, t.name, QString::fromLatin1(t.text), t.key);
+    a->setCheckable(true);
+    connect(a, &QAction::triggered, this, [this, t](bool on) { (control_->*t.set)(on); });
+  }
+
   QMenu* quality = view->addMenu(QStringLiteral("&Quality"));
   auto* group = new QActionGroup(quality);
   for (const QualityEntry& q : kQualities) {
@@ -300,7 +313,9 @@ void ViewerWindow::rebuildRecentMenu() {
 }
 
 void ViewerWindow::syncViewActions() {
-  const std::pair<const char*, bool> states[] = {{"viewStretch", control_->Stretch()},
+  const std::pair<const char*, bool> states[] = {{"viewOffsetOSD", control_->ShowOffsetOSD()},
+                                                 {"viewZoomOSD", control_->ZoomOSD()},
+                                                 {"viewStretch", control_->Stretch()},
                                                  {"viewKeepAspect", control_->KeepAspect()},
                                                  {"viewCentred", control_->Centered()},
                                                  {"viewTiled", control_->Tiled()}};

@@ -513,18 +513,17 @@ void ViewerWindow::pointerMoved(double x, double y, QSize pane) {
 // ----- errors -------------------------------------------------------------------------
 
 void ViewerWindow::showControlError(const QString& what) {
-  const int flag = control_->LastErrorFlag();
-  const QString detail = QStringLiteral("%1 (error %2)")
-                             .arg(control_->LastErrorDescription())
-                             .arg(control_->LastErrorCode());
-  QMessageBox box(flag == qorv::error_record::FlagCritical ? QMessageBox::Critical : QMessageBox::Warning,
-                  QStringLiteral("qorv-view"), what, QMessageBox::Ok, this);
-  box.setObjectName(QStringLiteral("errorBox"));
-  box.setInformativeText(detail);
-  box.exec();
+  // The record's flag is the message-box style the control asks for.
+  showFailure(what,
+              QStringLiteral("%1 (error %2)").arg(control_->LastErrorDescription()).arg(control_->LastErrorCode()),
+              control_->LastErrorFlag() == qorv::error_record::FlagCritical);
 }
 
 void ViewerWindow::showFailure(const QString& what, const QString& detail, bool critical) {
+  if (failureSink_) {
+    failureSink_(what, detail, critical);
+    return;
+  }
   QMessageBox box(critical ? QMessageBox::Critical : QMessageBox::Warning, QStringLiteral("qorv-view"), what,
                   QMessageBox::Ok, this);
   box.setObjectName(QStringLiteral("errorBox"));
@@ -575,6 +574,8 @@ void ViewerWindow::restoreSettings() {
   control_->setZoomFromOriginal(s.value(QStringLiteral("zoomFromOriginal"), false).toBool());
   control_->setZoom(static_cast<qint16>(std::clamp(s.value(QStringLiteral("zoom"), 100).toInt(), 1, 3200)));
   control_->setZoomType(std::clamp(s.value(QStringLiteral("zoomType"), 4).toInt(), 1, 4));
+  control_->setShowOffsetOSD(s.value(QStringLiteral("offsetOSD"), control_->ShowOffsetOSD()).toBool());
+  control_->setZoomOSD(s.value(QStringLiteral("zoomOSD"), control_->ZoomOSD()).toBool());
   control_->setLockUpdate(false);
   s.endGroup();
   rebuildRecentMenu();
@@ -596,6 +597,8 @@ void ViewerWindow::saveSettings() const {
   s.setValue(QStringLiteral("zoomFromOriginal"), control_->ZoomFromOriginal());
   s.setValue(QStringLiteral("zoom"), static_cast<int>(control_->Zoom()));
   s.setValue(QStringLiteral("zoomType"), control_->ZoomType());
+  s.setValue(QStringLiteral("offsetOSD"), control_->ShowOffsetOSD());
+  s.setValue(QStringLiteral("zoomOSD"), control_->ZoomOSD());
   s.endGroup();
 }
 

@@ -52,6 +52,10 @@ class ViewerWindow : public QMainWindow {
   QStringList loadableExtensions() const;
   // Displayed size over the picture size, in percent (0 without a picture).
   double displayedZoom() const;
+  // Where failures go instead of a message box (a run without a person to
+  // close it, such as --screenshot); null restores the message box.
+  using FailureSink = std::function<void(const QString& what, const QString& detail, bool critical)>;
+  void setFailureSink(FailureSink sink) { failureSink_ = std::move(sink); }
   // Runs an image operation with undo, error reporting and a status refresh.
   // Returns false when the operation failed (the picture is then unchanged).
   bool runImageOperation(const QString& label, const std::function<void(qorv::QorvPicture&)>& op);
@@ -113,6 +117,7 @@ class ViewerWindow : public QMainWindow {
   mutable QImage pixels_;  // the picture for colour look-ups, refreshed lazily
   mutable bool pixelsStale_ = true;
   mutable QStringList extensions_;
+  FailureSink failureSink_;
 };
 
 }  // namespace qorv_view

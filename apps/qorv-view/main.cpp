@@ -65,9 +65,19 @@ int main(int argc, char** argv) {
   else if (!cl.screenshot.isEmpty())
     window.resize(900, 640);
   window.show();
-  if (!cl.path.isEmpty()) window.openPath(cl.path);
+  if (cl.screenshot.isEmpty()) {
+    if (!cl.path.isEmpty()) window.openPath(cl.path);
+    return app.exec();
+  }
 
-  if (cl.screenshot.isEmpty()) return app.exec();
+  // Nobody is there to close a message box: failures go to stderr.
+  bool failed = false;
+  window.setFailureSink([&err, &failed](const QString& what, const QString& detail, bool) {
+    err << "qorv-view: " << what << ": " << detail << "\n";
+    failed = true;
+  });
+  if (!cl.path.isEmpty()) window.openPath(cl.path);
+  if (failed) return 1;
 
   QCoreApplication::processEvents();
   window.control().Refresh(false);
@@ -75,7 +85,9 @@ int main(int argc, char** argv) {
     err << "qorv-view: cannot write " << cl.screenshot << "\n";
     return 1;
   }
-  out << "qorv-view: rendered " << QFileInfo(cl.path).fileName() << " offscreen to "
+  const QString shown = window.currentPath().isEmpty() ? QStringLiteral("an empty window")
+                                                       : QFileInfo(window.currentPath()).fileName();
+  out << "qorv-view: rendered " << shown << " offscreen to "
       << QFileInfo(cl.screenshot).absoluteFilePath() << "\n";
   return 0;
 }

@@ -279,6 +279,8 @@ TEST_F(ViewerTest, SettingsAndRecentFilesSurviveARestart) {
   ASSERT_TRUE(window->openPath(path));
   trigger("viewTiled");
   trigger("viewQualityDelete");
+  const bool zoomOsd = !window->control().ZoomOSD();
+  trigger("viewZoomOSD");
   window->resize(500, 410);
   ASSERT_TRUE(window->close());
   window = std::make_unique<ViewerWindow>();
@@ -286,6 +288,8 @@ TEST_F(ViewerTest, SettingsAndRecentFilesSurviveARestart) {
   EXPECT_TRUE(window->control().Tiled());
   EXPECT_EQ(window->control().ZoomType(), static_cast<int>(qorv::DrawPrc::DELETE_SCANS));
   EXPECT_TRUE(window->action("viewQualityDelete")->isChecked());
+  EXPECT_EQ(window->control().ZoomOSD(), zoomOsd);
+  EXPECT_EQ(window->action("viewZoomOSD")->isChecked(), zoomOsd);
   EXPECT_EQ(window->size(), QSize(500, 410));
   window->action("fileRecent0")->trigger();
   EXPECT_EQ(window->currentPath(), QFileInfo(path).absoluteFilePath());
