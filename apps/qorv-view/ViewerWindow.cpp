@@ -122,6 +122,8 @@ bool ViewerWindow::openFile(const QString& path) {
   // Reasons the user can fix come first, in words; the control's record follows
   // for everything else.
   if (!fi.exists()) {
+    // A recent file that has gone away leaves the list.
+    if (recent_.removeAll(fi.absoluteFilePath()) > 0) rebuildRecentMenu();
     showFailure(QStringLiteral("Cannot open %1").arg(name),
                 QStringLiteral("There is no such file: %1").arg(QDir::toNativeSeparators(fi.absoluteFilePath())),
                 false);
@@ -397,6 +399,9 @@ bool ViewerWindow::runImageOperation(const QString& label, const std::function<v
     showFailure(QStringLiteral("%1 failed").arg(label), failure, true);
     return false;
   }
+  // An operation that changed nothing (a dialog cancelled inside the control,
+  // a filter with no effect) is no step to undo and no unsaved change.
+  if (currentImage() == before) return true;
   history_.recordBefore(label, before);
   pixelsStale_ = true;
   setDocument(path_, true);

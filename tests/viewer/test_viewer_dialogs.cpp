@@ -162,6 +162,17 @@ TEST_F(ViewerTest, PreferencesShowAndSetTheUndoBudget) {
   EXPECT_EQ(window->history().budget(), 0);
   trigger("imageInvert");  // nothing fits in no memory: the edit cannot be undone
   EXPECT_FALSE(window->action("editUndo")->isEnabled());
+  EXPECT_TRUE(window->isModified());
+}
+
+TEST_F(ViewerTest, AnOperationThatChangesNothingIsNoUndoStep) {
+  QImage grey(kW, kH, QImage::Format_RGB32);
+  grey.fill(qRgb(90, 90, 90));
+  ASSERT_TRUE(window->openPath(writePicture("grey.png", grey)));
+  trigger("imageGrayscale");
+  EXPECT_EQ(shown(), grey);
+  EXPECT_FALSE(window->action("editUndo")->isEnabled());
+  EXPECT_FALSE(window->isModified());
 }
 
 }  // namespace

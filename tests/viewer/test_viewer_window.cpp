@@ -293,6 +293,14 @@ TEST_F(ViewerTest, SettingsAndRecentFilesSurviveARestart) {
   EXPECT_EQ(window->size(), QSize(500, 410));
   window->action("fileRecent0")->trigger();
   EXPECT_EQ(window->currentPath(), QFileInfo(path).absoluteFilePath());
+
+  // A recent file that was deleted is reported and leaves the list.
+  window = std::make_unique<ViewerWindow>();
+  ASSERT_TRUE(QFile::remove(path));
+  modals.answer = clickButton(QMessageBox::Ok);
+  window->action("fileRecent0")->trigger();
+  EXPECT_TRUE(window->recentFiles().isEmpty());
+  EXPECT_EQ(window->action("fileRecent0"), nullptr);
 }
 
 }  // namespace
