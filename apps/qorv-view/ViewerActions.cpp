@@ -271,14 +271,18 @@ void ViewerWindow::addViewMenu(QMenu* view) {
     });
   }
 
-  // On-screen displays the control draws while the view moves.
-  const Toggle displays[] = {
+  // The control's own gestures (left drag pans, right drag and the wheel
+  // zoom) and what it shows while they run.
+  const Toggle gestures[] = {
       {"viewOffsetOSD", "Show &Offset While Panning", {}, &qorv::QorvPicture::ShowOffsetOSD,
        &qorv::QorvPicture::setShowOffsetOSD},
       {"viewZoomOSD", "Show &Zoom While Zooming", {}, &qorv::QorvPicture::ZoomOSD, &qorv::QorvPicture::setZoomOSD},
+      {"viewLiveZoom", "&Live Zoom", {}, &qorv::QorvPicture::VisualZoom, &qorv::QorvPicture::setVisualZoom},
+      {"viewWheelZoom", "&Wheel Zooms", {}, &qorv::QorvPicture::WheelZoom, &qorv::QorvPicture::setWheelZoom},
   };
-  QMenu* osd = view->addMenu(QStringLiteral("On-Screen &Display"));
-  for (const Toggle& t : displays) {
+  QMenu* osd = view->addMenu(QStringLiteral("&Gestures"));
+  osd->setObjectName(QStringLiteral("viewGestures"));
+  for (const Toggle& t : gestures) {
     QAction* a = menuAction(osd, t.name, QString::fromLatin1(t.text), t.key);
     a->setCheckable(true);
     connect(a, &QAction::triggered, this, [this, t](bool on) { (control_->*t.set)(on); });
@@ -315,6 +319,8 @@ void ViewerWindow::rebuildRecentMenu() {
 void ViewerWindow::syncViewActions() {
   const std::pair<const char*, bool> states[] = {{"viewOffsetOSD", control_->ShowOffsetOSD()},
                                                  {"viewZoomOSD", control_->ZoomOSD()},
+                                                 {"viewLiveZoom", control_->VisualZoom()},
+                                                 {"viewWheelZoom", control_->WheelZoom()},
                                                  {"viewStretch", control_->Stretch()},
                                                  {"viewKeepAspect", control_->KeepAspect()},
                                                  {"viewCentred", control_->Centered()},

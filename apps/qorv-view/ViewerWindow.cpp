@@ -12,7 +12,6 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QMimeData>
-#include <QMouseEvent>
 #include <QSettings>
 #include <QStatusBar>
 #include <QUrl>
@@ -56,13 +55,12 @@ ViewerWindow::ViewerWindow(QWidget* parent) : QMainWindow(parent), control_(new 
   });
   connect(control_, &qorv::QorvPicture::ProcessComplete, this,
           [this](const QString& description) { status_->endProgress(description); });
-  // The pointer is followed on the control's panes themselves, in pane pixels
-  // as the control's MouseMove reports them, so that the status bar works
-  // whether or not a button is held.
-  for (QWidget* pane : control_->findChildren<QWidget*>()) {
-    pane->setMouseTracking(true);
-    pane->installEventFilter(this);
-  }
+  // The control reports the pointer in its pane's pixels; leaving the control
+  // clears the position.
+  connect(control_, &qorv::QorvPicture::MouseMove, this,
+          [this](int, int, float x, float y) { pointerMoved(x, y); });
+  control_->installEventFilter(this);
+  connect(control_, &qorv::QorvPicture::Zooming, this, [this] { status_->setZoom(displayedZoom()); });
   connect(control_, &qorv::QorvPicture::Draw, this, [this] { status_->setZoom(displayedZoom()); });
   connect(control_, &qorv::QorvPicture::PictureChanged, this, [this] { pixelsStale_ = true; });
 
@@ -148,6 +146,7 @@ bool ViewerWindow::openFile(const QString& path) {
   pixelsStale_ = true;
   setDocument(fi.absoluteFilePath(), false);
   addRecent(fi.absoluteFilePath());
+  control_->setFocus();  // the keypad zooms without a click first
   refreshPictureStatus();
   updateActions();
   return true;
@@ -474,17 +473,22 @@ void ViewerWindow::refreshPictureStatus() {
 }
 
 bool ViewerWindow::eventFilter(QObject* watched, QEvent* e) {
-  if (e->type() == QEvent::MouseMove) {
-    auto* pane = static_cast<QWidget*>(watched);
-    const QPointF at = static_cast<QMouseEvent*>(e)->position();
-    pointerMoved(at.x(), at.y(), pane->size());
-  } else if (e->type() == QEvent::Leave) {
-    status_->setCursor(0, 0, false, 0);
-  }
+  if (watched == control_ && e->type() == QEvent::Leave) status_->setCursor(0, 0, false, 0);
   return QMainWindow::eventFilter(watched, e);
 }
 
-void ViewerWindow::pointerMoved(double x, double y, QSize pane) {
+QSizeF ViewerWindow::paneSize() const {
+  try {
+    return QSizeF(control_->RenderScaleWidth(), control_->RenderScaleHeight());
+  } catch (const qorv::AutomationError&) {
+    // Until the control reports its pane's scale size: the control's own
+    // size, in device pixels when the pane works in them.
+    const double ratio = control_->DevicePixels() ? control_->devicePixelRatioF() : 1.0;
+    return QSizeF(control_->width() * ratio, control_->height() * ratio);
+  }
+}
+
+void ViewerWindow::pointerMoved(double x, double y) {
   const int w = control_->OrgPictureWidth();
   const int h = control_->OrgPictureHeight();
   const double pw = control_->PictureW();
@@ -494,6 +498,7 @@ void ViewerWindow::pointerMoved(double x, double y, QSize pane) {
   double left = control_->OffsetX();
   double top = control_->OffsetY();
   if (control_->Centered()) {
+    const QSizeF pane = paneSize();
     left += pane.width() / 2.0 - pw / 2.0;
     top += pane.height() / 2.0 - ph / 2.0;
   }
@@ -581,6 +586,8 @@ void ViewerWindow::restoreSettings() {
   control_->setZoomType(std::clamp(s.value(QStringLiteral("zoomType"), 4).toInt(), 1, 4));
   control_->setShowOffsetOSD(s.value(QStringLiteral("offsetOSD"), control_->ShowOffsetOSD()).toBool());
   control_->setZoomOSD(s.value(QStringLiteral("zoomOSD"), control_->ZoomOSD()).toBool());
+  control_->setVisualZoom(s.value(QStringLiteral("liveZoom"), control_->VisualZoom()).toBool());
+  control_->setWheelZoom(s.value(QStringLiteral("wheelZoom"), control_->WheelZoom()).toBool());
   control_->setLockUpdate(false);
   s.endGroup();
   rebuildRecentMenu();
@@ -604,6 +611,8 @@ void ViewerWindow::saveSettings() const {
   s.setValue(QStringLiteral("zoomType"), control_->ZoomType());
   s.setValue(QStringLiteral("offsetOSD"), control_->ShowOffsetOSD());
   s.setValue(QStringLiteral("zoomOSD"), control_->ZoomOSD());
+  s.setValue(QStringLiteral("liveZoom"), control_->VisualZoom());
+  s.setValue(QStringLiteral("wheelZoom"), control_->WheelZoom());
   s.endGroup();
 }
 

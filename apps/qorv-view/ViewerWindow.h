@@ -104,7 +104,8 @@ class ViewerWindow : public QMainWindow {
   QImage currentImage() const;
   void showImage(const QImage& img);
   void refreshPictureStatus();
-  void pointerMoved(double x, double y, QSize pane);
+  void pointerMoved(double x, double y);
+  QSizeF paneSize() const;
 
   qorv::QorvPicture* control_;
   StatusPanel* status_;
