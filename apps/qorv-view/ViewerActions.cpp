@@ -137,9 +137,17 @@ void ViewerWindow::createActions() {
   bar->addAction(undoAct);
   bar->addAction(redoAct);
   bar->addSeparator();
-  for (const char* name : {"viewZoomIn", "viewZoomOut", "viewFit", "viewActualSize", "imageRotateLeft",
-                           "imageRotateRight"})
-    bar->addAction(action(QString::fromLatin1(name)));
+  // Short labels keep the toolbar within a small window; the tool tips keep
+  // the full names.
+  const std::pair<const char*, const char*> compact[] = {
+      {"viewZoomIn", "+"},          {"viewZoomOut", "\u2212"},         {"viewFit", "Fit"},
+      {"viewActualSize", "1:1"},    {"imageRotateLeft", "\u21BA"},     {"imageRotateRight", "\u21BB"}};
+  for (const auto& [name, label] : compact) {
+    QAction* a = action(QString::fromLatin1(name));
+    a->setToolTip(a->text().remove(u'&'));
+    a->setIconText(QString::fromUtf8(label));
+    bar->addAction(a);
+  }
 }
 
 void ViewerWindow::addImageMenu(QMenu* image) {

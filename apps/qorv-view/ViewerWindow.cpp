@@ -16,6 +16,7 @@
 #include <QStatusBar>
 #include <QUrl>
 
+#include <algorithm>
 #include <cmath>
 
 #include <QorvPictureBox/AutomationError.h>
