@@ -97,10 +97,12 @@ TEST_P(ViewerDialogOperations, ApplyWhatTheDialogSetAndUndo) {
   EXPECT_EQ(shown(), original);
 }
 
-// Combine reads its second picture from here; written once per run.
+// Combine reads its second picture from here; written once per process (CTest
+// runs cases in parallel processes) and removed at exit.
 QString whitePicture() {
+  static QTemporaryDir folder;
   static const QString path = [] {
-    const QString p = QDir::temp().filePath(QStringLiteral("qorv-view-test-white.png"));
+    const QString p = folder.filePath(QStringLiteral("white.png"));
     QImage white(kW, kH, QImage::Format_RGB32);
     white.fill(Qt::white);
     white.save(p);
