@@ -20,6 +20,11 @@ CommandLine parseCommandLine(const QStringList& args) {
         cl.screenshot = args[++i];
       }
       if (cl.screenshot.isEmpty()) cl.error = QStringLiteral("--screenshot needs a file name");
+    } else if (!onlyPaths && a == u"--settings") {
+      if (i + 1 < args.size()) cl.settings = args[++i];
+      if (cl.settings.isEmpty()) cl.error = QStringLiteral("--settings needs a file name");
+    } else if (!onlyPaths && a == u"--no-auto-rotate") {
+      cl.autoRotate = false;
     } else if (!onlyPaths && a == u"--size") {
       const QStringList wh = i + 1 < args.size() ? args[++i].split(u'x') : QStringList();
       bool okW = false, okH = false;
@@ -52,6 +57,8 @@ QString usageText() {
       "  -V, --version          show the version and exit\n"
       "  --size WxH             open the window at this size\n"
       "  --screenshot OUT.png   render the window to OUT.png (or .jpg) and exit\n"
+      "  --settings FILE.ini    keep the settings in FILE.ini instead of the user's\n"
+      "  --no-auto-rotate       show photos as stored, not turned by their orientation\n"
       "  --                     what follows is a file name, even if it starts with '-'\n");
 }
 

@@ -12,6 +12,8 @@ struct CommandLine {
   QString path;        // file or folder to open; empty for none
   QString screenshot;  // render the window to this PNG and exit
   QSize size;          // window size asked for; invalid for the saved one
+  QString settings;    // INI file for the settings; empty for the user's
+  bool autoRotate = true;  // photos upright by their orientation tag
   bool help = false;
   bool version = false;
   QString error;  // set when the arguments are refused

@@ -309,6 +309,10 @@ void ViewerWindow::addViewMenu(QMenu* view) {
   QAction* full = menuAction(view, "viewFullScreen", QStringLiteral("F&ull Screen"), QKeySequence(Qt::Key_F11));
   full->setCheckable(true);
   connect(full, &QAction::triggered, this, &ViewerWindow::toggleFullScreen);
+  view->addSeparator();
+  // Named apart from the view* commands: it stays available without a picture.
+  connect(menuAction(view, "resetViewSettings", QStringLiteral("&Reset View Settings")), &QAction::triggered, this,
+          &ViewerWindow::resetViewSettings);
 }
 
 void ViewerWindow::rebuildRecentMenu() {

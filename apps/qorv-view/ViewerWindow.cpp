@@ -5,23 +5,22 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QDir>
-#include <QDragEnterEvent>
-#include <QDropEvent>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QMenu>
 #include <QMessageBox>
-#include <QMimeData>
 #include <QSettings>
+#include <QStandardPaths>
 #include <QStatusBar>
-#include <QUrl>
 
 #include <algorithm>
 #include <cmath>
 
 #include <QorvPictureBox/AutomationError.h>
 #include <QorvPictureBox/Colors.h>
+#include <QorvPictureBox/DataObject.h>
 #include <QorvPictureBox/QorvPicture.h>
+#include <QorvPictureBox/SettingsPropertyBag.h>
 
 #include "FolderBrowser.h"
 #include "ViewerDialogs.h"
@@ -34,18 +33,45 @@ constexpr qint32 kOverwritePrompt = 0x2;  // the save dialog asks before replaci
 constexpr int kClipboardOriginal = 0;
 constexpr int kClipboardZoomed = 1;
 
-QSettings settings() { return QSettings(QStringLiteral("QorvPictureBox"), QStringLiteral("qorv-view")); }
+const QString kControlGroup = QStringLiteral("Viewer");
+
+// The control's settings in their own group of the viewer's INI file. The
+// picture comes from the file opened, so the stored "Picture" is neither
+// written nor read.
+class ControlSettings : public qorv::PropertyBag {
+ public:
+  explicit ControlSettings(QSettings& s) : settings_(s), bag_(s, kControlGroup) {}
+  // False on the first run and after a reset: the viewer's own look applies.
+  bool stored() {
+    settings_.beginGroup(kControlGroup);
+    const bool any = !settings_.allKeys().isEmpty();
+    settings_.endGroup();
+    return any;
+  }
+  QVariant ReadProperty(const QString& name, const QVariant& def) override {
+    return name == QLatin1String("Picture") ? def : bag_.ReadProperty(name, def);
+  }
+  void WriteProperty(const QString& name, const QVariant& value, const QVariant& def) override {
+    if (name != QLatin1String("Picture")) bag_.WriteProperty(name, value, def);
+  }
+  void clear() { bag_.Clear(); }
+  void sync() { bag_.Sync(); }
+
+ private:
+  QSettings& settings_;
+  qorv::SettingsPropertyBag bag_;
+};
 
 }  // namespace
 
-ViewerWindow::ViewerWindow(QWidget* parent) : QMainWindow(parent), control_(new qorv::QorvPicture) {
+ViewerWindow::ViewerWindow(QWidget* parent, const QString& settingsFile)
+    : QMainWindow(parent),
+      control_(new qorv::QorvPicture),
+      settingsPath_(settingsFile.isEmpty() ? defaultSettingsPath() : settingsFile) {
   setObjectName(QStringLiteral("qorvViewWindow"));
   setCentralWidget(control_);
-  control_->setBackColor(static_cast<qint32>(qorv::RGB(40, 44, 52)));
-  control_->setHQInitialDelay(150);
-  control_->setNoLoadingHourGlass(true);
   status_ = new StatusPanel(statusBar());
-  setAcceptDrops(true);
+  connectDrops();
 
   connect(control_, &qorv::QorvPicture::ProcessInit, this,
           [this](int max, const QString& description) { status_->beginProgress(max, description); });
@@ -68,11 +94,17 @@ ViewerWindow::ViewerWindow(QWidget* parent) : QMainWindow(parent), control_(new 
   history_.setBudget(UndoHistory::kDefaultBudget);
   createActions();
   restoreSettings();
+  control_->setAutoRotate(true);  // photos show upright, as a viewer should
   setDocument(QString(), false);
   updateActions();
 }
 
 ViewerWindow::~ViewerWindow() = default;
+
+QString ViewerWindow::defaultSettingsPath() {
+  return QDir(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation))
+      .filePath(QStringLiteral("QorvPictureBox/qorv-view.ini"));
+}
 
 QAction* ViewerWindow::action(const QString& name) const { return findChild<QAction*>(name); }
 
@@ -222,12 +254,12 @@ bool ViewerWindow::saveTo(const QString& path, int quality) {
 
 void ViewerWindow::openDialog() {
   if (!keepOrDiscardChanges()) return;
-  const QString dir = path_.isEmpty() ? settings().value(QStringLiteral("lastFolder")).toString()
+  const QString dir = path_.isEmpty() ? QSettings(settingsPath_, QSettings::IniFormat).value(QStringLiteral("lastFolder")).toString()
                                       : QFileInfo(path_).absolutePath();
   const QString chosen = control_->Dialog(control_->FreeImageLoadPattern(), control_->hWnd(), dir,
                                           QStringLiteral("Open Picture"), 0, false, QVariant(1));
   if (chosen.isEmpty()) return;
-  settings().setValue(QStringLiteral("lastFolder"), QFileInfo(chosen).absolutePath());
+  QSettings(settingsPath_, QSettings::IniFormat).setValue(QStringLiteral("lastFolder"), QFileInfo(chosen).absolutePath());
   openFile(chosen);
 }
 
@@ -260,7 +292,7 @@ bool ViewerWindow::saveAsDialog() {
   if (qorv::handleOf(control_->Picture()) == 0) return false;
   const QString ext = path_.isEmpty() ? QStringLiteral("png") : control_->FileExtension(path_);
   QVariant filter = control_->GetSaveFilterIndex(ext);
-  const QString dir = path_.isEmpty() ? settings().value(QStringLiteral("lastFolder")).toString()
+  const QString dir = path_.isEmpty() ? QSettings(settingsPath_, QSettings::IniFormat).value(QStringLiteral("lastFolder")).toString()
                                       : QFileInfo(path_).absolutePath();
   const QString name = path_.isEmpty() ? QStringLiteral("picture.png") : QFileInfo(path_).fileName();
   QString pattern = control_->FreeImageSavePattern();
@@ -284,7 +316,7 @@ bool ViewerWindow::saveAsDialog() {
     if (!q) return false;
     quality = *q;
   }
-  settings().setValue(QStringLiteral("lastFolder"), QFileInfo(chosen).absolutePath());
+  QSettings(settingsPath_, QSettings::IniFormat).setValue(QStringLiteral("lastFolder"), QFileInfo(chosen).absolutePath());
   return saveTo(chosen, quality);
 }
 
@@ -553,20 +585,36 @@ void ViewerWindow::closeEvent(QCloseEvent* e) {
   e->accept();
 }
 
-void ViewerWindow::dragEnterEvent(QDragEnterEvent* e) {
-  const QList<QUrl> urls = e->mimeData()->urls();
-  if (!urls.isEmpty() && urls.first().isLocalFile()) e->acceptProposedAction();
+void ViewerWindow::connectDrops() {
+  // Drops go through the control's own drop events: files dragged over it
+  // are offered a copy, and the first one dropped opens like File > Open.
+  auto hasFiles = [](qorv::DataObject* d) { return d && d->GetFormat(qorv::DataObject::vbCFFiles); };
+  connect(control_, &qorv::QorvPicture::OLEDragOver, this,
+          [hasFiles](qorv::DataObject* dropped, int* effect, int, int, float, float, int) {
+            *effect = hasFiles(dropped) ? 1 : 0;
+          });
+  connect(control_, &qorv::QorvPicture::OLEDragDrop, this,
+          [this, hasFiles](qorv::DataObject* dropped, int* effect, int, int, float, float) {
+            *effect = 0;
+            if (!hasFiles(dropped) || dropped->Files()->Count() == 0) return;
+            if (openPath(dropped->Files()->Item(1))) *effect = 1;
+          });
 }
 
-void ViewerWindow::dropEvent(QDropEvent* e) {
-  const QList<QUrl> urls = e->mimeData()->urls();
-  if (urls.isEmpty() || !urls.first().isLocalFile()) return;
-  e->acceptProposedAction();
-  openPath(urls.first().toLocalFile());
+void ViewerWindow::applyViewerDefaults() {
+  control_->setLockUpdate(true);
+  control_->setBackColor(static_cast<qint32>(qorv::RGB(40, 44, 52)));
+  control_->setHQInitialDelay(150);
+  control_->setZoomType(4);  // halftone once the view has settled
+  control_->setNoLoadingHourGlass(true);
+  control_->setStretch(true);
+  control_->setKeepAspect(true);
+  control_->setCentered(true);
+  control_->setLockUpdate(false);
 }
 
 void ViewerWindow::restoreSettings() {
-  QSettings s = settings();
+  QSettings s(settingsPath_, QSettings::IniFormat);
   restoreGeometry(s.value(QStringLiteral("geometry")).toByteArray());
   restoreState(s.value(QStringLiteral("windowState")).toByteArray());
   recent_ = s.value(QStringLiteral("recentFiles")).toStringList().mid(0, kRecentMax);
@@ -574,47 +622,54 @@ void ViewerWindow::restoreSettings() {
   const qint64 budgetMiB = s.value(QStringLiteral("undoBudgetMiB"), UndoHistory::kDefaultBudget / (1024 * 1024))
                                .toLongLong();
   history_.setBudget(std::clamp<qint64>(budgetMiB, 0, 65536) * 1024 * 1024);
-  // The view as it was left; the control's own property persistence can
-  // take this over once it exists.
-  s.beginGroup(QStringLiteral("view"));
-  control_->setLockUpdate(true);
-  control_->setStretch(s.value(QStringLiteral("stretch"), true).toBool());
-  control_->setKeepAspect(s.value(QStringLiteral("keepAspect"), true).toBool());
-  control_->setCentered(s.value(QStringLiteral("centred"), true).toBool());
-  control_->setTiled(s.value(QStringLiteral("tiled"), false).toBool());
-  control_->setZoomFromOriginal(s.value(QStringLiteral("zoomFromOriginal"), false).toBool());
-  control_->setZoom(static_cast<qint16>(std::clamp(s.value(QStringLiteral("zoom"), 100).toInt(), 1, 3200)));
-  control_->setZoomType(std::clamp(s.value(QStringLiteral("zoomType"), 4).toInt(), 1, 4));
-  control_->setShowOffsetOSD(s.value(QStringLiteral("offsetOSD"), control_->ShowOffsetOSD()).toBool());
-  control_->setZoomOSD(s.value(QStringLiteral("zoomOSD"), control_->ZoomOSD()).toBool());
-  control_->setVisualZoom(s.value(QStringLiteral("liveZoom"), control_->VisualZoom()).toBool());
-  control_->setWheelZoom(s.value(QStringLiteral("wheelZoom"), control_->WheelZoom()).toBool());
-  control_->setLockUpdate(false);
-  s.endGroup();
+  // The view as it was left is the control's own stored properties.
+  settingsProblem_.clear();
+  try {
+    ControlSettings bag(s);
+    if (bag.stored())
+      control_->ReadProperties(bag);
+    else
+      applyViewerDefaults();
+  } catch (const qorv::AutomationError& e) {
+    // A damaged file costs the settings after the bad key, not the viewer.
+    settingsProblem_ = QString::fromStdString(e.description());
+    statusBar()->showMessage(QStringLiteral("Settings partly restored: %1").arg(settingsProblem_));
+  }
+  control_->setOLEDropMode(1);  // a file dropped on the picture opens
   rebuildRecentMenu();
   syncViewActions();
 }
 
-void ViewerWindow::saveSettings() const {
-  QSettings s = settings();
+void ViewerWindow::saveSettings() {
+  QSettings s(settingsPath_, QSettings::IniFormat);
   s.setValue(QStringLiteral("geometry"), saveGeometry());
   s.setValue(QStringLiteral("windowState"), saveState());
   s.setValue(QStringLiteral("recentFiles"), recent_);
   s.setValue(QStringLiteral("jpegQuality"), jpegQuality_);
   s.setValue(QStringLiteral("undoBudgetMiB"), history_.budget() / (1024 * 1024));
-  s.beginGroup(QStringLiteral("view"));
-  s.setValue(QStringLiteral("stretch"), control_->Stretch());
-  s.setValue(QStringLiteral("keepAspect"), control_->KeepAspect());
-  s.setValue(QStringLiteral("centred"), control_->Centered());
-  s.setValue(QStringLiteral("tiled"), control_->Tiled());
-  s.setValue(QStringLiteral("zoomFromOriginal"), control_->ZoomFromOriginal());
-  s.setValue(QStringLiteral("zoom"), static_cast<int>(control_->Zoom()));
-  s.setValue(QStringLiteral("zoomType"), control_->ZoomType());
-  s.setValue(QStringLiteral("offsetOSD"), control_->ShowOffsetOSD());
-  s.setValue(QStringLiteral("zoomOSD"), control_->ZoomOSD());
-  s.setValue(QStringLiteral("liveZoom"), control_->VisualZoom());
-  s.setValue(QStringLiteral("wheelZoom"), control_->WheelZoom());
-  s.endGroup();
+  try {
+    ControlSettings bag(s);
+    control_->WriteProperties(bag);
+    bag.sync();
+  } catch (const qorv::AutomationError& e) {
+    showFailure(QStringLiteral("Settings not saved"), QString::fromStdString(e.description()), false);
+  }
+}
+
+void ViewerWindow::resetViewSettings() {
+  {
+    QSettings s(settingsPath_, QSettings::IniFormat);
+    ControlSettings bag(s);
+    bag.clear();
+  }
+  const bool autoRotate = control_->AutoRotate();
+  control_->InitProperties();
+  applyViewerDefaults();
+  control_->setOLEDropMode(1);
+  control_->setAutoRotate(autoRotate);
+  control_->Refresh(true);
+  syncViewActions();
+  status_->setZoom(displayedZoom());
 }
 
 }  // namespace qorv_view

@@ -30,7 +30,9 @@ class ViewerWindow : public QMainWindow {
  public:
   static constexpr int kRecentMax = 10;
 
-  explicit ViewerWindow(QWidget* parent = nullptr);
+  // `settingsFile` is the INI file the window and the control's settings are
+  // kept in; empty for the user's (defaultSettingsPath()).
+  explicit ViewerWindow(QWidget* parent = nullptr, const QString& settingsFile = QString());
   ~ViewerWindow() override;
 
   qorv::QorvPicture& control() { return *control_; }
@@ -48,6 +50,11 @@ class ViewerWindow : public QMainWindow {
   QString currentPath() const { return path_; }
   bool isModified() const { return modified_; }
   QStringList recentFiles() const { return recent_; }
+  static QString defaultSettingsPath();
+  QString settingsPath() const { return settingsPath_; }
+  // Why the stored settings were only partly restored; empty when they were
+  // read whole (or there were none).
+  QString settingsProblem() const { return settingsProblem_; }
   // File extensions (lower case, no dot) the control can load.
   QStringList loadableExtensions() const;
   // Displayed size over the picture size, in percent (0 without a picture).
@@ -78,11 +85,12 @@ class ViewerWindow : public QMainWindow {
   void zoomBy(double factor);
   void toggleFullScreen();
   void preferences();
+  // Forgets the stored view settings: the control starts from its defaults
+  // with the viewer's own look.
+  void resetViewSettings();
 
  protected:
   void closeEvent(QCloseEvent* e) override;
-  void dragEnterEvent(QDragEnterEvent* e) override;
-  void dropEvent(QDropEvent* e) override;
   bool eventFilter(QObject* watched, QEvent* e) override;
 
  private:
@@ -93,7 +101,9 @@ class ViewerWindow : public QMainWindow {
   void syncViewActions();
   void updateActions();
   void restoreSettings();
-  void saveSettings() const;
+  void saveSettings();
+  void applyViewerDefaults();
+  void connectDrops();
 
   bool openFile(const QString& path);
   bool keepOrDiscardChanges();  // false: the user cancelled
@@ -111,6 +121,8 @@ class ViewerWindow : public QMainWindow {
   StatusPanel* status_;
   UndoHistory history_;
   QString path_;
+  QString settingsPath_;
+  QString settingsProblem_;
   bool modified_ = false;
   QStringList recent_;
   QMenu* recentMenu_ = nullptr;

@@ -1,7 +1,8 @@
 // qorv-view: a picture viewer and editor on the QorvPicture control.
 //   qorv-view [OPTIONS] [FILE | FOLDER]
 // Without a display (or with --screenshot) the window is rendered offscreen to
-// a PNG whose path is printed.
+// a PNG whose path is printed. The window's and the control's settings are
+// kept across runs in ~/.config/QorvPictureBox/qorv-view.ini (or --settings).
 #include <QApplication>
 #include <QDir>
 #include <QFileInfo>
@@ -59,7 +60,10 @@ int main(int argc, char** argv) {
   // still renders something worth looking at.
   if (cl.path.isEmpty() && !cl.screenshot.isEmpty()) cl.path = bundledSample();
 
-  qorv_view::ViewerWindow window;
+  qorv_view::ViewerWindow window(nullptr, cl.settings);
+  if (!window.settingsProblem().isEmpty())
+    err << "qorv-view: settings partly restored: " << window.settingsProblem() << "\n";
+  window.control().setAutoRotate(cl.autoRotate);
   if (cl.size.isValid())
     window.resize(cl.size);
   else if (!cl.screenshot.isEmpty())
@@ -85,6 +89,7 @@ int main(int argc, char** argv) {
     err << "qorv-view: cannot write " << cl.screenshot << "\n";
     return 1;
   }
+  window.close();  // keeps the settings, as closing the window does
   const QString shown = window.currentPath().isEmpty() ? QStringLiteral("an empty window")
                                                        : QFileInfo(window.currentPath()).fileName();
   out << "qorv-view: rendered " << shown << " offscreen to "

@@ -10,7 +10,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QMessageBox>
-#include <QSettings>
+#include <QFile>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -97,7 +97,7 @@ class ViewerTest : public ::testing::Test {
   }
 
   void SetUp() override {
-    QSettings(QStringLiteral("QorvPictureBox"), QStringLiteral("qorv-view")).clear();
+    QFile::remove(ViewerWindow::defaultSettingsPath());
     ASSERT_TRUE(dir.isValid());
     window = std::make_unique<ViewerWindow>();
     window->resize(640, 480);

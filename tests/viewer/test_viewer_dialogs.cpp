@@ -66,15 +66,21 @@ TEST_F(ViewerTest, OpensAndSavesAsThroughTheControlsDialogs) {
   const QImage saved(out);
   EXPECT_EQ(saved.size(), QSize(kW, kH));
 
-  // A dropped file opens like any other.
+  // A file dropped on the picture opens like any other, through the
+  // control's own drop events.
   const QString dropped = writePicture("dropped.png", patternImage(9, 9));
+  // The picture's pane is the control's child that takes drops.
+  QWidget* pane = nullptr;
+  for (QWidget* w : window->control().findChildren<QWidget*>())
+    if (w->acceptDrops()) pane = w;
+  ASSERT_NE(pane, nullptr);
   QMimeData mime;
   mime.setUrls({QUrl::fromLocalFile(dropped)});
   QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &mime, Qt::NoButton, Qt::NoModifier);
-  QCoreApplication::sendEvent(window.get(), &enter);
+  QCoreApplication::sendEvent(pane, &enter);
   EXPECT_TRUE(enter.isAccepted());
   QDropEvent drop(QPointF(5, 5), Qt::CopyAction, &mime, Qt::NoButton, Qt::NoModifier);
-  QCoreApplication::sendEvent(window.get(), &drop);
+  QCoreApplication::sendEvent(pane, &drop);
   EXPECT_EQ(window->currentPath(), dropped);
 }
 

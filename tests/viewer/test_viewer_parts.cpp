@@ -50,6 +50,9 @@ INSTANTIATE_TEST_SUITE_P(
                       CommandCase{"two pictures", {"a.png", "b.png"}, "a.png", false, false, true},
                       CommandCase{"screenshot without a name", {"--screenshot"}, {}, false, false, true},
                       CommandCase{"size", {"--size", "320x200", "a.png"}, "a.png", false, false, false},
+                      CommandCase{"settings file and no auto rotation",
+                                  {"--settings", "v.ini", "--no-auto-rotate", "a.png"}, "a.png", false, false, false},
+                      CommandCase{"settings without a name", {"--settings"}, {}, false, false, true},
                       CommandCase{"size of zero", {"--size", "0x200"}, {}, false, false, true},
                       CommandCase{"size not a number", {"--size", "wide"}, {}, false, false, true}),
     [](const auto& p) { return qorv::test_support::readableName(p.param.name); });
@@ -60,6 +63,9 @@ TEST(ViewerCommandLine, HelpAndVersionEndWithANewline) {
   EXPECT_TRUE(versionText().endsWith(u'\n'));
   EXPECT_EQ(parseCommandLine({"--screenshot", "out.png", "a.png"}).screenshot, QStringLiteral("out.png"));
   EXPECT_EQ(parseCommandLine({"--size", "320x200"}).size, QSize(320, 200));
+  EXPECT_EQ(parseCommandLine({"--settings", "v.ini"}).settings, QStringLiteral("v.ini"));
+  EXPECT_TRUE(parseCommandLine({}).autoRotate);
+  EXPECT_FALSE(parseCommandLine({"--no-auto-rotate"}).autoRotate);
 }
 
 TEST(ViewerFolder, SortsNaturallyAndBrowsesWrappingAround) {

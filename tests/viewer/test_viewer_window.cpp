@@ -294,6 +294,17 @@ TEST_F(ViewerTest, SettingsAndRecentFilesSurviveARestart) {
   window->action("fileRecent0")->trigger();
   EXPECT_EQ(window->currentPath(), QFileInfo(path).absoluteFilePath());
 
+  // Reset forgets the stored view: the viewer's own look is back, and the
+  // next start finds nothing of the old view either.
+  window->action("resetViewSettings")->trigger();
+  EXPECT_FALSE(window->control().Tiled());
+  EXPECT_EQ(window->control().ZoomType(), 4);
+  EXPECT_TRUE(window->action("viewQualityHalftone")->isChecked());
+  EXPECT_TRUE(window->control().AutoRotate());
+  EXPECT_EQ(window->control().OLEDropMode(), 1);
+  window = std::make_unique<ViewerWindow>();
+  EXPECT_FALSE(window->control().Tiled());
+
   // A recent file that was deleted is reported and leaves the list.
   window = std::make_unique<ViewerWindow>();
   ASSERT_TRUE(QFile::remove(path));
