@@ -11,6 +11,8 @@
 #include <QStyle>
 #include <QToolBar>
 
+#include <stdexcept>
+
 #include <QorvPictureBox/AutomationError.h>
 #include <QorvPictureBox/QorvEnums.h>
 #include <QorvPictureBox/QorvPicture.h>
@@ -120,6 +122,8 @@ void ViewerWindow::createActions() {
   addImageMenu(image);
   addViewMenu(view);
 
+  connect(menuAction(help, "helpAboutControl", QStringLiteral("About the &Picture Control")), &QAction::triggered,
+          this, [this] { control_->ShowAbout(); });
   connect(menuAction(help, "helpAbout", QStringLiteral("&About qorv-view")), &QAction::triggered, this, [this] {
     QMessageBox::about(this, QStringLiteral("About qorv-view"),
                        versionText() + QStringLiteral("\nA picture viewer and editor on the QorvPicture control."));
@@ -211,6 +215,48 @@ void ViewerWindow::addImageMenu(QMenu* image) {
       runImageOperation(label, [f](qorv::QorvPicture& c) { c.Flip(static_cast<qint32>(f.how)); });
     });
   }
+  QAction* angle = menuAction(image, "imageRotateAngle", QStringLiteral("Rotate by &Angle..."));
+  connect(angle, &QAction::triggered, this, [this] {
+    const auto v = askValue(this, QStringLiteral("Rotate by angle"),
+                            QStringLiteral("Degrees (clockwise, negative turns back):"), 15, -360, 360);
+    if (!v) return;
+    runImageOperation(QStringLiteral("Rotate by angle"), [v](qorv::QorvPicture& c) {
+      // Bilinear, corners in the viewer's backdrop colour.
+      if (!c.RotateAngle(*v, QVariant(), 1)) throw std::runtime_error(c.LastErrorDescription().toStdString());
+    });
+  });
+  image->addSeparator();
+  // The control's hue dialog previews on the picture itself; Cancel leaves
+  // it as it was, which runImageOperation then takes as no step.
+  connect(menuAction(image, "imageColourise", QStringLiteral("Colo&urise...")), &QAction::triggered, this,
+          [this] { runImageOperation(QStringLiteral("Colourise"), [](qorv::QorvPicture& c) { c.Colourise(); }); });
+  QMenu* palette = image->addMenu(QStringLiteral("&Palette"));
+  palette->setObjectName(QStringLiteral("imagePalette"));
+  struct PaletteEntry {
+    const char* name;
+    const char* text;
+    int index;
+  };
+  for (const PaletteEntry& p : {PaletteEntry{"imagePaletteWeb", "&Web-Safe Colours", 0},
+                                PaletteEntry{"imagePaletteEga", "&EGA 16 Colours", 1},
+                                PaletteEntry{"imagePaletteGrey", "256 &Greys", 2},
+                                PaletteEntry{"imagePaletteMono", "&Black and White", 3}}) {
+    const QString label = QStringLiteral("Palette: %1").arg(QString::fromLatin1(p.text).remove(u'&'));
+    connect(menuAction(palette, p.name, QString::fromLatin1(p.text)), &QAction::triggered, this, [this, p, label] {
+      runImageOperation(label, [p](qorv::QorvPicture& c) { c.ApplyBuiltInPalette(p.index); });
+    });
+  }
+  palette->addSeparator();
+  connect(menuAction(palette, "imagePaletteFile", QStringLiteral("From &File...")), &QAction::triggered, this,
+          [this] {
+            const QString file = control_->Dialog(
+                QStringLiteral("Palettes (*.pal *.gpl *.act)|*.pal;*.gpl;*.act|All files (*.*)|*.*"),
+                control_->hWnd(), QFileInfo(path_).absolutePath(), QStringLiteral("Palette"), 0, false, QVariant(1));
+            if (file.isEmpty()) return;
+            runImageOperation(QStringLiteral("Palette from file"), [&file](qorv::QorvPicture& c) {
+              if (!c.LoadPalette(file)) throw std::runtime_error(c.LastErrorDescription().toStdString());
+            });
+          });
   image->addSeparator();
   connect(menuAction(image, "imageResample", QStringLiteral("Re&sample...")), &QAction::triggered, this, [this] {
     const auto size = askSize(this, QSize(control_->OrgPictureWidth(), control_->OrgPictureHeight()));

@@ -120,6 +120,13 @@ QString whitePicture() {
 INSTANTIATE_TEST_SUITE_P(
     Viewer, ViewerDialogOperations,
     ::testing::Values(
+        DialogCase{"imageRotateAngle",
+                   fillAndAccept([](QDialog* d) { static_cast<QInputDialog*>(d)->setIntValue(90); }),
+                   [](const QImage& b, const QImage& a) {
+                     // A right angle is an exact quarter turn clockwise.
+                     return a.width() == b.height() && a.height() == b.width() &&
+                            rgbAt(a, b.height() - 1 - 2, 5) == rgbAt(b, 5, 2);
+                   }},
         DialogCase{"imageDarken",
                    fillAndAccept([](QDialog* d) { static_cast<QInputDialog*>(d)->setIntValue(128); }),
                    [](const QImage& b, const QImage& a) {
