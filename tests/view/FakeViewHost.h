@@ -11,6 +11,9 @@
 #include <utility>
 #include <vector>
 
+#include <gtest/gtest.h>
+
+#include "platform/Clock.h"
 #include "view/ViewEngine.h"
 
 namespace qorv::view::testing {
@@ -59,6 +62,27 @@ class FakeHost : public ViewHost {
   std::function<void()> onYield;
   // Plays the host's event handlers; may change by-reference arguments.
   std::function<void(EventId, QVariantList&)> handler;
+};
+
+// A view engine on a FakeHost, laid out at the given size, with the clock
+// under the test's control for as long as the test runs.
+class EngineFixture : public ::testing::Test {
+ protected:
+  explicit EngineFixture(int width = 300, int height = 200) : width_(width), height_(height) {}
+  void SetUp() override {
+    setClock(&clock);
+    host.engine = &engine;
+    engine.layout(width_, height_);
+  }
+  void TearDown() override { setClock(nullptr); }
+
+  ManualClock clock;
+  FakeHost host;
+  ViewEngine engine{host};
+
+ private:
+  int width_;
+  int height_;
 };
 
 }  // namespace qorv::view::testing

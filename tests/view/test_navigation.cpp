@@ -24,14 +24,9 @@ using testing::FakeHost;
 constexpr int L = input::LeftButton;
 constexpr int R = input::RightButton;
 
-class NavigationTest : public ::testing::Test {
+class NavigationTest : public testing::EngineFixture {
  protected:
-  void SetUp() override {
-    setClock(&clock);
-    host.engine = &engine;
-    engine.layout(600, 400);
-  }
-  void TearDown() override { setClock(nullptr); }
+  NavigationTest() : EngineFixture(600, 400) {}
   // A picture shown at its own size.
   void place(int w, int h) {
     engine.state().zoomFromOriginal = true;
@@ -56,10 +51,6 @@ class NavigationTest : public ::testing::Test {
       if (e != skipped) v.push_back(e);
     return v;
   }
-
-  ManualClock clock;
-  FakeHost host;
-  ViewEngine engine{host};
 };
 
 template <class T>

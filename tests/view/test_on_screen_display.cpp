@@ -34,12 +34,10 @@ QRect boundsOf(const QImage& img, std::initializer_list<COLORREF> colours) {
   return r;
 }
 
-class OnScreenDisplayTest : public ::testing::Test {
+class OnScreenDisplayTest : public testing::EngineFixture {
  protected:
   void SetUp() override {
-    setClock(&clock);
-    host.engine = &engine;
-    engine.layout(300, 200);
+    EngineFixture::SetUp();
     QImage black(400, 300, QImage::Format_RGB32);
     black.fill(Qt::black);
     engine.assignPicture(Picture::fromImage(black), false);
@@ -51,13 +49,8 @@ class OnScreenDisplayTest : public ::testing::Test {
     o.shadow = false;
     host.events.clear();
   }
-  void TearDown() override { setClock(nullptr); }
   PictureBox& pane() { return engine.panes().picPane; }
   QImage shown() { return pane().imageView().copy(); }
-
-  ManualClock clock;
-  FakeHost host;
-  ViewEngine engine{host};
 };
 
 TEST_F(OnScreenDisplayTest, TheShadowIsDrawnFirstSoTheTextCoversIt) {

@@ -22,22 +22,12 @@ namespace {
 
 using testing::FakeHost;
 
-class ViewEngineTest : public ::testing::Test {
+class ViewEngineTest : public testing::EngineFixture {
  protected:
-  void SetUp() override {
-    setClock(&clock);
-    host.engine = &engine;
-    engine.layout(300, 200);
-  }
-  void TearDown() override { setClock(nullptr); }
   void place(int w, int h) {
     engine.assignPicture(Picture::fromImage(testmodel::patternImage(w, h)), false);
     host.events.clear();
   }
-
-  ManualClock clock;
-  FakeHost host;
-  ViewEngine engine{host};
 };
 
 TEST_F(ViewEngineTest, RendersOnlyWithAPictureAndRaisesDrawThroughTheHost) {
