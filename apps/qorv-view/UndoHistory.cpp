@@ -30,27 +30,22 @@ void UndoHistory::recordBefore(const QString& label, const QImage& before) {
   push(undo_, Step{label, before});
 }
 
-QImage UndoHistory::undo(const QImage& current) {
-  if (undo_.empty()) return QImage();
-  Step step = std::move(undo_.back());
-  undo_.pop_back();
-  used_ -= cost(step.picture);
-  QImage shown = step.picture;
-  step.picture = current;
-  push(redo_, std::move(step));
+// Undo and redo are the same move in opposite directions: the step leaves one
+// side, shows its picture, and goes to the other side holding what was shown.
+QImage UndoHistory::moveStep(std::deque<Step>& from, std::deque<Step>& to, const QImage& current) {
+  if (from.empty()) return QImage();
+  Step moved = std::move(from.back());
+  from.pop_back();
+  used_ -= cost(moved.picture);
+  QImage shown = std::move(moved.picture);
+  moved.picture = current;
+  push(to, std::move(moved));
   return shown;
 }
 
-QImage UndoHistory::redo(const QImage& current) {
-  if (redo_.empty()) return QImage();
-  Step step = std::move(redo_.back());
-  redo_.pop_back();
-  used_ -= cost(step.picture);
-  QImage shown = step.picture;
-  step.picture = current;
-  push(undo_, std::move(step));
-  return shown;
-}
+QImage UndoHistory::undo(const QImage& current) { return moveStep(undo_, redo_, current); }
+
+QImage UndoHistory::redo(const QImage& current) { return moveStep(redo_, undo_, current); }
 
 void UndoHistory::clear() {
   undo_.clear();

@@ -46,6 +46,7 @@ class UndoHistory {
  private:
   static qint64 cost(const QImage& img) { return img.sizeInBytes(); }
   void push(std::deque<Step>& side, Step step);
+  QImage moveStep(std::deque<Step>& from, std::deque<Step>& to, const QImage& current);
   void trim();
 
   qint64 budget_;
