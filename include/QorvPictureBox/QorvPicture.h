@@ -120,6 +120,7 @@ class QorvPicture : public QWidget {
   Q_PROPERTY(bool AllowUnlistedFormats READ AllowUnlistedFormats WRITE setAllowUnlistedFormats)
   Q_PROPERTY(bool AutoRotate READ AutoRotate WRITE setAutoRotate)
   Q_PROPERTY(bool SyncOnSave READ SyncOnSave WRITE setSyncOnSave)
+  Q_PROPERTY(bool ShowTransparency READ ShowTransparency WRITE setShowTransparency)
   // The Qt surface, after the classic members (see below).
   Q_PROPERTY(QColor backgroundColor READ backgroundColor WRITE setBackgroundColor NOTIFY backgroundColorChanged)
   Q_PROPERTY(QColor foregroundColor READ foregroundColor WRITE setForegroundColor NOTIFY foregroundColorChanged)
@@ -450,6 +451,19 @@ class QorvPicture : public QWidget {
   // error 5. Progress events "Rotate", one per row of the result.
   Q_INVOKABLE bool RotateAngle(double Degrees, const QVariant& BackColor = QVariant(), qint32 Quality = 1);
 
+  // Whether a picture's transparency is shown: its transparent and
+  // translucent pixels over a checkerboard of light greys (8-pixel squares
+  // anchored at the pane's corner) instead of as their opaque colours.
+  // Default False. The alpha is kept only by loads made while it is True
+  // (LoadFreeImage, LoadVBPicture) and by setImage with an image that has
+  // one; turning it off and on again shows the kept alpha at once. The
+  // picture itself stays opaque, as always: image operations, saving, the
+  // clipboard and Picture/Image see the same pixels as without it, and an
+  // operation that changes the picture (a filter, a rotation, a resample...)
+  // or assigning another picture drops the alpha.
+  bool ShowTransparency() const;
+  void setShowTransparency(bool v);
+
   // ===== The Qt surface ==========================================================
   // For Qt code and QML, beside the classic members and never changing them:
   // names that hide no QWidget member, Qt value types, NOTIFY signals, no
@@ -479,9 +493,11 @@ class QorvPicture : public QWidget {
   // (OffsetX, OffsetY); assigning moves both before one redraw, as Offset does.
   QPoint offset() const;
   void setOffset(const QPoint& offset);
-  // A copy of the picture (Format_RGB32; null when there is none). Assigning
-  // replaces the picture as the Picture property does; an alpha channel is
-  // dropped (pixels keep their colour, made opaque), as loading a file does.
+  // A copy of the picture (Format_RGB32; null when there is none; while
+  // ShowTransparency keeps an alpha for it, Format_ARGB32 with that alpha).
+  // Assigning replaces the picture as the Picture property does; an alpha
+  // channel is dropped (pixels keep their colour, made opaque) unless
+  // ShowTransparency is True, which keeps it for display.
   QImage image() const;
   void setImage(const QImage& image);
   // True while a filter runs (between ProcessInit and ProcessComplete).

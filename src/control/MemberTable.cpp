@@ -718,6 +718,8 @@ std::vector<DispatchMember> extensionMembers() {
                return QVariant(c.RotateAngle(req<double>(a, 0), a.value(1), opt<qint32>(a, 2, 1)));
              },
              "Rotates the picture by any angle, clockwise for positive degrees; the picture grows to hold it."),
+      property("ShowTransparency", "Get/Let", "Boolean", field<&ViewState::showTransparency>(), Render, false,
+               "If enabled, pictures loaded with transparency show it over a checkerboard."),
   };
 }
 

@@ -488,12 +488,14 @@ qint32 QorvPicture::OrgPictureHeight() const { return d_->view.orgPictureHeight(
 
 PicturePtr QorvPicture::Picture() const { return d_->Buffer().Picture(); }
 
-void QorvPicture::setPicture(const PicturePtr& v) {
-  ClearError();
-  d_->settings.sourceBitsPerPixel = 0;
-  d_->view.assignPicture(v, d_->settings.fastLoad);
-  d_->reportChanged(QStringLiteral("Picture"));
-  d_->raise(EventId::PictureChanged);
+void QorvPicture::setPicture(const PicturePtr& v) { d_->assignPicture(v, AlphaMask{}); }
+
+void QorvPicturePrivate::assignPicture(const PicturePtr& picture, AlphaMask alpha) {
+  q.ClearError();
+  settings.sourceBitsPerPixel = 0;
+  view.assignPicture(picture, settings.fastLoad, std::move(alpha));
+  reportChanged(QStringLiteral("Picture"));
+  raise(EventId::PictureChanged);
 }
 
 // Both offsets before a single render.
@@ -524,6 +526,8 @@ bool QorvPicture::AutoRotate() const { return value<bool>(*this, "AutoRotate"); 
 void QorvPicture::setAutoRotate(bool v) { assign(*this, "AutoRotate", v); }
 bool QorvPicture::SyncOnSave() const { return value<bool>(*this, "SyncOnSave"); }
 void QorvPicture::setSyncOnSave(bool v) { assign(*this, "SyncOnSave", v); }
+bool QorvPicture::ShowTransparency() const { return value<bool>(*this, "ShowTransparency"); }
+void QorvPicture::setShowTransparency(bool v) { assign(*this, "ShowTransparency", v); }
 
 qint32 QorvPicture::GetTicks() { return static_cast<qint32>(gdi::GetTickCount()); }
 

@@ -19,6 +19,7 @@
 #include "platform/FileDialog.h"
 #include "platform/Host.h"
 #include "platform/PictureBox.h"
+#include "platform/PictureLoad.h"
 
 namespace qorv {
 
@@ -89,6 +90,7 @@ bool QorvPicture::LoadFreeImage(QString* StrFilePath, qint32 ForceType, QString*
   request.timeoutMs = d_->settings.loadTimeout > 0 ? d_->settings.loadTimeout : imageio::DefaultLoadTimeoutMs;
   request.allowUnlisted = d_->settings.allowUnlistedFormats;
   request.autoRotate = d_->settings.autoRotate;
+  request.keepAlpha = d_->view.state().showTransparency;
   imageio::LoadedPicture loaded = imageio::LoadPicture(request);
   if (!loaded.outcome.ok()) {
     d_->setError(loaded.outcome.code, loaded.outcome.description, loaded.outcome.flag);
@@ -97,7 +99,8 @@ bool QorvPicture::LoadFreeImage(QString* StrFilePath, qint32 ForceType, QString*
   // Buffer shows the loaded picture, sharing its pixels, and the picture
   // becomes the current one.
   d_->Buffer().placePicture(loaded.picture);
-  d_->completeLoad(path, loaded.outcome.fif, loaded.outcome.bitsPerPixel, DoNotRender, std::move(loaded.picture));
+  d_->completeLoad(path, loaded.outcome.fif, loaded.outcome.bitsPerPixel, DoNotRender, std::move(loaded.picture),
+                   std::move(loaded.alpha));
   return true;
 }
 
@@ -123,7 +126,8 @@ bool QorvPicture::LoadVBPicture(QString* StrFilePath, QString* InitDir, bool DoN
   PointerRestore pointer;
   if (!d_->settings.noLoadingHourGlass) showBusy();
 
-  const PicturePtr pic = Picture::load(path);
+  AlphaMask alpha;
+  const PicturePtr pic = LoadPlatformPicture(path, nullptr, d_->view.state().showTransparency ? &alpha : nullptr);
   if (!pic) {
     d_->setError(error_record::InvalidFileFormat, QStringLiteral("Invalid file format!"), error_record::FlagCritical);
     return false;
@@ -136,7 +140,7 @@ bool QorvPicture::LoadVBPicture(QString* StrFilePath, QString* InitDir, bool DoN
   // The platform loader converts as it reads; the file's own depth comes from
   // its header.
   const int depth = QImage::toPixelFormat(QImageReader(path).imageFormat()).bitsPerPixel();
-  d_->completeLoad(path, imageio::GetFIFFormatFromExtension(path), depth, DoNotRender, nullptr);
+  d_->completeLoad(path, imageio::GetFIFFormatFromExtension(path), depth, DoNotRender, nullptr, std::move(alpha));
   return true;
 }
 
@@ -153,7 +157,7 @@ bool QorvPicturePrivate::askForLoadPath(QString& path, QString& initDir, const Q
 }
 
 void QorvPicturePrivate::completeLoad(const QString& path, std::int32_t fif, std::int32_t bitsPerPixel,
-                                      bool doNotRender, PicturePtr placed) {
+                                      bool doNotRender, PicturePtr placed, AlphaMask alpha) {
   PictureBox& buffer = Buffer();
   settings.currentFile = path;
   settings.sourceBitsPerPixel = bitsPerPixel;
@@ -165,6 +169,7 @@ void QorvPicturePrivate::completeLoad(const QString& path, std::int32_t fif, std
   placed.reset();
   if (!settings.fastLoad) view.normalizePicture();
   if (handleOf(buffer.Picture()) == 0) buffer.setPicture(standbyPicture());
+  view.setPictureAlpha(std::move(alpha));
   // The loaded picture's first frame is an initial one: drawn fast when a
   // quality pass is due, which follows one full HQInitialDelay later.
   if (!doNotRender)

@@ -93,7 +93,13 @@ class QorvPicturePrivate final : public view::ViewHost {
   void notifyQtSurface(const char* classic, EventId id);
   // An operation replaced the picture in place (no classic event reports
   // that): the Qt surface's picture members hear it as PictureChanged.
-  void pictureProcessed() { notifyQtSurface(nullptr, EventId::PictureChanged); }
+  // Whatever alpha was kept for the old picture does not fit the new one.
+  void pictureProcessed() {
+    view.dropPictureAlpha();
+    notifyQtSurface(nullptr, EventId::PictureChanged);
+  }
+  // The Picture property's assignment, with the alpha to show for it.
+  void assignPicture(const PicturePtr& picture, AlphaMask alpha);
   bool busy = false;                  // a filter is running
   std::vector<QVariant> qtNotified;  // last value sent per Qt surface member
   // Throws the automation error for a member this build does not offer yet.
@@ -143,7 +149,7 @@ class QorvPicturePrivate final : public view::ViewHost {
   // hand a picture placed in Buffer over to the view with its events.
   bool askForLoadPath(QString& path, QString& initDir, const QString& pattern);
   void completeLoad(const QString& path, std::int32_t fif, std::int32_t bitsPerPixel, bool doNotRender,
-                    PicturePtr placed);
+                    PicturePtr placed, AlphaMask alpha);
 };
 
 }  // namespace qorv

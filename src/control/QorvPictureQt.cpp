@@ -96,12 +96,26 @@ void QorvPicture::setOffset(const QPoint& offset) { Offset(offset.x(), offset.y(
 
 QImage QorvPicture::image() const {
   const PicturePtr p = Picture();
-  return p ? p->toImage() : QImage();
+  QImage img = p ? p->toImage() : QImage();
+  const AlphaMask* alpha = d_->view.state().showTransparency ? d_->view.pictureAlpha() : nullptr;
+  if (!alpha || img.isNull() || img.width() != alpha->width || img.height() != alpha->height) return img;
+  img = img.convertToFormat(QImage::Format_ARGB32);
+  for (int y = 0; y < img.height(); ++y) {
+    auto* row = reinterpret_cast<QRgb*>(img.scanLine(y));
+    for (int x = 0; x < img.width(); ++x) row[x] = qRgba(qRed(row[x]), qGreen(row[x]), qBlue(row[x]), alpha->at(x, y));
+  }
+  return img;
 }
 
 void QorvPicture::setImage(const QImage& image) {
-  // Converting to RGB32 makes every pixel opaque without blending.
-  setPicture(image.isNull() ? PicturePtr() : Picture::fromImage(image.convertToFormat(QImage::Format_RGB32)));
+  // Converting to RGB32 makes every pixel opaque without blending; the
+  // alpha, when it is to be shown, is kept beside the picture.
+  if (image.isNull()) {
+    setPicture(PicturePtr());
+    return;
+  }
+  d_->assignPicture(Picture::fromImage(image.convertToFormat(QImage::Format_RGB32)),
+                    d_->view.state().showTransparency ? AlphaOfImage(image) : AlphaMask{});
 }
 
 bool QorvPicture::isBusy() const { return d_->busy; }

@@ -66,12 +66,14 @@ bool misbehave(DecoderTestAction action, DecodeWireReply& reply) {
   return false;
 }
 
-// One library row (bottom-up storage) as a device row of B,G,R,X.
+// One library row (bottom-up storage) as a device row of B,G,R,X; X is 0
+// unless the alpha is being handed over in it.
 template <int SrcBytes>
-void deviceRow(const BYTE* src, unsigned char* out, unsigned width) {
+void deviceRow(const BYTE* src, unsigned char* out, unsigned width, bool keepX) {
   if constexpr (SrcBytes == 4) {
     std::memcpy(out, src, static_cast<std::size_t>(width) * 4);
-    for (unsigned x = 0; x < width; ++x) out[x * 4 + 3] = 0;
+    if (!keepX)
+      for (unsigned x = 0; x < width; ++x) out[x * 4 + 3] = 0;
   } else {
     for (unsigned x = 0; x < width; ++x) {
       out[x * 4 + 0] = src[x * 3 + 0];
@@ -111,8 +113,8 @@ UniqueFd pixelsFile(FIBITMAP* dib, DecodeWireReply& reply) {
   for (unsigned y = 0; y < h; ++y) {
     const BYTE* src = bits + static_cast<std::size_t>(h - 1 - y) * pitch;  // library rows run bottom-up
     unsigned char* row = out + static_cast<std::size_t>(y) * stride;
-    if (rgb) deviceRow<3>(src, row, w);
-    else deviceRow<4>(src, row, w);
+    if (rgb) deviceRow<3>(src, row, w, false);
+    else deviceRow<4>(src, row, w, reply.hasAlpha != 0);
   }
   ::munmap(map, bytes);
   // The control maps this memory: it must not shrink (a read past the new
@@ -137,6 +139,7 @@ void serve(const DecodeWireRequest& request, int file, DecodeWireReply& reply) {
   d.maxPixels = request.maxPixels;
   d.allowUnlisted = request.allowUnlisted != 0;
   d.autoRotate = request.autoRotate != 0;
+  d.keepAlpha = request.keepAlpha != 0;
   Decoded decoded;
   try {
     decoded = DecodeOpenFile(file, d, [file](std::int32_t fif, std::int32_t flags) {
@@ -149,6 +152,7 @@ void serve(const DecodeWireRequest& request, int file, DecodeWireReply& reply) {
   reply.status = decoded.status;
   reply.fif = decoded.fif;
   reply.bitsPerPixel = decoded.bitsPerPixel;
+  reply.hasAlpha = decoded.hasAlpha ? 1 : 0;
   UniqueFd pixels;
   if (decoded.status == DecodeStatus::Ok) {
     pixels = pixelsFile(decoded.dib.get(), reply);

@@ -94,6 +94,17 @@ DibPtr toStandard(DibPtr dib) {
   }
 }
 
+// A transparent picture as 32-bit B,G,R,A (a palette's transparency table
+// and 16-bit samples' alpha included); null when it has no alpha worth
+// keeping or cannot be converted, so the standard path takes over.
+DibPtr withAlpha(FIBITMAP* raw) {
+  if (!raw || !FreeImage_IsTransparent(raw)) return DibPtr();
+  const FREE_IMAGE_TYPE type = FreeImage_GetImageType(raw);
+  if (type != FIT_BITMAP && type != FIT_RGBA16) return DibPtr();
+  if (type == FIT_BITMAP && FreeImage_GetBPP(raw) == 32) return DibPtr(FreeImage_Clone(raw));
+  return DibPtr(FreeImage_ConvertTo32Bits(raw));
+}
+
 }  // namespace
 
 std::int32_t DetectOpenFile(int fd, bool allowUnlisted) {
@@ -136,7 +147,10 @@ Decoded DecodeOpenFile(int fd, const DecodeRequest& request, const LibraryLoad& 
   DibPtr raw(guardedCall(load, out.fif, flags));
   if (raw) out.bitsPerPixel = static_cast<std::int32_t>(FreeImage_GetBPP(raw.get()));
   const int orientation = request.autoRotate && raw ? OrientationTag(raw.get()) : 1;
-  DibPtr dib = toStandard(std::move(raw));
+  DibPtr dib = request.keepAlpha ? withAlpha(raw.get()) : DibPtr();
+  out.hasAlpha = static_cast<bool>(dib);
+  if (!dib) dib = toStandard(std::move(raw));
+  raw.reset();
   if (!dib || !FreeImage_HasPixels(dib.get()) ||
       tooLarge(FreeImage_GetWidth(dib.get()), FreeImage_GetHeight(dib.get()), request.maxPixels))
     return out;

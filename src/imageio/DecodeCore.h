@@ -24,6 +24,9 @@ struct DecodeRequest {
   std::int64_t maxPixels = 0;      // 0 or less: no limit
   bool allowUnlisted = false;
   bool autoRotate = false;
+  // Pictures with transparency come back as 32-bit bitmaps whose fourth byte
+  // is the alpha (hasAlpha set) instead of losing it to the standard layout.
+  bool keepAlpha = false;
 };
 
 enum class DecodeStatus : std::int32_t { Ok = 0, UnknownFormat = 1, Failed = 2 };
@@ -32,6 +35,7 @@ struct Decoded {
   DecodeStatus status = DecodeStatus::Failed;
   std::int32_t fif = -1;
   std::int32_t bitsPerPixel = 0;  // as stored in the file
+  bool hasAlpha = false;          // dib is 32-bit and its fourth byte is alpha
   DibPtr dib;                     // a standard bitmap when status is Ok
 };
 

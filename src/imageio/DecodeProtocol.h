@@ -31,11 +31,12 @@ struct DecodeWireRequest {
   std::int32_t allowUnlisted = 0;
   std::int32_t autoRotate = 0;
   std::int32_t cpuSeconds = 0;  // CPU time this decode may use
+  std::int32_t keepAlpha = 0;
   DecoderTestAction testAction = DecoderTestAction::None;
 };
 
 // Pixels come back as 32-bit B,G,R,X rows, top-down, `width * 4` bytes each:
-// the device bitmap's own layout.
+// the device bitmap's own layout (X is the alpha when hasAlpha is set).
 struct DecodeWireReply {
   std::uint32_t magic = DecodeProtocolMagic;
   DecodeStatus status = DecodeStatus::Failed;
@@ -43,6 +44,7 @@ struct DecodeWireReply {
   std::int32_t bitsPerPixel = 0;
   std::int32_t width = 0;
   std::int32_t height = 0;
+  std::int32_t hasAlpha = 0;
   char message[480] = {};  // the library's last message, or why the helper gave up
 };
 

@@ -2,6 +2,7 @@
 
 #include <QorvPictureBox/AutomationError.h>
 #include <fcntl.h>
+#include <cstring>
 #include <sys/stat.h>
 
 #include <QFile>
@@ -13,6 +14,7 @@
 #include "imageio/Paths.h"
 #include "imageio/UniqueFd.h"
 #include "imageio/modFreeImage.h"
+#include "platform/GdiSurface.h"
 #include "platform/ScopedGdi.h"
 #include <QorvPictureBox/gdi.h>
 
@@ -76,6 +78,7 @@ DecodeRequest ToDecodeRequest(const LoadRequest& request) {
   d.maxPixels = request.maxPixels;
   d.allowUnlisted = request.allowUnlisted;
   d.autoRotate = request.autoRotate;
+  d.keepAlpha = request.keepAlpha;
   return d;
 }
 
@@ -97,20 +100,41 @@ DibPtr LoadDib(const LoadRequest& request, IoOutcome& out) {
   };
   Decoded decoded = DecodeOpenFile(fd.get(), decode, load);
   out.fif = decoded.fif;
+  out.hasAlpha = decoded.hasAlpha;
   out.bitsPerPixel = decoded.bitsPerPixel;
   if (decoded.status == DecodeStatus::UnknownFormat) failUnknownFormat(out, request.path);
   else if (decoded.status != DecodeStatus::Ok) failLoad(out);
   return std::move(decoded.dib);
 }
 
-LoadedPicture LoadPicture(const LoadRequest& request) {
-  if (request.isolated) return LoadPictureIsolated(request);
+namespace {
+
+// A 32-bit library bitmap as a device bitmap that keeps the fourth byte (the
+// bridge clears it, as device bitmaps have no alpha).
+gdi::HBITMAP deviceBitmapKeepingAlpha(FIBITMAP* dib) {
+  const int w = static_cast<int>(FreeImage_GetWidth(dib));
+  const int h = static_cast<int>(FreeImage_GetHeight(dib));
+  ScopedBitmap bm(gdi::CreateBitmapForOverwrite(w, h));
+  gdi::Surface s;
+  if (!bm || !gdi::BitmapSurface(bm.get(), s) || s.bitsPerPixel != 32) return 0;
+  for (int y = 0; y < h; ++y)  // library rows run bottom-up
+    std::memcpy(s.row(y), FreeImage_GetScanLine(dib, h - 1 - y), static_cast<std::size_t>(w) * 4);
+  return bm.release();
+}
+
+LoadedPicture loadInProcess(const LoadRequest& request) {
   LoadedPicture out;
   DibPtr dib = LoadDib(request, out.outcome);
   if (!dib) return out;
 
   ScopedBitmap bitmap;
-  if (!modFreeImage::FreeImage_BMP_From_DIB(dib.get(), bitmap.out())) {
+  if (out.outcome.hasAlpha) {
+    bitmap.reset(deviceBitmapKeepingAlpha(dib.get()));
+    if (!bitmap) {
+      failLoad(out.outcome);
+      return out;
+    }
+  } else if (!modFreeImage::FreeImage_BMP_From_DIB(dib.get(), bitmap.out())) {
     failLoad(out.outcome);
     return out;
   }
@@ -123,6 +147,16 @@ LoadedPicture LoadPicture(const LoadRequest& request) {
     return out;
   }
   bitmap.release();  // the picture owns it now
+  return out;
+}
+
+}  // namespace
+
+LoadedPicture LoadPicture(const LoadRequest& request) {
+  LoadedPicture out = request.isolated ? LoadPictureIsolated(request) : loadInProcess(request);
+  // Both decoders hand the alpha over in the device bitmap's spare byte; it
+  // moves to the mask before anything shares the pixels.
+  if (out.picture && out.outcome.hasAlpha) out.alpha = TakeAlphaFromSpareByte(out.picture->Handle());
   return out;
 }
 

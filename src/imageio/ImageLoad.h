@@ -10,6 +10,7 @@
 
 #include "imageio/DecodeCore.h"
 #include "imageio/FreeImageHandle.h"
+#include "platform/AlphaMask.h"
 #include <QorvPictureBox/Picture.h>
 
 namespace qorv::imageio {
@@ -31,6 +32,7 @@ struct IoOutcome {
   std::int32_t flag = 0;
   std::int32_t fif = -1;  // the library format used (or detected)
   std::int32_t bitsPerPixel = 0;  // as stored in the file, before any conversion
+  bool hasAlpha = false;          // loads only: the decoder kept a transparent picture's alpha
   bool ok() const { return code == 0; }
 };
 
@@ -55,6 +57,7 @@ struct LoadRequest {
   bool allowUnlisted = false;  // formats newer than the control's enumeration
   bool autoRotate = false;     // turn pictures upright by their orientation tag
   bool isolated = false;       // decode in the helper process
+  bool keepAlpha = false;      // a transparent picture's alpha comes back in LoadedPicture::alpha
   std::int32_t timeoutMs = DefaultLoadTimeoutMs;  // isolated decodes only
 };
 
@@ -76,6 +79,7 @@ DibPtr LoadDib(const LoadRequest& request, IoOutcome& out);
 struct LoadedPicture {
   IoOutcome outcome;
   PicturePtr picture;  // null unless outcome.ok()
+  AlphaMask alpha;     // empty unless asked for and the picture has transparency
 };
 
 // Loads the file as a device bitmap, in this process or (request.isolated) in

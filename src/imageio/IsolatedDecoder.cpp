@@ -157,6 +157,7 @@ IsolatedOutcome DecoderProcess::decode(int file, const DecodeRequest& request, s
   wire.maxPixels = request.maxPixels;
   wire.allowUnlisted = request.allowUnlisted;
   wire.autoRotate = request.autoRotate;
+  wire.keepAlpha = request.keepAlpha ? 1 : 0;
   wire.cpuSeconds = (deadline + 999) / 1000;
   wire.testAction = action;
   if (!SendDatagram(socket_.get(), &wire, sizeof wire, file)) {
@@ -221,6 +222,7 @@ LoadedPicture LoadPictureIsolated(const LoadRequest& request) {
   const DecodeWireReply& reply = got.reply;
   outcome.fif = reply.fif;
   outcome.bitsPerPixel = reply.bitsPerPixel;
+  outcome.hasAlpha = reply.hasAlpha != 0;
   // What the library (or the helper's end) said goes where the library's
   // messages always go.
   if (!got.failure.empty()) modFreeImage::SetBridgeError(QString::fromStdString(got.failure), false);

@@ -7,6 +7,7 @@
 #include <QImageReader>
 
 #include "platform/GdiSurface.h"
+#include "platform/PictureLoad.h"
 #include "platform/ScopedGdi.h"
 
 namespace qorv {
@@ -74,7 +75,9 @@ PicturePtr Picture::fromImage(const QImage& image, enum Type type) {
   return p;
 }
 
-PicturePtr Picture::load(const QString& path, QString* error) {
+PicturePtr Picture::load(const QString& path, QString* error) { return LoadPlatformPicture(path, error, nullptr); }
+
+PicturePtr LoadPlatformPicture(const QString& path, QString* error, AlphaMask* alpha) {
   auto failWith = [error](const QString& why) -> PicturePtr {
     if (error != nullptr) *error = why;
     return nullptr;
@@ -97,10 +100,11 @@ PicturePtr Picture::load(const QString& path, QString* error) {
   if (format.isEmpty() || !known) return failWith(QStringLiteral("Invalid picture: %1").arg(path));
   const QImage image = reader.read();  // the first frame of an animation
   if (image.isNull()) return failWith(QStringLiteral("Invalid picture: %1 (%2)").arg(path, reader.errorString()));
-  const enum Type type = (format == "ico" || format == "cur") ? Icon : Bitmap;
-  PicturePtr p = fromImage(image, type);
+  const auto type = (format == "ico" || format == "cur") ? Picture::Icon : Picture::Bitmap;
+  PicturePtr p = Picture::fromImage(image, type);
   if (!p) return failWith(QStringLiteral("Out of memory loading %1").arg(path));
   if (error != nullptr) error->clear();
+  if (alpha != nullptr) *alpha = AlphaOfImage(image);
   return p;
 }
 

@@ -142,8 +142,9 @@ void ViewEngine::normalizePicture() {
   b.setPicture(copy);
 }
 
-void ViewEngine::assignPicture(const PicturePtr& picture, bool fastLoad) {
+void ViewEngine::assignPicture(const PicturePtr& picture, bool fastLoad, AlphaMask alpha) {
   ViewPanes& p = *panes_;
+  transparency_.clear();
   p.bBuffer.setPicture(nullptr);
   p.Buffer.setPicture(nullptr);
   p.bBuffer.Cls();
@@ -153,6 +154,7 @@ void ViewEngine::assignPicture(const PicturePtr& picture, bool fastLoad) {
   if (state_.autoSize) applyAutoSize();
   if (handleOf(p.Buffer.Picture()) == 0) return;
   if (!fastLoad) normalizePicture();
+  setPictureAlpha(std::move(alpha));
   updateView(true, true);
 }
 
@@ -228,7 +230,11 @@ void ViewEngine::composeAndShow(bool initial) {
   fp.useBlt = state_.useBlt;
   fp.stretch = state_.stretch;
   fp.plainCopy = plainCopy;
-  composeFrame(p.Buffer, p.bBuffer, fp);
+  if (state_.showTransparency && pictureAlpha() != nullptr) {
+    transparency_.compose(p.Buffer, p.bBuffer, fp);
+  } else {
+    composeFrame(p.Buffer, p.bBuffer, fp);
+  }
   p.picPane.setPicture(p.bBuffer.Image());
   p.picPane.Refresh();
   ++framesComposed_;

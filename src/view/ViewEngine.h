@@ -19,6 +19,7 @@
 #include "view/Navigation.h"
 #include "view/OnScreenDisplay.h"
 #include "view/RedrawScheduler.h"
+#include "view/Transparency.h"
 #include "view/ViewHost.h"
 #include "view/ViewState.h"
 
@@ -91,9 +92,18 @@ class ViewEngine {
   // layout frames are composed from directly.
   void normalizePicture();
   // The view's part of assigning a picture: the old one removed and the
-  // panes cleared, the new one placed in Buffer (and the control sized to it
-  // under AutoSize), normalised unless `fastLoad`, and the view updated.
-  void assignPicture(const PicturePtr& picture, bool fastLoad);
+  // panes cleared (the visible one showing only the back colour), the new one
+  // placed in Buffer with `alpha` (and the control sized to it under
+  // AutoSize), normalised unless `fastLoad`, and the view updated.
+  void assignPicture(const PicturePtr& picture, bool fastLoad, AlphaMask alpha = {});
+
+  // The alpha of Buffer's current picture, for display while
+  // showTransparency is set. It goes with the picture: once Buffer holds
+  // another one (or dropPictureAlpha is called, for a picture changed in
+  // place) frames are opaque again.
+  void setPictureAlpha(AlphaMask mask) { transparency_.set(panes_->Buffer.Picture(), std::move(mask)); }
+  void dropPictureAlpha() { transparency_.clear(); }
+  const AlphaMask* pictureAlpha() const { return transparency_.maskFor(panes_->Buffer.Picture()); }
 
   // Stores both offsets without rendering, clamping or raising anything.
   void setOffsetsSilently(std::int32_t x, std::int32_t y);
@@ -121,6 +131,7 @@ class ViewEngine {
   RedrawScheduler scheduler_;
   Navigation nav_;
   OnScreenDisplay display_;
+  TransparencyLayer transparency_;
   int renderDepth_ = 0;
   bool drawingGuard_ = false;
   int framesComposed_ = 0;

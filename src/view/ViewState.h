@@ -27,6 +27,7 @@ struct ViewState {
   bool autoSwitchToApi = false;     // the view update switches useBlt by itself
   bool hqAutoSwitch = true;         // fast frames first, quality pass later
   bool lockUpdate = false;          // no frame at all while set
+  bool showTransparency = false;    // a picture's kept alpha shown over a checkerboard
 };
 
 // How the user may zoom with the keypad and the right mouse button.

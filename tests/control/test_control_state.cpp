@@ -74,9 +74,9 @@ TEST_F(Notifications, EachAssignmentReportsItsOwnName) {
     EXPECT_EQ(viaSignal, host.changed) << m.name;
     ++checked;
   }
-  EXPECT_EQ(checked, 49 + 5 + 3 + 4 + 1);  // Let and Set properties, classic and then WheelZoom,
+  EXPECT_EQ(checked, 49 + 5 + 3 + 4 + 2);  // Let and Set properties, classic and then WheelZoom,
                                            // KeepViewOnPictureChange, DevicePixels, the four
-                                           // load-safety ones and SyncOnSave
+                                           // load-safety ones, SyncOnSave and ShowTransparency
 }
 
 TEST_F(Notifications, MisspelledNameIsKept) {
