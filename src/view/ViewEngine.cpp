@@ -147,6 +147,9 @@ void ViewEngine::assignPicture(const PicturePtr& picture, bool fastLoad, AlphaMa
   transparency_.clear();
   p.bBuffer.setPicture(nullptr);
   p.Buffer.setPicture(nullptr);
+  // The visible pane holds the last frame as its background picture, which
+  // its Cls would paint again: without a new picture it must show nothing.
+  p.picPane.setPicture(nullptr);
   p.bBuffer.Cls();
   p.Buffer.Cls();
   p.picPane.Cls();

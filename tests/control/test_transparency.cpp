@@ -1,4 +1,5 @@
-// What the visible pane shows of a picture's transparency.
+// What the visible pane shows of a picture's transparency, and what it shows
+// once the picture is taken away.
 #include <functional>
 
 #include <QColor>
@@ -147,6 +148,42 @@ TEST_F(ControlTest, ShowTransparencyIsAnOffByDefaultMemberAfterTheClassicOnes) {
   ctl->invoke("ShowTransparency", QorvPicture::PropertyLet, on);
   EXPECT_TRUE(ctl->ShowTransparency());
 }
+
+// Every way of taking the picture away leaves the pane showing the back
+// colour, not the last frame.
+struct Emptying {
+  const char* name;
+  std::function<void(QorvPicture&)> empty;
+};
+
+const Emptying kEmptyings[] = {
+    {"PictureNothing", [](QorvPicture& c) { c.setPicture(nullptr); }},
+    {"SetImageNull", [](QorvPicture& c) { c.setImage(QImage()); }},
+    {"PictureSetByDispatch",
+     [](QorvPicture& c) {
+       QVariantList v{QVariant::fromValue(PicturePtr())};
+       c.invoke("Picture", QorvPicture::PropertySet, v);
+     }},
+};
+
+class EmptyPictureTest : public ControlTest, public ::testing::WithParamInterface<Emptying> {};
+
+TEST_P(EmptyPictureTest, PaneShowsTheBackColour) {
+  sizeTo(40, 30);
+  ctl->setBackColor(0x00336699);
+  ctl->setPicture(pattern(40, 30));
+  GetParam().empty(*ctl);
+  const QImage pane = in().picPane().imageViewRead();
+  ASSERT_FALSE(pane.isNull());
+  int wrong = 0;
+  for (int y = 0; y < pane.height(); ++y)
+    for (int x = 0; x < pane.width(); ++x) wrong += (pane.pixel(x, y) & 0xFFFFFF) != 0x996633;
+  EXPECT_EQ(wrong, 0);
+  EXPECT_EQ(ctl->Picture(), nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, EmptyPictureTest, ::testing::ValuesIn(kEmptyings),
+                         [](const auto& p) { return std::string(p.param.name); });
 
 }  // namespace
 }  // namespace qorv
