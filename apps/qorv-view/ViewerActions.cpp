@@ -324,6 +324,9 @@ void ViewerWindow::addViewMenu(QMenu* view) {
       status_->setZoom(displayedZoom());
     });
   }
+  QAction* transparency = menuAction(view, "viewTransparency", QStringLiteral("Show T&ransparency"));
+  transparency->setCheckable(true);
+  connect(transparency, &QAction::triggered, this, &ViewerWindow::setShowTransparency);
 
   // The control's own gestures (left drag pans, right drag and the wheel
   // zoom) and what it shows while they run.
@@ -382,7 +385,8 @@ void ViewerWindow::syncViewActions() {
                                                  {"viewStretch", control_->Stretch()},
                                                  {"viewKeepAspect", control_->KeepAspect()},
                                                  {"viewCentred", control_->Centered()},
-                                                 {"viewTiled", control_->Tiled()}};
+                                                 {"viewTiled", control_->Tiled()},
+                                                 {"viewTransparency", control_->ShowTransparency()}};
   for (const auto& [name, on] : states)
     if (QAction* a = action(QString::fromLatin1(name))) a->setChecked(on);
   for (const QualityEntry& q : kQualities)

@@ -333,13 +333,12 @@ void ViewerWindow::browse(int step) {
 
 // ----- edit commands ------------------------------------------------------------------
 
-QImage ViewerWindow::currentImage() const {
-  const qorv::PicturePtr p = control_->Picture();
-  return p ? p->toImage() : QImage();
-}
+// Through the control's image, which carries the picture's alpha while the
+// control keeps one: undo, redo, copy and paste keep the transparency too.
+QImage ViewerWindow::currentImage() const { return control_->image(); }
 
 void ViewerWindow::showImage(const QImage& img) {
-  control_->setPicture(qorv::Picture::fromImage(img));
+  control_->setImage(img);
   pixelsStale_ = true;
   refreshPictureStatus();
 }
@@ -610,7 +609,15 @@ void ViewerWindow::applyViewerDefaults() {
   control_->setStretch(true);
   control_->setKeepAspect(true);
   control_->setCentered(true);
+  control_->setShowTransparency(true);
   control_->setLockUpdate(false);
+}
+
+void ViewerWindow::setShowTransparency(bool on) {
+  control_->setShowTransparency(on);
+  // The control keeps a file's alpha only when it loads it while showing
+  // transparency; an unchanged file opened without is read again.
+  if (on && !modified_ && !path_.isEmpty() && !control_->image().hasAlphaChannel()) openFile(path_);
 }
 
 void ViewerWindow::restoreSettings() {

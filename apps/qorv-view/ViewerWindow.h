@@ -84,6 +84,8 @@ class ViewerWindow : public QMainWindow {
   void actualSize();
   void zoomBy(double factor);
   void toggleFullScreen();
+  // Pictures' transparency over a checkerboard (on) or as opaque colours.
+  void setShowTransparency(bool on);
   void preferences();
   // Forgets the stored view settings: the control starts from its defaults
   // with the viewer's own look.
