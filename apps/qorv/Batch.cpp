@@ -3,11 +3,13 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <optional>
 
 #include <QCoreApplication>
 #include <QEventLoop>
+#include <QFileInfo>
 #include <QProcess>
 
 namespace cli {
@@ -80,6 +82,14 @@ QByteArray reply(std::size_t index, int code, const QByteArray& output, const QB
          QByteArray::number(output.size()) + ' ' + QByteArray::number(messages.size()) + '\n' + output + messages;
 }
 
+// A worker that dies in the middle of a file (the image library crashing on
+// it) must cost that file only. This lets the tests make one die on purpose:
+// a worker handed the input named in QORV_BATCH_WORKER_CRASH_ON aborts.
+void crashIfAskedTo(const BatchItem& item) {
+  const QString victim = qEnvironmentVariable("QORV_BATCH_WORKER_CRASH_ON");
+  if (!victim.isEmpty() && QFileInfo(item.name).fileName() == victim) std::abort();
+}
+
 // In a worker process: runs the items whose numbers arrive on stdin, one per
 // line, and replies on stdout, until stdin closes.
 int serveItems(const std::vector<BatchItem>& items) {
@@ -94,6 +104,7 @@ int serveItems(const std::vector<BatchItem>& items) {
     bool ok = false;
     const qulonglong i = QByteArray(line).trimmed().toULongLong(&ok);
     if (!ok || i >= items.size()) break;
+    crashIfAskedTo(items[i]);
     Outcome o;
     runCapturing(items[i], o);
     const QByteArray r = reply(i, o.exitCode, o.output.toUtf8(), o.messages.toLocal8Bit());

@@ -180,6 +180,17 @@ done
 cmp -s "$D/info1.json" "$D/info2.json" || fail "info --json differs between -j 1 and -j 2"
 [ "$(grep -c '"file"' "$D/info1.json")" = 6 ] && grep -q '"code": 170' "$D/info1.json" || fail "info --json batch"
 
+# A worker that dies on one file costs that file only: the rest are done by
+# a new worker, the loss is reported and counted, and the exit status is 1.
+status=0
+QORV_BATCH_WORKER_CRASH_ON=p2.png "$qorv" convert -j 2 "$D"/batch/p[1245].png --to jpg --out-dir "$D/crash" \
+  > /dev/null 2> "$D/crash.err" || status=$?
+[ "$status" = 1 ] || fail "batch with a crashing worker: exit $status, expected 1"
+for f in p1 p4 p5; do [ -s "$D/crash/$f.jpg" ] || fail "a crashing worker cost $f too"; done
+[ ! -e "$D/crash/p2.jpg" ] || fail "the file a worker crashed on was written"
+grep -q "p2.png.*stopped unexpectedly" "$D/crash.err" || fail "worker crash not reported: $(cat "$D/crash.err")"
+tail -n 1 "$D/crash.err" | grep -q '^qorv: 1 of 4 files failed$' || fail "worker crash not counted"
+
 # --to by name gives the format's own extension; --verbose reaches the workers.
 "$qorv" convert -j 2 "$D/in.png" "$D/wide.png" --to JPEG --out-dir "$D/named" &&
   "$qorv" info "$D/named/wide.jpg" | grep -q ": JPEG (2) 1600x400 " || fail "--to JPEG"
