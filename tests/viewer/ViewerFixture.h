@@ -88,6 +88,8 @@ inline QImage patternImage(int w, int h) {
 
 inline QRgb rgbAt(const QImage& img, int x, int y) { return img.pixel(x, y) & 0xFFFFFF; }
 
+constexpr int kW = 40, kH = 30;  // the usual test picture's size
+
 class ViewerTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -130,5 +132,16 @@ class ViewerTest : public ::testing::Test {
   ModalAnswerer modals;
   std::unique_ptr<ViewerWindow> window;
 };
+
+// An image operation run from its menu action on a kW x kH pattern.
+struct OperationCase {
+  const char* action;
+  // True when `after` is what the operation must make of `before`.
+  std::function<bool(const QImage& before, const QImage& after)> holds;
+  // How its dialog is answered; none when the operation asks nothing.
+  ModalAnswerer::Answer answer = {};
+};
+
+class ViewerOperations : public ViewerTest, public ::testing::WithParamInterface<OperationCase> {};
 
 }  // namespace qorv_view::test

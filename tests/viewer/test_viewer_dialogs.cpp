@@ -11,12 +11,11 @@
 #include <QUrl>
 
 #include "ViewerFixture.h"
+#include "control/AboutBox.h"
 #include "support/TestNames.h"
 
 namespace qorv_view::test {
 namespace {
-
-constexpr int kW = 40, kH = 30;
 
 // Answers a file dialog with `path`, a value dialog with `value`, and any
 // other dialog by letting `fill` set its fields before accepting it.
@@ -84,84 +83,84 @@ TEST_F(ViewerTest, OpensAndSavesAsThroughTheControlsDialogs) {
   EXPECT_EQ(window->currentPath(), dropped);
 }
 
-struct DialogCase {
-  const char* action;
-  ModalAnswerer::Answer answer;
-  std::function<bool(const QImage& before, const QImage& after)> holds;
-};
-
-class ViewerDialogOperations : public ViewerTest, public ::testing::WithParamInterface<DialogCase> {};
-
-TEST_P(ViewerDialogOperations, ApplyWhatTheDialogSetAndUndo) {
-  const QImage original = patternImage(kW, kH);
-  ASSERT_TRUE(window->openPath(writePicture("p.png", original)));
-  modals.answer = GetParam().answer;
-  trigger(GetParam().action);
-  ASSERT_EQ(modals.seen.size(), 1u);
-  EXPECT_TRUE(GetParam().holds(original, shown()));
-  trigger("editUndo");
-  EXPECT_EQ(shown(), original);
-}
-
-// Combine reads its second picture from here; written once per process (CTest
-// runs cases in parallel processes) and removed at exit.
-QString whitePicture() {
+// Files the dialogs choose, written once per process (CTest runs cases in
+// parallel processes) in a folder of their own, removed at exit: the second
+// picture Combine reads and a black-and-white palette.
+QString sharedFile(const char* name) {
   static QTemporaryDir folder;
-  static const QString path = [] {
-    const QString p = folder.filePath(QStringLiteral("white.png"));
+  const QString p = folder.filePath(QString::fromLatin1(name));
+  if (QFileInfo::exists(p)) return p;
+  if (QByteArray(name).endsWith(".png")) {
     QImage white(kW, kH, QImage::Format_RGB32);
     white.fill(Qt::white);
     white.save(p);
-    return p;
-  }();
-  return path;
+  } else {
+    QFile f(p);
+    if (f.open(QIODevice::WriteOnly)) f.write("GIMP Palette\nName: mono\n#\n  0   0   0 black\n255 255 255 white\n");
+  }
+  return p;
+}
+
+bool onlyBlackAndWhite(const QImage& b, const QImage& a) {
+  for (int y = 0; y < a.height(); ++y)
+    for (int x = 0; x < a.width(); ++x)
+      if (rgbAt(a, x, y) != 0 && rgbAt(a, x, y) != 0xFFFFFF) return false;
+  return a.size() == b.size() && a != b;
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Viewer, ViewerDialogOperations,
+    Dialogs, ViewerOperations,
     ::testing::Values(
-        DialogCase{"imageRotateAngle",
-                   fillAndAccept([](QDialog* d) { static_cast<QInputDialog*>(d)->setIntValue(90); }),
+        OperationCase{"imageRotateAngle",
                    [](const QImage& b, const QImage& a) {
                      // A right angle is an exact quarter turn clockwise.
                      return a.width() == b.height() && a.height() == b.width() &&
                             rgbAt(a, b.height() - 1 - 2, 5) == rgbAt(b, 5, 2);
-                   }},
-        DialogCase{"imageDarken",
-                   fillAndAccept([](QDialog* d) { static_cast<QInputDialog*>(d)->setIntValue(128); }),
+                   },
+                   fillAndAccept([](QDialog* d) { static_cast<QInputDialog*>(d)->setIntValue(90); })},
+        OperationCase{"imageDarken",
                    [](const QImage& b, const QImage& a) {
                      // Every channel scaled by 128/255, truncated.
                      return qRed(a.pixel(5, 3)) == qRed(b.pixel(5, 3)) * 128 / 255 &&
                             qBlue(a.pixel(9, 9)) == qBlue(b.pixel(9, 9)) * 128 / 255;
-                   }},
-        DialogCase{"imageResample",
+                   },
+                   fillAndAccept([](QDialog* d) { static_cast<QInputDialog*>(d)->setIntValue(128); })},
+        OperationCase{"imageResample",
+                   [](const QImage&, const QImage& a) { return a.size() == QSize(20, 15); },
                    fillAndAccept([](QDialog* d) {
                      // The height follows the width while the aspect is kept.
                      d->findChild<QSpinBox*>(QStringLiteral("width"))->setValue(20);
-                   }),
-                   [](const QImage&, const QImage& a) { return a.size() == QSize(20, 15); }},
-        DialogCase{"imageFilterCustom",
-                   fillAndAccept([](QDialog* d) {
-                     auto* grid = d->findChild<QTableWidget*>();
-                     grid->item(1, 1)->setText(QStringLiteral("0"));
-                     grid->item(0, 0)->setText(QStringLiteral("1"));
-                   }),
+                   })},
+        OperationCase{"imageFilterCustom",
                    [](const QImage& b, const QImage& a) {
                      // A one-cell corner kernel moves the picture by one pixel
                      // diagonally (which diagonal depends on the engine's row order).
                      const QRgb p = rgbAt(a, 10, 10);
                      return a != b && (p == rgbAt(b, 9, 9) || p == rgbAt(b, 11, 11) || p == rgbAt(b, 9, 11) ||
                                        p == rgbAt(b, 11, 9));
-                   }},
-        DialogCase{"imageCombine",
+                   },
                    fillAndAccept([](QDialog* d) {
-                     d->findChild<QLineEdit*>()->setText(whitePicture());
-                     auto* type = d->findChild<QComboBox*>();
-                     type->setCurrentIndex(type->findData(2));  // lightest
-                   }),
+                     auto* grid = d->findChild<QTableWidget*>();
+                     grid->item(1, 1)->setText(QStringLiteral("0"));
+                     grid->item(0, 0)->setText(QStringLiteral("1"));
+                   })},
+        OperationCase{"imageCombine",
                    [](const QImage& b, const QImage& a) {
                      return a.size() == b.size() && rgbAt(a, 4, 4) == 0xFFFFFFu && rgbAt(a, 30, 20) == 0xFFFFFFu;
-                   }}),
+                   },
+                   fillAndAccept([](QDialog* d) {
+                     d->findChild<QLineEdit*>()->setText(sharedFile("white.png"));
+                     auto* type = d->findChild<QComboBox*>();
+                     type->setCurrentIndex(type->findData(2));  // lightest
+                   })},
+        // The control's own hue dialog: saturation 0 leaves only greys.
+        OperationCase{"imageColourise",
+                   [](const QImage& b, const QImage& a) {
+                     const QRgb p = a.pixel(7, 9);
+                     return a.size() == b.size() && a != b && qRed(p) == qGreen(p) && qGreen(p) == qBlue(p);
+                   },
+                   fillAndAccept([](QDialog* d) { d->findChildren<QSpinBox*>().at(1)->setValue(0); })},
+        OperationCase{"imagePaletteFile", onlyBlackAndWhite, chooseFile(sharedFile("mono.gpl"))}),
     [](const auto& p) { return qorv::test_support::readableName(p.param.action); });
 
 TEST_F(ViewerTest, PreferencesShowAndSetTheUndoBudget) {
@@ -185,9 +184,31 @@ TEST_F(ViewerTest, AnOperationThatChangesNothingIsNoUndoStep) {
   grey.fill(qRgb(90, 90, 90));
   ASSERT_TRUE(window->openPath(writePicture("grey.png", grey)));
   trigger("imageGrayscale");
+  trigger("imageColourise");  // its dialog cancelled: the preview is taken back
+  ASSERT_EQ(modals.seen.size(), 1u);
   EXPECT_EQ(shown(), grey);
   EXPECT_FALSE(window->action("editUndo")->isEnabled());
   EXPECT_FALSE(window->isModified());
+}
+
+// The control's About box goes through its service, which the test replaces
+// so nothing waits; the viewer's own is a message box.
+class RecordingAbout : public qorv::AboutService {
+ public:
+  void show(QWidget* parent) override { parents.push_back(parent); }
+  std::vector<QWidget*> parents;
+};
+
+TEST_F(ViewerTest, HelpShowsTheControlsAboutBoxAndTheViewersOwn) {
+  RecordingAbout about;
+  qorv::setAboutService(&about);
+  trigger("helpAboutControl");
+  qorv::setAboutService(nullptr);
+  EXPECT_EQ(about.parents, std::vector<QWidget*>{&window->control()});
+  EXPECT_TRUE(modals.seen.empty());
+  trigger("helpAbout");
+  ASSERT_EQ(modals.seen.size(), 1u);
+  EXPECT_TRUE(modals.seen[0].text.contains(QStringLiteral("qorv-view"))) << modals.seen[0].text.toStdString();
 }
 
 }  // namespace
