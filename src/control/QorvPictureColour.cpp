@@ -43,12 +43,14 @@ void QorvPicture::Colourise() {
     previewEngine.Colourise(preview, s.hue, s.saturation, s.lightness);
     // Only Buffer's image is drawn on; its picture stays the original.
     preview.PaintPicture(buffer.hDC(), 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
+    d_->view.pictureRepainted();
     d_->view.render(true);
   };
   HueSettings settings;
   if (!hueDialogService().run(this, settings, show)) {
     // Assigning the picture again redraws Buffer's image from it, pixel for pixel.
     buffer.setPicture(before);
+    d_->view.pictureRepainted();
     d_->view.render(false);
     return;
   }

@@ -39,6 +39,9 @@ class TransparencyLayer {
   // another size than the picture means none.
   void set(const PicturePtr& owner, AlphaMask mask);
   void clear();
+  // The owner's pixels were painted over in place (a preview): the scaled
+  // sources are made again from them at the next frame; the alpha stays.
+  void refreshColours() { sourcesReady_ = false; }
   // The mask while `current` is still the picture it was kept for, else
   // null: any picture put in its place has no alpha.
   const AlphaMask* maskFor(const PicturePtr& current) const;

@@ -103,6 +103,9 @@ class ViewEngine {
   // place) frames are opaque again.
   void setPictureAlpha(AlphaMask mask) { transparency_.set(panes_->Buffer.Picture(), std::move(mask)); }
   void dropPictureAlpha() { transparency_.clear(); }
+  // Buffer's pixels were drawn over while it keeps its picture (a preview):
+  // the kept alpha still applies to them.
+  void pictureRepainted() { transparency_.refreshColours(); }
   const AlphaMask* pictureAlpha() const { return transparency_.maskFor(panes_->Buffer.Picture()); }
 
   // Stores both offsets without rendering, clamping or raising anything.

@@ -7,6 +7,7 @@
 #include <QTemporaryDir>
 
 #include "ControlFixture.h"
+#include "platform/HueDialog.h"
 #include "view/Transparency.h"
 
 namespace qorv {
@@ -140,6 +141,37 @@ TEST_P(TransparencyTest, ChangingThePictureDropsTheAlpha) {
 
 INSTANTIATE_TEST_SUITE_P(Sources, TransparencyTest, ::testing::ValuesIn(kSources),
                          [](const auto& p) { return std::string(p.param.name); });
+
+// The hue dialog previews on the picture itself: the preview keeps the
+// transparency, and Cancel brings back the picture with it.
+class PreviewingHueDialog : public HueDialogService {
+ public:
+  bool run(QWidget*, HueSettings& s, const std::function<void(const HueSettings&)>& preview) override {
+    s.saturation = 0;
+    preview(s);
+    duringPreview = check();
+    return false;
+  }
+  std::function<std::pair<QRgb, QRgb>()> check;
+  std::pair<QRgb, QRgb> duringPreview;
+};
+
+class TransparencyPreview : public TransparencyTest {};
+
+TEST_F(TransparencyPreview, ColourisePreviewKeepsTheTransparency) {
+  ctl->setShowTransparency(true);
+  ctl->setImage(transparentPicture());
+  PreviewingHueDialog dialog;
+  dialog.check = [this] { return std::pair{shown(2, 2), shown(20, 10)}; };
+  setHueDialogService(&dialog);
+  ctl->Colourise();
+  setHueDialogService(nullptr);
+  const QColor previewed = QColor::fromRgb(dialog.duringPreview.first);
+  EXPECT_TRUE(previewed.red() == previewed.green() && previewed.green() == previewed.blue()) << "the preview shows";
+  EXPECT_EQ(dialog.duringPreview.second, grey(view::CheckerDark));
+  EXPECT_EQ(shown(2, 2), kOpaqueRed);
+  EXPECT_EQ(shown(20, 10), grey(view::CheckerDark));
+}
 
 TEST_F(ControlTest, ShowTransparencyIsAnOffByDefaultMemberAfterTheClassicOnes) {
   EXPECT_FALSE(ctl->ShowTransparency());
