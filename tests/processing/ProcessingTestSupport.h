@@ -4,9 +4,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"
@@ -45,6 +48,14 @@ inline void fillRandom(cDIBSection& d, std::uint32_t seed, int lo = 0, int hi = 
       row[x] = x < 3 * d.Width() ? static_cast<std::uint8_t>(dist(gen)) : kPadding;
     }
   }
+}
+
+// A working image of w x h holding random pixels, padding set to the sentinel.
+inline std::unique_ptr<cDIBSection> randomDib(std::int32_t w, std::int32_t h, std::uint32_t seed) {
+  auto d = std::make_unique<cDIBSection>();
+  EXPECT_TRUE(d->Create(w, h)) << w << "x" << h;
+  fillRandom(*d, seed);
+  return d;
 }
 
 inline void fillPixels(cDIBSection& d, std::uint8_t blue, std::uint8_t green, std::uint8_t red) {
