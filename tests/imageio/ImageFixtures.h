@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <QByteArray>
+#include <QFile>
 #include <QString>
 
 #include "platform/GdiSurface.h"
@@ -104,23 +105,39 @@ inline std::vector<std::uint32_t> dibPixels(FIBITMAP* dib) {
   return out;
 }
 
+// The pattern saved by FreeImage itself, bypassing the code under test.
+inline bool savePattern(const QString& path, FREE_IMAGE_FORMAT fif, int w, int h, int flags = 0) {
+  FIBITMAP* dib = makePatternDib(w, h);
+  const bool ok = FreeImage_Save(fif, dib, QFile::encodeName(path).constData(), flags);
+  FreeImage_Unload(dib);
+  return ok;
+}
+
+// The pixels of a file as FreeImage itself reads them (empty when it cannot).
+inline std::vector<std::uint32_t> filePixels(const QString& path) {
+  const QByteArray name = QFile::encodeName(path);
+  FIBITMAP* dib = FreeImage_Load(FreeImage_GetFileType(name.constData(), 0), name.constData(), 0);
+  if (!dib) return {};
+  std::vector<std::uint32_t> out = dibPixels(dib);
+  FreeImage_Unload(dib);
+  return out;
+}
+
+inline QByteArray readAll(const QString& path) {
+  QFile f(path);
+  return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+inline bool writeAll(const QString& path, const QByteArray& data) {
+  QFile f(path);
+  return f.open(QIODevice::WriteOnly) && f.write(data) == data.size();
+}
+
 inline std::vector<std::uint32_t> patternPixels(int w, int h) {
   std::vector<std::uint32_t> out;
   for (int y = 0; y < h; ++y)
     for (int x = 0; x < w; ++x) out.push_back(patternRGB(x, y));
   return out;
-}
-
-// Largest per-channel difference between two pixel lists of equal length.
-inline int maxChannelDiff(const std::vector<std::uint32_t>& a, const std::vector<std::uint32_t>& b) {
-  if (a.size() != b.size()) return 256;
-  int worst = 0;
-  for (std::size_t i = 0; i < a.size(); ++i)
-    for (int shift : {0, 8, 16}) {
-      const int d = static_cast<int>((a[i] >> shift) & 255u) - static_cast<int>((b[i] >> shift) & 255u);
-      worst = std::max(worst, d < 0 ? -d : d);
-    }
-  return worst;
 }
 
 // Mean absolute per-channel difference (for lossy formats).
