@@ -23,45 +23,35 @@ class Bridge : public ::testing::Test {
 };
 
 TEST_F(Bridge, LibraryBitmapBecomesADeviceBitmapWithTheSamePixels) {
-  FIBITMAP* dib = iotest::makePatternDib(13, 7);
-  gdi::HBITMAP bm = 0;
-  ASSERT_TRUE(FreeImage_BMP_From_DIB(dib, bm));
-  EXPECT_EQ(LastBridgeError(), QString());
-  gdi::Surface s;
-  ASSERT_TRUE(gdi::BitmapSurface(bm, s));
-  EXPECT_EQ(iotest::surfacePixels(s), iotest::patternPixels(13, 7));
-  EXPECT_EQ(FreeImage_GetBitmapWidth(bm), 13);
-  EXPECT_EQ(FreeImage_GetBitmapHeight(bm), 7);
-  // The dib stays the caller's.
-  EXPECT_EQ(FreeImage_GetWidth(dib), 13u);
-  FreeImage_Unload(dib);
-  gdi::DeleteObject(bm);
-}
-
-TEST_F(Bridge, PalettedLibraryBitmapKeepsItsColours) {
-  FIBITMAP* dib = FreeImage_Allocate(4, 2, 8);
-  RGBQUAD* pal = FreeImage_GetPalette(dib);
-  for (int i = 0; i < 256; ++i) pal[i] = RGBQUAD{BYTE(i), BYTE(255 - i), BYTE(i / 2), 0};
+  // A 24-bit pattern, and an 8-bit picture whose palette is not grey.
+  FIBITMAP* paletted = FreeImage_Allocate(4, 2, 8);
+  std::vector<std::uint32_t> palettedWant;
+  for (int i = 0; i < 256; ++i) FreeImage_GetPalette(paletted)[i] = RGBQUAD{BYTE(i), BYTE(255 - i), BYTE(i / 2), 0};
   for (unsigned y = 0; y < 2; ++y)
-    for (unsigned x = 0; x < 4; ++x) FreeImage_GetScanLine(dib, y)[x] = static_cast<BYTE>(x * 60 + y);
-  gdi::HBITMAP bm = 0;
-  ASSERT_TRUE(FreeImage_BMP_From_DIB(dib, bm));
-  gdi::Surface s;
-  ASSERT_TRUE(gdi::BitmapSurface(bm, s));
-  const auto px = iotest::surfacePixels(s);
-  ASSERT_EQ(px.size(), 8u);
-  for (int y = 0; y < 2; ++y)
-    for (int x = 0; x < 4; ++x) {
-      const int i = x * 60 + (1 - y);  // top row is library row 1
-      const std::uint32_t want = (std::uint32_t(i / 2) << 16) | (std::uint32_t(255 - i) << 8) | std::uint32_t(i);
-      EXPECT_EQ(px[static_cast<std::size_t>(y * 4 + x)], want) << x << "," << y;
+    for (unsigned x = 0; x < 4; ++x) {
+      const unsigned i = x * 60 + (1 - y);  // library rows are bottom-up
+      FreeImage_GetScanLine(paletted, 1 - y)[x] = static_cast<BYTE>(i);
+      palettedWant.push_back((i / 2) << 16 | (255 - i) << 8 | i);
     }
-  FreeImage_Unload(dib);
-  gdi::DeleteObject(bm);
+  const std::tuple<const char*, FIBITMAP*, std::vector<std::uint32_t>> cases[] = {
+      {"24-bit", iotest::makePatternDib(13, 7), iotest::patternPixels(13, 7)}, {"paletted", paletted, palettedWant}};
+  for (const auto& [label, dib, want] : cases) {
+    SCOPED_TRACE(label);
+    gdi::HBITMAP bm = 0;
+    ASSERT_TRUE(FreeImage_BMP_From_DIB(dib, bm));
+    EXPECT_EQ(LastBridgeError(), QString());
+    gdi::Surface s;
+    ASSERT_TRUE(gdi::BitmapSurface(bm, s));
+    EXPECT_EQ(iotest::surfacePixels(s), want);
+    EXPECT_EQ(FreeImage_GetBitmapWidth(bm), static_cast<int>(FreeImage_GetWidth(dib)));
+    EXPECT_EQ(FreeImage_GetBitmapHeight(bm), static_cast<int>(FreeImage_GetHeight(dib)));
+    FreeImage_Unload(dib);  // the dib stays the caller's
+    gdi::DeleteObject(bm);
+  }
 }
 
 TEST_F(Bridge, StaleOutputBitmapIsReleasedBeforeAnyCheck) {
-  gdi::HBITMAP old = iotest::makePatternBitmap(2, 2);
+  const gdi::HBITMAP old = iotest::makePatternBitmap(2, 2);
   gdi::HBITMAP bm = old;
   EXPECT_FALSE(FreeImage_BMP_From_DIB(nullptr, bm));
   EXPECT_EQ(bm, 0u);
@@ -120,17 +110,6 @@ TEST_F(Bridge, DeviceBitmapBecomesA32BitLibraryBitmap) {
   }
 }
 
-TEST_F(Bridge, ConversionFailureTexts) {
-  FIBITMAP* dib = nullptr;
-  EXPECT_FALSE(FreeImage_DIB_From_BMP(0, dib));
-  EXPECT_EQ(LastBridgeError(), QStringLiteral("[FreeImage_DIB_From_BMP] No bitmap specified to convert"));
-  EXPECT_FALSE(FreeImage_DIB_From_BMP(0x7ffffff0u, dib));
-  EXPECT_EQ(LastBridgeError(), QStringLiteral("[FreeImage_DIB_From_BMP] GetObjectAPI failed with error code %1")
-                                   .arg(gdi::GetLastError()));
-  EXPECT_TRUE(LastBridgeError().endsWith(QStringLiteral("code 6")));
-  EXPECT_EQ(dib, nullptr);
-}
-
 TEST_F(Bridge, RenderDrawsWholeOrPartAndInverts) {
   const gdi::HBITMAP src = iotest::makePatternBitmap(6, 4);
   gdi::HDC screen = gdi::GetDC(0);
@@ -181,16 +160,21 @@ TEST_F(Bridge, RenderDrawsWholeOrPartAndInverts) {
   gdi::DeleteObject(src);
 }
 
-TEST_F(Bridge, RenderAndSizeFailureTexts) {
+TEST_F(Bridge, FailureTexts) {
   const gdi::HBITMAP bm = iotest::makePatternBitmap(2, 2);
   const gdi::HDC dc = gdi::CreateCompatibleDC(0);
+  FIBITMAP* dib = nullptr;
   struct Case {
     const char* label;
     std::function<bool()> call;
     QString text;
   };
   const Case cases[] = {
-      {"no bitmap", [&] { return FreeImage_RenderBitmap(0, dc, 0, 0, 0, 0, false); },
+      {"convert no bitmap", [&] { return FreeImage_DIB_From_BMP(0, dib); },
+       QStringLiteral("[FreeImage_DIB_From_BMP] No bitmap specified to convert")},
+      {"convert a stale bitmap", [&] { return FreeImage_DIB_From_BMP(0x7ffffff0u, dib); },
+       QStringLiteral("[FreeImage_DIB_From_BMP] GetObjectAPI failed with error code 6")},
+      {"render no bitmap", [&] { return FreeImage_RenderBitmap(0, dc, 0, 0, 0, 0, false); },
        QStringLiteral("[FreeImage_RenderBitmap] No bitmap specified to render")},
       {"DC as bitmap", [&] { return FreeImage_RenderBitmap(dc, dc, 0, 0, 0, 0, false); },
        QStringLiteral("[FreeImage_RenderBitmap] Handle specified is not a valid BITMAP")},
@@ -213,6 +197,7 @@ TEST_F(Bridge, RenderAndSizeFailureTexts) {
     EXPECT_FALSE(c.call());
     EXPECT_EQ(LastBridgeError(), c.text);
   }
+  EXPECT_EQ(dib, nullptr);
   gdi::DeleteDC(dc);
   gdi::DeleteObject(bm);
 }

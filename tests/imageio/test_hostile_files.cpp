@@ -38,11 +38,7 @@ QByteArray zeros(int n) { return QByteArray(n, '\0'); }
 // A file the library itself writes, of a picture big enough that truncating
 // it cuts into the pixel data.
 QByteArray librarySaved(FREE_IMAGE_FORMAT fif, int flags, const QString& scratch) {
-  FIBITMAP* dib = iotest::makePatternDib(96, 80);
-  const bool ok = FreeImage_Save(fif, dib, QFile::encodeName(scratch).constData(), flags);
-  FreeImage_Unload(dib);
-  QFile f(scratch);
-  return ok && f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+  return iotest::savePattern(scratch, fif, 96, 80, flags) ? iotest::readAll(scratch) : QByteArray();
 }
 
 // Headers declaring a W x H picture followed by a few bytes of data.
@@ -183,10 +179,9 @@ std::vector<HostileCase> hostileCases() {
 
 // The cases that cannot corrupt memory even with the library in this process.
 std::vector<HostileCase> inProcessCases() {
-  std::vector<HostileCase> safe;
-  for (HostileCase& c : hostileCases())
-    if (c.safeInProcess) safe.push_back(std::move(c));
-  return safe;
+  std::vector<HostileCase> all = hostileCases();
+  std::erase_if(all, [](const HostileCase& c) { return !c.safeInProcess; });
+  return all;
 }
 
 std::string caseName(const ::testing::TestParamInfo<HostileCase>& info) { return info.param.name; }
@@ -199,9 +194,7 @@ class HostileFiles : public ::testing::TestWithParam<HostileCase> {
     const QByteArray bytes = GetParam().make(dir.filePath(QStringLiteral("scratch")));
     ASSERT_FALSE(bytes.isEmpty());
     file = dir.filePath(QString::fromLatin1(GetParam().fileName));
-    QFile f(file);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    ASSERT_EQ(f.write(bytes), bytes.size());
+    ASSERT_TRUE(iotest::writeAll(file, bytes));
   }
   void TearDown() override { setFreeImageLoader(nullptr); }
 
@@ -267,9 +260,7 @@ TEST_P(IntactFiles, LoadTheSameIsolatedAndInProcess) {
   QTemporaryDir dir;
   ASSERT_TRUE(dir.isValid());
   const QString p = dir.filePath(QString::fromLatin1(GetParam().fileName));
-  FIBITMAP* dib = iotest::makePatternDib(61, 37);
-  ASSERT_TRUE(FreeImage_Save(GetParam().fif, dib, QFile::encodeName(p).constData(), GetParam().saveFlags));
-  FreeImage_Unload(dib);
+  ASSERT_TRUE(iotest::savePattern(p, GetParam().fif, 61, 37, GetParam().saveFlags));
   std::vector<std::uint32_t> pixels[2];
   std::int32_t depth[2] = {};
   for (int isolated = 0; isolated < 2; ++isolated) {

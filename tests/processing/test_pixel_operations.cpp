@@ -1,14 +1,19 @@
 // The per-pixel operations: grayscale, black and white, noise, fade, lighten,
-// combining, invert and flip, with their notifications.
+// colourise (one hue and saturation for every pixel, its own lightness
+// shifted), combining, invert and flip, with their notifications.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
+#include <limits>
 #include <random>
+#include <tuple>
 
 #include "ProcessingTestSupport.h"
 #include "ReferenceFilters.h"
 #include "platform/Random.h"
+#include "processing/Hls.h"
 #include "support/TestNames.h"
 
 namespace qorv {
@@ -37,6 +42,25 @@ Bytes flipped(const Bytes& b, std::int32_t o) {
   return out;
 }
 
+// Pixel by pixel through the HLS module, as the operation is meant.
+Bytes colourised(Bytes b, double hueDegrees, double saturationPercent, double shiftPercent) {
+  const double k = shiftPercent / 100.0;
+  for (int y = 0; y < b.height; ++y) {
+    for (int x = 0; x < b.width; ++x) {
+      std::uint8_t* p = &b.at(3 * x, y);
+      hls::Hls c = hls::fromRgb(p[2], p[1], p[0]);
+      c.h = hueDegrees / 360.0;
+      c.s = saturationPercent / 100.0;
+      c.l = std::clamp(k >= 0 ? c.l + (1.0 - c.l) * k : c.l * (1.0 + k), 0.0, 1.0);
+      const hls::Rgb out = hls::toRgb(c);
+      p[0] = out.b;
+      p[1] = out.g;
+      p[2] = out.r;
+    }
+  }
+  return b;
+}
+
 // An operation on one picture and its result written from the definition.
 struct PixelCase {
   std::string name;
@@ -63,6 +87,13 @@ std::vector<PixelCase> pixelCases() {
     cases.push_back({"Fade " + std::to_string(a), [a](auto& e, auto& d) { e.Fade(d, a); }, [a](const Bytes& b) {
                        return mapBytes(b, [a](std::uint8_t v) { return std::uint8_t(ref::clamp255(std::int64_t{v} * a / 255)); });
                      }});
+  const std::tuple<const char*, double, double, double> colourise[] = {
+      {"sepia", 30, 40, 0},          {"full red", 0, 100, 0},          {"pale blue lighter", 220, 25, 35},
+      {"green darker", 120, 80, -45}, {"white out", 300, 50, 100},       {"black out", 10, 60, -100},
+      {"grey", 77, 0, 0},            {"fractional", 359.5, 33.3, 12.5}};
+  for (const auto& [what, hue, sat, light] : colourise)
+    cases.push_back({std::string("Colourise ") + what, [=](auto& e, auto& d) { e.Colourise(d, hue, sat, light); },
+                     [=](const Bytes& b) { return colourised(b, hue, sat, light); }});
   return cases;
 }
 
@@ -95,6 +126,43 @@ TEST(Grayscale, EveryColourRoundsLikeTheFormula) {
   const Bytes before = snapshot(d);
   cImageProcessDIB().Grayscale(d);
   EXPECT_TRUE(snapshot(d) == ref::grayscale(before));
+}
+
+TEST(Colourise, OutOfRangeValuesAreTakenRoundOrHeld) {
+  struct Case {
+    const char* what;
+    double hue, saturation, lightness;
+    double asHue, asSaturation, asLightness;
+  };
+  const Case cases[] = {
+      {"hue 360 is red", 360, 50, 0, 0, 50, 0},
+      {"hue 370 is 10", 370, 50, 0, 10, 50, 0},
+      {"hue -30 is 330", -30, 50, 0, 330, 50, 0},
+      {"saturation above 100", 40, 250, 0, 40, 100, 0},
+      {"saturation below 0", 40, -5, 0, 40, 0, 0},
+      {"lightness above 100", 40, 50, 180, 40, 50, 100},
+      {"lightness below -100", 40, 50, -101, 40, 50, -100},
+  };
+  for (const Case& c : cases) {
+    const auto a = randomDib(40, 30, 5), b = randomDib(40, 30, 5);
+    cImageProcessDIB e;
+    e.Colourise(*a, c.hue, c.saturation, c.lightness);
+    e.Colourise(*b, c.asHue, c.asSaturation, c.asLightness);
+    EXPECT_TRUE(snapshot(*a) == snapshot(*b)) << c.what;
+  }
+}
+
+TEST(Colourise, NumbersThatAreNotFiniteChangeNothing) {
+  const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+  const double bad[][3] = {{nan, 50, 0}, {30, nan, 0}, {30, 50, nan}, {inf, 50, 0}, {30, -inf, 0}, {30, 50, inf}};
+  const auto d = randomDib(9, 4, 3);
+  const Bytes before = snapshot(*d);
+  cImageProcessDIB e;
+  EventLog log;
+  log.attach(e);
+  for (const auto& b : bad) e.Colourise(*d, b[0], b[1], b[2]);
+  EXPECT_TRUE(snapshot(*d) == before);
+  EXPECT_TRUE(log.events.empty());
 }
 
 TEST(Flip, UnknownOrientationsChangeNothingAndSayNothing) {
@@ -271,6 +339,7 @@ TEST(PixelEvents, OneProgressPerColumnWithTheirDescriptions) {
       {[](auto& e, auto& d) { e.Lighten(d, 10); }, expectedEvents("Lighten", 9, 0, 9, 3)},
       {[](auto& e, auto& d) { e.Invert(d); }, expectedEvents("Invert", 9, 0, 9, 3)},
       {[](auto& e, auto& d) { e.Flip(d, 2); }, expectedEvents("Flip", 9, 0, 9, 3)},
+      {[](auto& e, auto& d) { e.Colourise(d, 10, 20, 30); }, expectedEvents("Colourise", 9, 0, 9, 3)},
       {[](auto& e, auto& d) { e.Resample(d, 2, 5); }, expectedEvents("Resample", 1, 0, 1, 1)},
   };
   for (const auto& [run, expect] : cases) {
@@ -310,6 +379,7 @@ TEST(PixelEvents, EmptyImagesAreLeftAloneWithoutNotifications) {
   e.Lighten(empty, 3);
   e.Invert(empty);
   e.Flip(empty, 0);
+  e.Colourise(empty, 10, 20, 30);
   EXPECT_FALSE(e.Convolve(empty, other));
   EXPECT_FALSE(e.RankFilter(other, empty));
   EXPECT_TRUE(log.events.empty());
