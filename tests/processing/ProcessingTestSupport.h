@@ -1,6 +1,6 @@
 // Helpers shared by the processing tests: seeded random pictures, byte
-// snapshots of working images (padding included), and a recorder for the
-// engine's notifications.
+// snapshots of working images (padding included), the ways an operation can
+// be made to run, and a recorder for the engine's notifications.
 #pragma once
 
 #include <cstdint>
@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/CpuFeatures.h"
+#include "platform/RowParallel.h"
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"
 
@@ -75,6 +77,30 @@ inline bool paddingIntact(const Bytes& b) {
   }
   return true;
 }
+
+// How an operation is made to run: rows split over the pool or all on the
+// caller, processor extensions used or hidden. Every way must give the same
+// pixels and the same notifications.
+struct Way {
+  const char* name;
+  bool pool, generic;
+};
+inline constexpr Way kWays[] = {{"pooled", true, false}, {"caller only", false, false}, {"generic paths", true, true}};
+
+// The row pool's and the processor features' switches, put back whatever happens.
+class UseWay {
+ public:
+  explicit UseWay(const Way& w) {
+    setParallelRowsAllowed(w.pool);
+    forceGenericPaths(w.generic);
+  }
+  ~UseWay() {
+    setParallelRowsAllowed(true);
+    forceGenericPaths(false);
+  }
+  UseWay(const UseWay&) = delete;
+  UseWay& operator=(const UseWay&) = delete;
+};
 
 struct Event {
   char kind;  // 'I' init, 'P' progress, 'C' complete

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <functional>
+#include <vector>
 
 #include "ProcessingTestSupport.h"
 
@@ -19,13 +20,17 @@ inline int clamp255(std::int64_t v) { return static_cast<int>(std::clamp<std::in
 inline Bytes convolve(const Bytes& src, std::int32_t r, const std::function<std::int32_t(int, int)>& kernel,
                       std::int32_t weight) {
   Bytes dst = src;
+  const int n = 2 * r + 1;
+  std::vector<std::int64_t> k(static_cast<std::size_t>(n * n));
+  for (int i = -r; i <= r; ++i)
+    for (int j = -r; j <= r; ++j) k[static_cast<std::size_t>((i + r) * n + j + r)] = kernel(i, j);
   std::int64_t previous[3] = {0, 0, 0};
   for (std::int32_t x = 3 * r; x <= (src.width - 1) * 3 - 3 * r; x += 3) {
     for (std::int32_t y = r; y <= src.height - 1 - r; ++y) {
       for (int c = 0; c < 3; ++c) {
         std::int64_t sum = 0;
         for (int i = -r; i <= r; ++i) {
-          for (int j = -r; j <= r; ++j) sum += std::int64_t{kernel(i, j)} * src.at(x + 3 * i + c, y + j);
+          for (int j = -r; j <= r; ++j) sum += k[static_cast<std::size_t>((i + r) * n + j + r)] * src.at(x + 3 * i + c, y + j);
         }
         if (weight != 0) previous[c] = sum / weight;  // a failed division keeps the last quotient
         dst.at(x + c, y) = static_cast<std::uint8_t>(clamp255(previous[c]));

@@ -5,11 +5,14 @@
 
 #include <cmath>
 #include <cstdint>
-#include <filesystem>
 #include <fstream>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
+
+#include <QFile>
+#include <QTemporaryDir>
 
 #include "ProcessingTestSupport.h"
 #include "processing/NearestColour.h"
@@ -19,7 +22,6 @@
 namespace qorv {
 namespace {
 
-namespace fs = std::filesystem;
 using test_support::Bytes;
 using Rgb = std::vector<std::uint32_t>;  // colour references 0x00BBGGRR
 
@@ -33,18 +35,13 @@ Rgb colours(const cPalette& p) {
 
 class PaletteFiles : public ::testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = fs::temp_directory_path() /
-           ("qorv_palette_" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
-    fs::create_directories(dir_);
-  }
-  void TearDown() override { fs::remove_all(dir_); }
   std::string write(const std::string& name, const std::string& bytes) {
-    const fs::path p = dir_ / name;
+    const std::string p = path(name);
     std::ofstream(p, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return p.string();
+    return p;
   }
-  fs::path dir_;
+  std::string path(const std::string& name) const { return dir_.filePath(QString::fromStdString(name)).toStdString(); }
+  QTemporaryDir dir_;
 };
 
 std::string le16(int v) { return {static_cast<char>(v & 255), static_cast<char>(v >> 8 & 255)}; }
@@ -70,19 +67,11 @@ std::string act(const std::vector<std::uint32_t>& cs, int tail) {
   return b;
 }
 
-struct FormatCase {
-  const char* what;
-  std::string bytes;
-  Rgb expected;
-};
-
 TEST_F(PaletteFiles, EveryFormatIsReadByContent) {
   const Rgb three{ref(255, 0, 0), ref(0, 128, 7), ref(1, 2, 255)};
-  Rgb full256(256, 0);
-  full256[0] = ref(255, 0, 0);
-  full256[1] = ref(0, 128, 7);
-  full256[2] = ref(1, 2, 255);
-  const FormatCase cases[] = {
+  Rgb full256 = three;
+  full256.resize(256, 0);
+  const std::tuple<const char*, std::string, Rgb> cases[] = {
       {"jasc crlf", "JASC-PAL\r\n0100\r\n3\r\n255 0 0\r\n0 128 7\r\n1 2 255\r\n", three},
       {"jasc lf with bom and trailing lines", "\xEF\xBB\xBFJASC-PAL\n0100\n3\n255 0 0\n0  128\t7\n1 2 255\nextra\n",
        three},
@@ -92,12 +81,12 @@ TEST_F(PaletteFiles, EveryFormatIsReadByContent) {
       {"act 768", act(three, -1), full256},
       {"act 772 with count", act(three, 3), three},
   };
-  for (const FormatCase& c : cases) {
+  for (const auto& [what, bytes, expected] : cases) {
     // The extension says nothing: every file is named alike.
     cPalette p;
-    EXPECT_TRUE(p.LoadFromFile(write("palette.txt", c.bytes))) << c.what;
-    EXPECT_EQ(p.LastLoadStatus(), cPalette::LoadStatus::Ok) << c.what;
-    EXPECT_EQ(colours(p), c.expected) << c.what;
+    EXPECT_TRUE(p.LoadFromFile(write("palette.txt", bytes))) << what;
+    EXPECT_EQ(p.LastLoadStatus(), cPalette::LoadStatus::Ok) << what;
+    EXPECT_EQ(colours(p), expected) << what;
   }
 }
 
@@ -110,12 +99,7 @@ TEST_F(PaletteFiles, BadFilesAreRefusedAndLeaveThePaletteAsItWas) {
     gimpMany += "1 2 3\n";
   }
   const std::string riffFull = riff({ref(1, 2, 3), ref(4, 5, 6)}, 2);
-  struct Case {
-    const char* what;
-    std::string bytes;
-    S status;
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, std::string, S> cases[] = {
       {"empty", "", S::UnknownFormat},
       {"unknown text", "hello\n", S::UnknownFormat},
       {"jasc truncated", "JASC-PAL\n0100\n3\n1 2 3\n4 5 6\n", S::Malformed},
@@ -136,16 +120,16 @@ TEST_F(PaletteFiles, BadFilesAreRefusedAndLeaveThePaletteAsItWas) {
       {"act count zero", act({}, 0), S::Malformed},
       {"act count 300", act({}, 300), S::Malformed},
   };
-  for (const Case& c : cases) {
+  for (const auto& [what, bytes, status] : cases) {
     cPalette p = cPalette::FromBuiltIn(cPalette::BuiltIn::Ega);
-    EXPECT_FALSE(p.LoadFromFile(write("bad.pal", c.bytes))) << c.what;
-    EXPECT_EQ(p.LastLoadStatus(), c.status) << c.what;
-    EXPECT_EQ(p, cPalette::FromBuiltIn(cPalette::BuiltIn::Ega)) << c.what;
+    EXPECT_FALSE(p.LoadFromFile(write("bad.pal", bytes))) << what;
+    EXPECT_EQ(p.LastLoadStatus(), status) << what;
+    EXPECT_EQ(p, cPalette::FromBuiltIn(cPalette::BuiltIn::Ega)) << what;
   }
-  for (const std::string& path : {dir_.string(), (dir_ / "missing.pal").string(), std::string()}) {
+  for (const std::string& unreadable : {dir_.path().toStdString(), path("missing.pal"), std::string()}) {
     cPalette p = cPalette::FromBuiltIn(cPalette::BuiltIn::BlackAndWhite);
-    EXPECT_FALSE(p.LoadFromFile(path)) << path;
-    EXPECT_EQ(p.LastLoadStatus(), S::Unreadable) << path;
+    EXPECT_FALSE(p.LoadFromFile(unreadable)) << unreadable;
+    EXPECT_EQ(p.LastLoadStatus(), S::Unreadable) << unreadable;
     EXPECT_EQ(p.Count(), 2);
   }
 }
@@ -154,16 +138,15 @@ TEST_F(PaletteFiles, SavedPalettesAreJascTextAndReadBack) {
   cPalette p;
   p.AddColor(255, 0, 0);
   p.AddColor(0, 128, 7);
-  const std::string path = (dir_ / "out.pal").string();
-  ASSERT_TRUE(p.SaveToFile(path));
-  std::string text(static_cast<std::size_t>(fs::file_size(path)), '\0');
-  std::ifstream(path, std::ios::binary).read(text.data(), static_cast<std::streamsize>(text.size()));
-  EXPECT_EQ(text, "JASC-PAL\r\n0100\r\n2\r\n255 0 0\r\n0 128 7\r\n");
+  ASSERT_TRUE(p.SaveToFile(path("out.pal")));
+  QFile saved(QString::fromStdString(path("out.pal")));
+  ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
+  EXPECT_EQ(saved.readAll().toStdString(), "JASC-PAL\r\n0100\r\n2\r\n255 0 0\r\n0 128 7\r\n");
   cPalette back;
-  ASSERT_TRUE(back.LoadFromFile(path));
+  ASSERT_TRUE(back.LoadFromFile(path("out.pal")));
   EXPECT_EQ(back, p);
-  EXPECT_FALSE(cPalette().SaveToFile((dir_ / "empty.pal").string()));
-  EXPECT_FALSE(p.SaveToFile(dir_.string()));
+  EXPECT_FALSE(cPalette().SaveToFile(path("empty.pal")));
+  EXPECT_FALSE(p.SaveToFile(dir_.path().toStdString()));
 }
 
 TEST(Palette, BuiltInPalettes) {
@@ -223,18 +206,13 @@ TEST(Palette, NearestColourCacheAgreesWithTheFullSearch) {
       // Every colour whose channels are multiples of 3, plus the odd ones
       // around the coarse palette's values where ties lie.
       int wrong = 0;
-      for (int r = 0; r < 256; r += 3)
-        for (int g = 0; g < 256; g += 3)
-          for (int b = 0; b < 256; b += 3) {
-            const auto R = static_cast<std::uint8_t>(r), G = static_cast<std::uint8_t>(g), B = static_cast<std::uint8_t>(b);
-            wrong += nc.index(R, G, B) != p.ClosestIndex(R, G, B);
-          }
-      for (int r = 31; r < 256; r += 32)
-        for (int g = 0; g < 256; g += 32)
-          for (int b = 1; b < 256; b += 32) {
-            const auto R = static_cast<std::uint8_t>(r), G = static_cast<std::uint8_t>(g), B = static_cast<std::uint8_t>(b);
-            wrong += nc.index(R, G, B) != p.ClosestIndex(R, G, B);
-          }
+      for (const auto& [first, step, start] : {std::tuple{0, 3, 0}, {31, 32, 1}})
+        for (int r = first; r < 256; r += step)
+          for (int g = 0; g < 256; g += step)
+            for (int b = start; b < 256; b += step) {
+              const auto R = std::uint8_t(r), G = std::uint8_t(g), B = std::uint8_t(b);
+              wrong += nc.index(R, G, B) != p.ClosestIndex(R, G, B);
+            }
       EXPECT_EQ(wrong, 0) << count << (coarse ? " coarse" : "");
     }
   }

@@ -42,23 +42,29 @@ Bytes flipped(const Bytes& b, std::int32_t o) {
   return out;
 }
 
-// Pixel by pixel through the HLS module, as the operation is meant.
-Bytes colourised(Bytes b, double hueDegrees, double saturationPercent, double shiftPercent) {
-  const double k = shiftPercent / 100.0;
-  for (int y = 0; y < b.height; ++y) {
+// Pixel by pixel through the HLS module, as lighten and colourise are meant.
+Bytes throughHls(Bytes b, const std::function<void(hls::Hls&)>& change) {
+  for (int y = 0; y < b.height; ++y)
     for (int x = 0; x < b.width; ++x) {
       std::uint8_t* p = &b.at(3 * x, y);
       hls::Hls c = hls::fromRgb(p[2], p[1], p[0]);
-      c.h = hueDegrees / 360.0;
-      c.s = saturationPercent / 100.0;
-      c.l = std::clamp(k >= 0 ? c.l + (1.0 - c.l) * k : c.l * (1.0 + k), 0.0, 1.0);
+      change(c);
       const hls::Rgb out = hls::toRgb(c);
       p[0] = out.b;
       p[1] = out.g;
       p[2] = out.r;
     }
-  }
   return b;
+}
+
+// One hue and saturation for every pixel, its own lightness shifted towards white or black.
+Bytes colourised(const Bytes& b, double hueDegrees, double saturationPercent, double shiftPercent) {
+  const double k = shiftPercent / 100.0;
+  return throughHls(b, [&](hls::Hls& c) {
+    c.h = hueDegrees / 360.0;
+    c.s = saturationPercent / 100.0;
+    c.l = std::clamp(k >= 0 ? c.l + (1.0 - c.l) * k : c.l * (1.0 + k), 0.0, 1.0);
+  });
 }
 
 // An operation on one picture and its result written from the definition.
@@ -83,9 +89,14 @@ std::vector<PixelCase> pixelCases() {
     cases.push_back({"Flip " + std::to_string(o), [o](auto& e, auto& d) { e.Flip(d, o); },
                      [o](const Bytes& b) { return flipped(b, o); }});
   // Every byte times amount / 255, truncated and clamped.
-  for (std::int32_t a : {255, 128, 0, 1, 77, 254, 256, 1000, -5})
+  for (std::int32_t a : {255, 128, 0, 1, 77, 254, 256, 300, 1000, -5})
     cases.push_back({"Fade " + std::to_string(a), [a](auto& e, auto& d) { e.Fade(d, a); }, [a](const Bytes& b) {
                        return mapBytes(b, [a](std::uint8_t v) { return std::uint8_t(ref::clamp255(std::int64_t{v} * a / 255)); });
+                     }});
+  // Lightness scaled by amount / 100 + 1, kept within 0..1.
+  for (const auto& [what, amount] : {std::pair{"Lighten 35.5", 35.5}, {"Lighten minus 60", -60.0}})
+    cases.push_back({what, [amount](auto& e, auto& d) { e.Lighten(d, amount); }, [amount](const Bytes& b) {
+                       return throughHls(b, [&](hls::Hls& c) { c.l = std::clamp(c.l * (amount / 100 + 1), 0.0, 1.0); });
                      }});
   const std::tuple<const char*, double, double, double> colourise[] = {
       {"sepia", 30, 40, 0},          {"full red", 0, 100, 0},          {"pale blue lighter", 220, 25, 35},
@@ -99,15 +110,30 @@ std::vector<PixelCase> pixelCases() {
 
 class PixelOperation : public ::testing::TestWithParam<PixelCase> {};
 
-TEST_P(PixelOperation, MatchesItsDefinitionAtEverySize) {
-  for (auto [w, h] : {std::pair{1, 1}, {1, 7}, {7, 1}, {2, 3}, {3, 2}, {5, 4}, {9, 9}, {203, 45}, {1601, 700}}) {
-    const auto d = randomDib(w, h, static_cast<std::uint32_t>(w * 3 + h));
-    const Bytes before = snapshot(*d);
-    cImageProcessDIB e;
-    GetParam().run(e, *d);
-    const Bytes after = snapshot(*d);
-    ASSERT_TRUE(after == GetParam().expect(before)) << w << "x" << h;
-    EXPECT_TRUE(test_support::paddingIntact(after));
+// Large pictures are split over the row pool; there every way of running
+// must give these pixels and the same notifications.
+TEST_P(PixelOperation, MatchesItsDefinitionAtEverySizeAndEveryWay) {
+  for (auto [w, h] : {std::pair{1, 1}, {1, 7}, {7, 1}, {2, 3}, {3, 2}, {5, 4}, {9, 9}, {203, 45}, {701, 523}}) {
+    const auto seed = static_cast<std::uint32_t>(w * 3 + h);
+    const Bytes expect = GetParam().expect(snapshot(*randomDib(w, h, seed)));
+    std::vector<test_support::Event> firstEvents;
+    for (std::size_t way = 0; way < (w * h > 100000 ? std::size(test_support::kWays) : 1); ++way) {
+      SCOPED_TRACE(::testing::Message() << w << "x" << h << " " << test_support::kWays[way].name);
+      const auto d = randomDib(w, h, seed);
+      cImageProcessDIB e;
+      EventLog log;
+      log.attach(e);
+      {
+        const test_support::UseWay use(test_support::kWays[way]);
+        GetParam().run(e, *d);
+      }
+      const Bytes after = snapshot(*d);
+      ASSERT_TRUE(after == expect);
+      EXPECT_TRUE(test_support::paddingIntact(after));
+      EXPECT_FALSE(log.events.empty());
+      if (way == 0) firstEvents = log.events;
+      EXPECT_EQ(log.events, firstEvents);
+    }
   }
 }
 
@@ -176,14 +202,25 @@ TEST(Flip, UnknownOrientationsChangeNothingAndSayNothing) {
   EXPECT_TRUE(log.events.empty());
 }
 
-TEST(BlackAndWhite, MatchesTheReference) {
-  for (auto [w, h] : {std::pair{1, 1}, {1, 7}, {7, 1}, {2, 3}, {3, 2}, {5, 4}, {9, 9}, {203, 45}}) {
-    const auto a = randomDib(w, h, static_cast<std::uint32_t>(3 * w + h)), b = randomDib(w, h, 1);
-    Bytes ra = ref::grayscale(snapshot(*a)), rb = snapshot(*b);
+TEST(BlackAndWhite, MatchesTheReferenceEveryWay) {
+  for (auto [w, h] : {std::pair{1, 1}, {1, 7}, {7, 1}, {2, 3}, {3, 2}, {5, 4}, {9, 9}, {203, 45}, {701, 523}}) {
+    const auto seed = static_cast<std::uint32_t>(3 * w + h);
+    Bytes ra = ref::grayscale(snapshot(*randomDib(w, h, seed))), rb = snapshot(*randomDib(w, h, 1));
     ref::blackAndWhite(ra, rb);
-    cImageProcessDIB().BlackAndWhite(*a, *b);
-    EXPECT_EQ(snapshot(*a), ra) << w << "x" << h;
-    EXPECT_EQ(snapshot(*b), rb) << w << "x" << h;
+    std::vector<test_support::Event> firstEvents;
+    for (std::size_t way = 0; way < (w * h > 100000 ? std::size(test_support::kWays) : 1); ++way) {
+      SCOPED_TRACE(::testing::Message() << w << "x" << h << " " << test_support::kWays[way].name);
+      const auto a = randomDib(w, h, seed), b = randomDib(w, h, 1);
+      const test_support::UseWay use(test_support::kWays[way]);
+      cImageProcessDIB e;
+      EventLog log;
+      log.attach(e);
+      e.BlackAndWhite(*a, *b);
+      EXPECT_TRUE(snapshot(*a) == ra);
+      EXPECT_TRUE(snapshot(*b) == rb);
+      if (way == 0) firstEvents = log.events;
+      EXPECT_EQ(log.events, firstEvents);
+    }
   }
 }
 
