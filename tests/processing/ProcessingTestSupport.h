@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <random>
 #include <string>
@@ -101,6 +102,17 @@ class UseWay {
   UseWay(const UseWay&) = delete;
   UseWay& operator=(const UseWay&) = delete;
 };
+
+// Calls run(i) under kWays[i]: only the first way for small pictures, every
+// way for pictures large enough to be split over the row pool.
+template <class F>
+void forEachWay(std::int32_t w, std::int32_t h, F&& run) {
+  for (std::size_t i = 0; i < (std::int64_t{w} * h > 100000 ? std::size(kWays) : 1); ++i) {
+    SCOPED_TRACE(kWays[i].name);
+    const UseWay use(kWays[i]);
+    run(i);
+  }
+}
 
 struct Event {
   char kind;  // 'I' init, 'P' progress, 'C' complete

@@ -148,19 +148,18 @@ TEST_P(Filter, MatchesTheReference) {
     const std::uint32_t seed = gen();
     const Bytes expect = GetParam().expect(e, snapshot(Images(w, h, seed).image));
     std::vector<test_support::Event> firstEvents;
-    for (std::size_t way = 0; way < (w * h > 100000 ? std::size(test_support::kWays) : 1); ++way) {
-      SCOPED_TRACE(::testing::Message() << w << "x" << h << " " << test_support::kWays[way].name);
+    test_support::forEachWay(w, h, [&](std::size_t way) {
+      SCOPED_TRACE(::testing::Message() << w << "x" << h);
       Images im(w, h, seed);
       EventLog log;
       log.attach(e);
-      const test_support::UseWay use(test_support::kWays[way]);
       ASSERT_TRUE(e.ProcessImage(im.image, im.buffer));
       const Bytes after = snapshot(im.image);
       EXPECT_TRUE(after == expect);
       EXPECT_TRUE(test_support::paddingIntact(after));
       if (way == 0) firstEvents = log.events;
       EXPECT_EQ(log.events, firstEvents);
-    }
+    });
   }
 }
 

@@ -91,23 +91,15 @@ TEST(DibCopies, PictureInAndOutRoundTrips) {
   const gdi::HDC dc = gdi::CreateCompatibleDC(0);
   const gdi::HGDIOBJ old = gdi::SelectObject(dc, bmp);
   src.PaintPicture(dc);
-  gdi::SelectObject(dc, old);
-  {
+  // Selected into a context of its own or not, the bitmap copies in.
+  for (const gdi::HGDIOBJ selected : {old, gdi::HGDIOBJ(bmp)}) {
+    gdi::SelectObject(dc, selected);
     cDIBSection copy;
     copy.CreateFromPicture(bmp);
     ASSERT_EQ(copy.Width(), 7);
     ASSERT_EQ(copy.Height(), 5);
-    for (int y = 0; y < 5; ++y) {
+    for (int y = 0; y < 5; ++y)
       for (int x = 0; x < 21; ++x) EXPECT_EQ(copy.View().at(x, y), src.View().at(x, y));
-    }
-  }
-  // Selected into a context of its own, the bitmap still copies in.
-  gdi::SelectObject(dc, bmp);
-  {
-    cDIBSection copy;
-    copy.CreateFromPicture(bmp);
-    ASSERT_EQ(copy.Width(), 7);
-    EXPECT_EQ(copy.View().at(20, 4), src.View().at(20, 4));
   }
   gdi::SelectObject(dc, old);
   gdi::DeleteDC(dc);
@@ -188,13 +180,11 @@ TEST(DibResample, MatchesTheReference) {
     SCOPED_TRACE(::testing::Message() << w << "x" << h << " -> " << nw << "x" << nh);
     const auto src = test_support::randomDib(w, h, static_cast<std::uint32_t>(w * 10 + h + nw));
     const Bytes before = test_support::snapshot(*src), expect = expectedResample(before, nw, nh);
-    // Large pictures are split over the row pool: every way gives the same.
-    for (std::size_t way = 0; way < (w * h > 100000 ? std::size(test_support::kWays) : 1); ++way) {
-      const test_support::UseWay use(test_support::kWays[way]);
+    test_support::forEachWay(w, h, [&](std::size_t) {
       auto out = src->Resample(nh, nw);  // height first
-      ASSERT_TRUE(out) << test_support::kWays[way].name;
-      EXPECT_TRUE(test_support::snapshot(*out) == expect) << test_support::kWays[way].name;
-    }
+      ASSERT_TRUE(out);
+      EXPECT_TRUE(test_support::snapshot(*out) == expect);
+    });
     EXPECT_TRUE(test_support::snapshot(*src) == before);  // the source is left as it was
   }
 }
