@@ -69,6 +69,34 @@ inline gdi::HBITMAP makePatternBitmap(int w, int h) {
   return bm;
 }
 
+// A bottom-up DIB section of 8 or 24 bits holding the pattern. At 8 bits a
+// pixel's index is the pattern's blue, through a palette that is not grey;
+// `shown` receives the colours the section shows, top row first.
+inline gdi::HBITMAP makePatternSection(int w, int h, int bitCount, std::vector<std::uint32_t>& shown) {
+  struct {
+    gdi::BITMAPINFOHEADER h;
+    gdi::RGBQUAD pal[256];
+  } bi{};
+  bi.h = {40, w, h, 1, static_cast<gdi::WORD>(bitCount), gdi::BI_RGB, 0, 0, 0, 0, 0};
+  for (int i = 0; i < 256; ++i) bi.pal[i] = {gdi::BYTE(255 - i), gdi::BYTE(i), gdi::BYTE(i ^ 0x55), 0};
+  void* bits = nullptr;
+  const gdi::HBITMAP bm = gdi::CreateDIBSection(0, reinterpret_cast<gdi::BITMAPINFO*>(&bi), gdi::DIB_RGB_COLORS, &bits, 0, 0);
+  gdi::Surface s;
+  if (!bm || !gdi::BitmapSurface(bm, s)) return bm;
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      const std::uint32_t rgb = patternRGB(x, y), i = rgb & 255u;
+      if (bitCount == 8) {
+        s.row(y)[x] = static_cast<std::uint8_t>(i);
+        shown.push_back((i ^ 0x55) << 16 | i << 8 | (255 - i));
+      } else {
+        for (int c = 0; c < 3; ++c) s.row(y)[x * 3 + c] = static_cast<std::uint8_t>(rgb >> (8 * c));
+        shown.push_back(rgb);
+      }
+    }
+  return bm;
+}
+
 // Pixels of a surface as 0x00RRGGBB, top row first (32-bit surfaces only).
 inline std::vector<std::uint32_t> surfacePixels(const gdi::Surface& s) {
   std::vector<std::uint32_t> out;

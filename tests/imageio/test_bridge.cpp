@@ -60,44 +60,11 @@ TEST_F(Bridge, StaleOutputBitmapIsReleasedBeforeAnyCheck) {
 }
 
 TEST_F(Bridge, DeviceBitmapBecomesA32BitLibraryBitmap) {
-  struct Case {
-    const char* label;
-    int bits;
-  };
-  for (const Case c : {Case{"device bitmap", 32}, Case{"8-bit section", 8}, Case{"24-bit section", 24}}) {
-    SCOPED_TRACE(c.label);
-    gdi::HBITMAP bm = 0;
-    std::vector<std::uint32_t> want;
-    if (c.bits == 32) {
-      bm = iotest::makePatternBitmap(9, 5);
-      want = iotest::patternPixels(9, 5);
-    } else {
-      struct {
-        gdi::BITMAPINFOHEADER h;
-        gdi::RGBQUAD pal[256];
-      } bi{};
-      bi.h = {40, 9, 5, 1, static_cast<gdi::WORD>(c.bits), gdi::BI_RGB, 0, 0, 0, 0, 0};
-      for (int i = 0; i < 256; ++i) bi.pal[i] = {gdi::BYTE(255 - i), gdi::BYTE(i), gdi::BYTE(i ^ 0x55), 0};
-      void* bits = nullptr;
-      bm = gdi::CreateDIBSection(0, reinterpret_cast<gdi::BITMAPINFO*>(&bi), gdi::DIB_RGB_COLORS, &bits, 0, 0);
-      ASSERT_NE(bm, 0u);
-      gdi::Surface s;
-      ASSERT_TRUE(gdi::BitmapSurface(bm, s));
-      for (int y = 0; y < 5; ++y)
-        for (int x = 0; x < 9; ++x) {
-          const std::uint32_t rgb = iotest::patternRGB(x, y);
-          if (c.bits == 8) {
-            const int i = static_cast<int>(rgb & 255u);
-            s.row(y)[x] = static_cast<std::uint8_t>(i);
-            want.push_back((std::uint32_t(i ^ 0x55) << 16) | (std::uint32_t(i) << 8) | std::uint32_t(255 - i));
-          } else {
-            s.row(y)[x * 3] = static_cast<std::uint8_t>(rgb);
-            s.row(y)[x * 3 + 1] = static_cast<std::uint8_t>(rgb >> 8);
-            s.row(y)[x * 3 + 2] = static_cast<std::uint8_t>(rgb >> 16);
-            want.push_back(rgb);
-          }
-        }
-    }
+  for (const int bits : {32, 8, 24}) {
+    SCOPED_TRACE(bits);
+    std::vector<std::uint32_t> want = bits == 32 ? iotest::patternPixels(9, 5) : std::vector<std::uint32_t>();
+    const gdi::HBITMAP bm = bits == 32 ? iotest::makePatternBitmap(9, 5) : iotest::makePatternSection(9, 5, bits, want);
+    ASSERT_NE(bm, 0u);
     FIBITMAP* dib = nullptr;
     ASSERT_TRUE(FreeImage_DIB_From_BMP(bm, dib));
     EXPECT_EQ(FreeImage_GetBPP(dib), 32u);

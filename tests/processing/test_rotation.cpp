@@ -34,16 +34,6 @@ struct Image {
   bool operator==(const Image&) const = default;
 };
 
-Image read(const cDIBSection& d) {
-  Image im{d.Width(), d.Height(), {}};
-  for (int y = 0; y < im.h; ++y)
-    for (int x = 0; x < im.w; ++x) {
-      const std::uint8_t* p = d.View().row(im.h - 1 - y) + 3 * x;
-      im.px.push_back(static_cast<std::uint32_t>(p[0] | p[1] << 8 | p[2] << 16));
-    }
-  return im;
-}
-
 // Any context's bitmap, 24 or 32 bits.
 Image readDc(gdi::HDC dc) {
   gdi::Surface s;
@@ -56,6 +46,8 @@ Image readDc(gdi::HDC dc) {
     }
   return im;
 }
+
+Image read(const cDIBSection& d) { return readDc(d.hdc()); }
 
 void fillDc(gdi::HDC dc, std::uint32_t seed) {
   gdi::Surface s;
