@@ -4,48 +4,23 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <random>
 #include <string>
 #include <vector>
 
-#include <QImage>
-
 #include "platform/GdiSurface.h"
 #include "platform/test_gdi_util.h"
-#include <QorvPictureBox/Picture.h>
-#include "platform/PictureBox.h"
+#include "platform/test_pane_util.h"
 #include <QorvPictureBox/gdi.h>
 
 namespace {
 
-using qorv::COLORREF;
-using qorv::PictureBox;
-using qorv::RGB;
-using qorv::PicturePtr;
+using namespace panetest;
+using gditest::pixelsOf;
 
-constexpr COLORREF kBack = RGB(10, 20, 30);
 constexpr int kW = 31, kH = 19;
 
-std::vector<std::uint32_t> pixelsOf(gdi::HBITMAP hbm) {
-  gdi::Surface s;
-  std::vector<std::uint32_t> out;
-  if (!gdi::BitmapSurfaceRead(hbm, s) || s.bitsPerPixel != 32) return out;
-  for (int y = 0; y < s.height; ++y) {
-    const auto* row = reinterpret_cast<const std::uint32_t*>(s.row(y));
-    for (int x = 0; x < s.width; ++x) out.push_back(row[x] & 0xFFFFFFu);
-  }
-  return out;
-}
-
 std::vector<std::uint32_t> paneOf(const PictureBox& box) { return pixelsOf(gdi::CurrentBitmap(box.hDC())); }
-
-PicturePtr noisePicture(int w, int h, unsigned seed) {
-  QImage img(w, h, QImage::Format_RGB32);
-  std::mt19937 rng(seed);
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x) img.setPixel(x, y, 0xFF000000u | (rng() & 0xFFFFFFu));
-  return qorv::Picture::fromImage(img);
-}
+bool paneShares(const PictureBox& box, gdi::HBITMAP h) { return gdi::SharesPixels(h, gdi::CurrentBitmap(box.hDC())); }
 
 // The classic result of Cls with a picture: back colour, then the picture's
 // part that fits at (0, 0). Computed independently of the box.
@@ -60,76 +35,67 @@ std::vector<std::uint32_t> expectedCls(int w, int h, const PicturePtr& pic) {
   return out;
 }
 
-struct Pane {
-  Pane(int w, int h) {
-    box.Move(0, 0, w, h);
-    box.setBackColor(kBack);
-  }
-  PictureBox box;
-};
-
 // Everything that draws on a box. Each changes at least one pixel.
-struct PaneDrawing {
-  const char* name;
-  std::function<void(PictureBox&)> draw;
+const std::pair<const char*, std::function<void(PictureBox&)>> kDrawings[] = {
+    {"Line", [](PictureBox& b) { b.Line(0, 0, kW - 1, kH - 1, RGB(255, 0, 0)); }},
+    {"filled box", [](PictureBox& b) { b.Line(2, 2, 9, 9, RGB(0, 255, 0), PictureBox::BoxFilled); }},
+    {"PSet", [](PictureBox& b) { b.PSet(3, 4, RGB(1, 2, 3)); }},
+    {"Circle", [](PictureBox& b) { b.Circle(10, 10, 6, RGB(0, 0, 255)); }},
+    {"Print", [](PictureBox& b) {
+       b.setForeColor(RGB(255, 255, 0));
+       b.Print(QStringLiteral("XW"));
+     }},
+    {"PaintPicture", [](PictureBox& b) { b.PaintPicture(noisePicture(8, 8, 77), 1, 1); }},
+    {"BitBlt into hDC", [](PictureBox& b) { gdi::BitBlt(b.hDC(), 0, 0, kW, kH, 0, 0, 0, gdi::DSTINVERT); }},
+    {"GetDC of hWnd", [](PictureBox& b) {
+       const gdi::HDC dc = gdi::GetDC(b.hWnd());
+       gdi::BitBlt(dc, 0, 0, 5, 5, 0, 0, 0, gdi::BLACKNESS);
+       gdi::ReleaseDC(b.hWnd(), dc);
+     }},
+    {"imageView", [](PictureBox& b) { b.imageView().setPixel(0, 0, 0xFF123456u); }},
 };
-
-std::vector<PaneDrawing> paneDrawings() {
-  return {
-      {"Line", [](PictureBox& b) { b.Line(0, 0, kW - 1, kH - 1, RGB(255, 0, 0)); }},
-      {"filled box", [](PictureBox& b) { b.Line(2, 2, 9, 9, RGB(0, 255, 0), PictureBox::BoxFilled); }},
-      {"PSet", [](PictureBox& b) { b.PSet(3, 4, RGB(1, 2, 3)); }},
-      {"Circle", [](PictureBox& b) { b.Circle(10, 10, 6, RGB(0, 0, 255)); }},
-      {"Print",
-       [](PictureBox& b) {
-         b.setForeColor(RGB(255, 255, 0));
-         b.Print(QStringLiteral("XW"));
-       }},
-      {"PaintPicture",
-       [](PictureBox& b) { b.PaintPicture(noisePicture(8, 8, 77), 1, 1); }},
-      {"BitBlt into hDC",
-       [](PictureBox& b) { gdi::BitBlt(b.hDC(), 0, 0, kW, kH, 0, 0, 0, gdi::DSTINVERT); }},
-      {"GetDC of hWnd",
-       [](PictureBox& b) {
-         const gdi::HDC dc = gdi::GetDC(b.hWnd());
-         gdi::BitBlt(dc, 0, 0, 5, 5, 0, 0, 0, gdi::BLACKNESS);
-         gdi::ReleaseDC(b.hWnd(), dc);
-       }},
-      {"imageView", [](PictureBox& b) { b.imageView().setPixel(0, 0, 0xFF123456u); }},
-  };
-}
 
 TEST(SharedPanes, ImageIsASnapshotThatDrawingOnThePaneNeverChanges) {
-  for (const PaneDrawing& d : paneDrawings()) {
-    SCOPED_TRACE(d.name);
+  for (const auto& [name, draw] : kDrawings) {
+    SCOPED_TRACE(name);
     Pane p(kW, kH);
     p.box.PaintPicture(noisePicture(kW, kH, 1), 0, 0);
     const std::vector<std::uint32_t> shown = paneOf(p.box);
     const std::uint64_t copies = gdi::SharedPixelCopies();
     PicturePtr img = p.box.Image();
     ASSERT_TRUE(img);
-    EXPECT_TRUE(gdi::SharesPixels(img->Handle(), gdi::CurrentBitmap(p.box.hDC())));
+    EXPECT_TRUE(paneShares(p.box, img->Handle()));
     EXPECT_EQ(gdi::SharedPixelCopies(), copies);
-    d.draw(p.box);
+    draw(p.box);
     EXPECT_NE(paneOf(p.box), shown);
     EXPECT_EQ(pixelsOf(img->Handle()), shown);
   }
+  // Cls of a snapshotted pane overwrites everything: nothing to copy.
+  Pane p(kW, kH);
+  p.box.PaintPicture(noisePicture(kW, kH, 4), 0, 0);
+  PicturePtr img = p.box.Image();
+  const std::vector<std::uint32_t> shown = pixelsOf(img->Handle());
+  const std::uint64_t copies = gdi::SharedPixelCopies();
+  p.box.Cls();
+  EXPECT_EQ(gdi::SharedPixelCopies(), copies);
+  EXPECT_EQ(paneOf(p.box), expectedCls(kW, kH, nullptr));
+  EXPECT_EQ(pixelsOf(img->Handle()), shown);
 }
 
 TEST(SharedPanes, ACoveringPictureIsSharedAndNeverChangedByDrawing) {
-  for (const PaneDrawing& d : paneDrawings()) {
-    SCOPED_TRACE(d.name);
+  for (const auto& [name, draw] : kDrawings) {
+    SCOPED_TRACE(name);
     Pane p(kW, kH);
     PicturePtr pic = noisePicture(kW, kH, 2);
     const std::vector<std::uint32_t> original = pixelsOf(pic->Handle());
     p.box.setPicture(pic);
-    EXPECT_TRUE(gdi::SharesPixels(pic->Handle(), gdi::CurrentBitmap(p.box.hDC())));
+    EXPECT_TRUE(paneShares(p.box, pic->Handle()));
     EXPECT_EQ(paneOf(p.box), expectedCls(kW, kH, pic));
     // A window DC follows the pane to its new image.
     const gdi::HDC wdc = gdi::GetDC(p.box.hWnd());
     EXPECT_EQ(gdi::CurrentBitmap(wdc), gdi::CurrentBitmap(p.box.hDC()));
     gdi::ReleaseDC(p.box.hWnd(), wdc);
-    d.draw(p.box);
+    draw(p.box);
     EXPECT_EQ(pixelsOf(pic->Handle()), original);
     EXPECT_NE(paneOf(p.box), original);
     // Cls brings the picture back without copying it.
@@ -137,18 +103,16 @@ TEST(SharedPanes, ACoveringPictureIsSharedAndNeverChangedByDrawing) {
     p.box.Cls();
     EXPECT_EQ(paneOf(p.box), original);
     EXPECT_EQ(gdi::SharedPixelCopies(), copies);
-    EXPECT_EQ(p.box.CurrentX(), 0.0f);
-    EXPECT_EQ(p.box.CurrentY(), 0.0f);
+    EXPECT_EQ(p.box.CurrentX() + p.box.CurrentY(), 0.0f);
   }
 }
 
 TEST(SharedPanes, ClsKeepsClassicResultsForEveryPictureFit) {
   struct Case {
     const char* name;
-    int pw, ph;
-    int border;
-  } cases[] = {{"exact fit", kW, kH, 0},        {"smaller", kW - 5, kH - 3, 0}, {"wider", kW + 4, kH, 0},
-               {"taller", kW, kH + 1, 0},         {"one pixel", 1, 1, 0},         {"exact inner, bordered", kW - 4, kH - 4, 1},
+    int pw, ph, border;
+  } cases[] = {{"exact fit", kW, kH, 0}, {"smaller", kW - 5, kH - 3, 0}, {"wider", kW + 4, kH, 0},
+               {"taller", kW, kH + 1, 0}, {"one pixel", 1, 1, 0}, {"exact inner, bordered", kW - 4, kH - 4, 1},
                {"outer size, bordered", kW, kH, 1}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -170,18 +134,6 @@ TEST(SharedPanes, ClsKeepsClassicResultsForEveryPictureFit) {
   }
 }
 
-TEST(SharedPanes, ClsOfASnapshottedPaneDoesNotCopyWhatItOverwrites) {
-  Pane p(kW, kH);
-  p.box.PaintPicture(noisePicture(kW, kH, 4), 0, 0);
-  PicturePtr img = p.box.Image();
-  const std::vector<std::uint32_t> shown = pixelsOf(img->Handle());
-  const std::uint64_t copies = gdi::SharedPixelCopies();
-  p.box.Cls();
-  EXPECT_EQ(gdi::SharedPixelCopies(), copies);
-  EXPECT_EQ(paneOf(p.box), expectedCls(kW, kH, nullptr));
-  EXPECT_EQ(pixelsOf(img->Handle()), shown);
-}
-
 TEST(SharedPanes, SnapshotShownInAnotherPaneSurvivesBothPanesDrawing) {
   // The render path: a frame's snapshot becomes another pane's picture.
   Pane back(kW, kH), shown(kW, kH);
@@ -189,7 +141,7 @@ TEST(SharedPanes, SnapshotShownInAnotherPaneSurvivesBothPanesDrawing) {
   const std::vector<std::uint32_t> frame = paneOf(back.box);
   shown.box.setPicture(back.box.Image());
   EXPECT_EQ(paneOf(shown.box), frame);
-  EXPECT_TRUE(gdi::SharesPixels(gdi::CurrentBitmap(back.box.hDC()), gdi::CurrentBitmap(shown.box.hDC())));
+  EXPECT_TRUE(paneShares(shown.box, gdi::CurrentBitmap(back.box.hDC())));
   shown.box.Print(QStringLiteral("overlay"));
   back.box.Cls();
   EXPECT_EQ(paneOf(back.box), expectedCls(kW, kH, nullptr));
@@ -201,16 +153,13 @@ TEST(SharedPanes, SnapshotShownInAnotherPaneSurvivesBothPanesDrawing) {
 TEST(SharedPanes, AutoSizedBoxSharesThePictureItIsSizedTo) {
   PictureBox box;
   box.setAutoSize(true);
-  box.setBackColor(kBack);
   PicturePtr pic = noisePicture(40, 25, 6);
   const std::vector<std::uint32_t> original = pixelsOf(pic->Handle());
   int resizes = 0;
   QObject::connect(&box, &PictureBox::Resize, [&] { ++resizes; });
   box.setPicture(pic);
   EXPECT_EQ(resizes, 1);
-  EXPECT_EQ(box.ScaleWidth(), 40.0f);
-  EXPECT_EQ(box.ScaleHeight(), 25.0f);
-  EXPECT_TRUE(gdi::SharesPixels(pic->Handle(), gdi::CurrentBitmap(box.hDC())));
+  EXPECT_TRUE(paneShares(box, pic->Handle()));
   EXPECT_EQ(paneOf(box), original);
   box.Line(0, 0, 39, 24, RGB(255, 0, 0));
   EXPECT_EQ(pixelsOf(pic->Handle()), original);
@@ -228,35 +177,29 @@ TEST(SharedPanes, PlaceBitmapShowsItAtItsOwnSizeWithoutCopying) {
   ASSERT_TRUE(p.box.placeBitmap(src->Handle()));
   EXPECT_EQ(resizes, 1);
   EXPECT_FALSE(p.box.Picture());
-  EXPECT_EQ(p.box.Width(), 37);
-  EXPECT_EQ(p.box.Height(), 21);
+  EXPECT_EQ(std::pair(p.box.Width(), p.box.Height()), std::pair(37, 21));
   EXPECT_EQ(p.box.CurrentX(), 0.0f);
   EXPECT_EQ(paneOf(p.box), original);
   EXPECT_EQ(gdi::SharedPixelCopies(), copies);
   p.box.Line(0, 0, 36, 20, RGB(0, 0, 0), PictureBox::BoxFilled);
   EXPECT_EQ(pixelsOf(src->Handle()), original);
-  // Without a picture, Cls is the back colour again.
-  p.box.Cls();
+  p.box.Cls();  // without a picture, Cls is the back colour again
   EXPECT_EQ(paneOf(p.box), expectedCls(37, 21, nullptr));
-}
 
-TEST(SharedPanes, PlaceBitmapRefusesWhatItCannotShare) {
-  Pane p(10, 10);
-  const gdi::BITMAPINFO bi = gditest::dibInfo(6, 6, 24);  // bottom-up
+  // What it cannot share is refused and changes nothing.
+  const gdi::BITMAPINFO bi = gditest::dibInfo(6, 6, 24);
   void* bits = nullptr;
-  const gdi::HBITMAP dib = gdi::CreateDIBSection(0, &bi, gdi::DIB_RGB_COLORS, &bits, 0, 0);
+  const qorv::ScopedBitmap dib(gdi::CreateDIBSection(0, &bi, gdi::DIB_RGB_COLORS, &bits, 0, 0));
   PicturePtr pic = noisePicture(10, 10, 9);
   p.box.setPicture(pic);
   const std::vector<std::uint32_t> before = paneOf(p.box);
-  EXPECT_FALSE(p.box.placeBitmap(dib));
-  EXPECT_FALSE(p.box.placeBitmap(0));
-  EXPECT_FALSE(p.box.placeBitmap(p.box.hDC()));  // a DC, not a bitmap
+  for (const gdi::HANDLE h : {gdi::HANDLE{dib.get()}, gdi::HANDLE{0}, gdi::HANDLE{p.box.hDC()}})
+    EXPECT_FALSE(p.box.placeBitmap(h)) << h;
   EXPECT_EQ(p.box.Picture(), pic);
   EXPECT_EQ(paneOf(p.box), before);
   PictureBox bordered;
   bordered.setBorderStyle(1);
   EXPECT_FALSE(bordered.placeBitmap(pic->Handle()));
-  gdi::DeleteObject(dib);
 }
 
 // A loaded picture is placed by sharing where the box allows it and by the
@@ -272,8 +215,7 @@ TEST(SharedPanes, PlacePictureSharesOrDrawsToTheSamePixels) {
     const std::uint64_t copies = gdi::SharedPixelCopies();
     p.box.placePicture(src);
     EXPECT_FALSE(p.box.Picture());
-    EXPECT_EQ(p.box.Width(), 37);
-    EXPECT_EQ(p.box.Height(), 21);
+    EXPECT_EQ(std::pair(p.box.Width(), p.box.Height()), std::pair(37, 21));
     // A border takes two pixels each side; the picture's top-left part shows.
     const int w = static_cast<int>(p.box.ScaleWidth()), h = static_cast<int>(p.box.ScaleHeight());
     EXPECT_EQ(w, 37 - 4 * border);

@@ -1,5 +1,5 @@
-// Helpers shared by the gdi tests: DCs with a bitmap selected, pixel access and
-// random content.
+// Helpers shared by the gdi tests: DCs with a bitmap selected, pixel access,
+// random content and the classic failure check.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "platform/GdiSurface.h"
@@ -88,5 +89,31 @@ class Canvas {
 
 // Colour bits of `v` (0x00RRGGBB).
 inline std::uint32_t rgb(std::uint32_t v) { return v & 0x00FFFFFFu; }
+
+// The colour bits of every pixel of a 32-bit bitmap, read without copying.
+inline std::vector<std::uint32_t> pixelsOf(gdi::HBITMAP hbm) {
+  gdi::Surface s;
+  std::vector<std::uint32_t> out;
+  if (!gdi::BitmapSurfaceRead(hbm, s) || s.bitsPerPixel != 32) return out;
+  for (int y = 0; y < s.height; ++y)
+    for (int x = 0; x < s.width; ++x) out.push_back(rgb(reinterpret_cast<const std::uint32_t*>(s.row(y))[x]));
+  return out;
+}
+
+// A memory DC with an existing bitmap selected while the object lives.
+struct Selected {
+  explicit Selected(gdi::HBITMAP hbm) { sel.select(dc.get(), hbm); }
+  gdi::HDC get() const { return dc.get(); }
+  qorv::ScopedMemDC dc{gdi::CreateCompatibleDC(0)};
+  qorv::ScopedSelect sel;  // declared last: put back before the DC goes
+};
+
+// A call that must fail: the classic failure value and the error it leaves.
+template <class Call>
+void expectFailure(const std::string& name, Call call, std::int64_t failed, gdi::DWORD error) {
+  gdi::SetLastError(0);
+  EXPECT_EQ(static_cast<std::int64_t>(call()), failed) << name;
+  EXPECT_EQ(gdi::GetLastError(), error) << name;
+}
 
 }  // namespace gditest

@@ -13,45 +13,35 @@
 #include <QWidget>
 
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <optional>
+#include <string>
+#include <tuple>
 #include <vector>
 
 #include <QorvPictureBox/AutomationError.h>
 #include "platform/GdiSurface.h"
 #include "platform/PictureBox.h"
+#include "platform/test_pane_util.h"
 
 namespace qorv {
 namespace {
+
+using namespace panetest;
 
 constexpr COLORREF kRed = RGB(255, 0, 0);
 constexpr COLORREF kGreen = RGB(0, 255, 0);
 constexpr COLORREF kBlue = RGB(0, 0, 255);
 constexpr COLORREF kWhite = RGB(255, 255, 255);
-constexpr COLORREF kBack = RGB(10, 20, 30);
-
-// The colour of a pane pixel as a COLORREF (0x00BBGGRR).
-COLORREF at(const PictureBox& box, int x, int y) {
-  const QRgb p = box.imageView().pixel(x, y);
-  return RGB(qRed(p), qGreen(p), qBlue(p));
-}
 
 // A copy of the pane's pixels without the unused fourth byte.
 std::vector<COLORREF> snapshot(const PictureBox& box) {
   std::vector<COLORREF> out;
-  const QImage v = box.imageView();
-  for (int y = 0; y < v.height(); ++y)
-    for (int x = 0; x < v.width(); ++x) out.push_back(at(box, x, y));
+  for (int y = 0; y < box.imageView().height(); ++y)
+    for (int x = 0; x < box.imageView().width(); ++x) out.push_back(at(box, x, y));
   return out;
 }
-
-// A box of w x h pixels without border, cleared to kBack.
-struct Pane {
-  Pane(int w, int h) {
-    box.Move(0, 0, w, h);
-    box.setBackColor(kBack);
-  }
-  PictureBox box;
-};
 
 // Pixel content that differs everywhere, drawn straight into the image.
 void fillNoise(PictureBox& box) {
@@ -60,27 +50,16 @@ void fillNoise(PictureBox& box) {
     for (int x = 0; x < v.width(); ++x) v.setPixel(x, y, qRgb((x * 47 + y * 3) & 0xFF, (x * 5 + y * 61) & 0xFF, (x * y + 90) & 0xFF));
 }
 
-PicturePtr solidPicture(int w, int h, QRgb colour) {
-  QImage img(w, h, QImage::Format_RGB32);
-  img.fill(colour);
-  return Picture::fromImage(img);
-}
-
 // --- surface and geometry --------------------------------------------------------
 
 TEST(PictureBoxTest, NewBoxHasClassicDefaultsAndAMemoryDC) {
   PictureBox box(QStringLiteral("picPane"));
   EXPECT_EQ(box.objectName(), QStringLiteral("picPane"));
-  EXPECT_EQ(box.DrawMode(), 13);
-  EXPECT_EQ(box.DrawStyle(), 0);
-  EXPECT_EQ(box.DrawWidth(), 1);
-  EXPECT_EQ(box.FillStyle(), 1);
-  EXPECT_EQ(box.FillColor(), 0u);
-  EXPECT_EQ(box.BackColor(), vbButtonFace);
-  EXPECT_EQ(box.ForeColor(), vbButtonText);
-  EXPECT_TRUE(box.AutoRedraw());
-  EXPECT_EQ(box.BorderStyle(), 0);
-  EXPECT_TRUE(box.Font());
+  // Draw mode, style, width, fill style, border style; fill, back, fore colour.
+  EXPECT_EQ(std::tuple(box.DrawMode(), box.DrawStyle(), box.DrawWidth(), box.FillStyle(), box.BorderStyle()),
+            std::tuple(13, 0, 1, 1, 0));
+  EXPECT_EQ(std::tuple(box.FillColor(), box.BackColor(), box.ForeColor()), std::tuple(0u, vbButtonFace, vbButtonText));
+  EXPECT_TRUE(box.AutoRedraw() && box.Font());
   EXPECT_EQ(gdi::GetObjectType(box.hDC()), gdi::OBJ_MEMDC);
   // No area yet: nothing to show or snapshot, but a DC all the same.
   EXPECT_EQ(box.ScaleWidth(), 0.0f);
@@ -103,10 +82,8 @@ TEST(PictureBoxTest, InnerSizeIsOuterSizeLessTheBorder) {
     box.Move(3, 4, c.w, c.h);
     EXPECT_EQ(box.ScaleWidth(), c.sw) << c.border << " " << c.w;
     EXPECT_EQ(box.ScaleHeight(), c.sh) << c.border << " " << c.h;
-    EXPECT_EQ(box.Left(), 3);
-    EXPECT_EQ(box.Top(), 4);
-    const QImage v = box.imageView();
-    EXPECT_EQ(v.width(), c.sw > 0 && c.sh > 0 ? static_cast<int>(c.sw) : 0);
+    EXPECT_EQ(std::pair(box.Left(), box.Top()), std::pair(3, 4));
+    EXPECT_EQ(box.imageView().width(), c.sw > 0 && c.sh > 0 ? static_cast<int>(c.sw) : 0);
     gdi::BITMAP bm{};
     ASSERT_EQ(gdi::GetObjectA(gdi::CurrentBitmap(box.hDC()), sizeof bm, &bm), static_cast<int>(sizeof bm));
     EXPECT_EQ(bm.bmWidth, std::max(1, static_cast<int>(c.sw)));
@@ -124,11 +101,8 @@ TEST(PictureBoxTest, ResizingKeepsTopLeftContentAndFillsNewAreaWithBackColor) {
   p.box.setWidth(30);
   p.box.setHeight(15);
   EXPECT_EQ(resizes, 2);
-  EXPECT_EQ(at(p.box, 0, 0), kRed);
-  EXPECT_EQ(at(p.box, 19, 9), kGreen);
-  EXPECT_EQ(at(p.box, 20, 9), kBack);
-  EXPECT_EQ(at(p.box, 29, 14), kBack);
-  EXPECT_EQ(at(p.box, 5, 10), kBack);
+  EXPECT_EQ(std::tuple(at(p.box, 0, 0), at(p.box, 19, 9)), std::tuple(kRed, kGreen));
+  for (auto [x, y] : {std::pair{20, 9}, {29, 14}, {5, 10}}) EXPECT_EQ(at(p.box, x, y), kBack) << x << "," << y;
 
   p.box.Move(0, 0, 5, 5);
   EXPECT_EQ(at(p.box, 4, 4), kRed);
@@ -143,7 +117,7 @@ TEST(PictureBoxTest, HugeSizeFailsWithAnErrorAndKeepsTheOldSurface) {
   p.box.PSet(1, 1, kRed);
   try {
     p.box.Move(0, 0, 2000000000, 2000000000);
-    FAIL() << "an impossible surface was allocated";
+    ADD_FAILURE() << "an impossible surface was allocated";
   } catch (const AutomationError& e) {
     EXPECT_EQ(e.number(), 7);
   }
@@ -186,45 +160,37 @@ TEST(PictureBoxTest, PaintPictureDrawsWholePartsStretchedAndInverted) {
   }
   PicturePtr pic = Picture::fromImage(src);
   auto srcAt = [&](int x, int y) { return RGB(qRed(src.pixel(x, y)), qGreen(src.pixel(x, y)), qBlue(src.pixel(x, y))); };
-
-  {  // omitted sizes: the picture's own
+  using F = std::optional<float>;
+  const std::nullopt_t none = std::nullopt;
+  struct Case {
+    const char* name;
+    float x, y;
+    F w, h, sx, sy, sw, sh;
+    gdi::DWORD rop;
+    // The pane pixel (x, y) is source pixel (srcX, srcY), or kBack for -1.
+    std::function<std::pair<int, int>(int, int)> from;
+  } cases[] = {
+      {"omitted sizes: the picture's own", 3, 4, none, none, none, none, none, none, gdi::SRCCOPY,
+       [](int x, int y) { return x >= 3 && x < 7 && y >= 4 && y < 6 ? std::pair(x - 3, y - 4) : std::pair(-1, -1); }},
+      {"doubled: each source pixel a 2x2 block", 0, 0, 8.0f, 4.0f, none, none, none, none, gdi::SRCCOPY,
+       [](int x, int y) { return x < 8 && y < 4 ? std::pair(x / 2, y / 2) : std::pair(-1, -1); }},
+      {"a part at its own size", 1, 1, 2.0f, 1.0f, 2.0f, 1.0f, 2.0f, 1.0f, gdi::SRCCOPY,
+       [](int x, int y) { return x >= 1 && x < 3 && y == 1 ? std::pair(x + 1, 1) : std::pair(-1, -1); }},
+      {"a part stretched to the picture's size", 1, 1, none, none, 2.0f, 1.0f, 2.0f, 1.0f, gdi::SRCCOPY,
+       [](int x, int y) { return x >= 1 && x < 5 && y >= 1 && y < 3 ? std::pair(2 + (x - 1) / 2, 1) : std::pair(-1, -1); }},
+      {"inverted source", 0, 0, none, none, none, none, none, none, gdi::NOTSRCCOPY,
+       [](int x, int y) { return x < 4 && y < 2 ? std::pair(x, y) : std::pair(-1, -1); }},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
     Pane p(10, 10);
-    p.box.PaintPicture(pic, 3, 4);
-    for (int y = 0; y < 2; ++y)
-      for (int x = 0; x < 4; ++x) EXPECT_EQ(at(p.box, 3 + x, 4 + y), srcAt(x, y));
-    EXPECT_EQ(at(p.box, 7, 4), kBack);
-    EXPECT_EQ(at(p.box, 2, 4), kBack);
-  }
-  {  // doubled: each source pixel becomes a 2x2 block
-    Pane p(10, 10);
-    p.box.PaintPicture(pic, 0, 0, 8.0f, 4.0f);
-    for (int y = 0; y < 4; ++y)
-      for (int x = 0; x < 8; ++x) EXPECT_EQ(at(p.box, x, y), srcAt(x / 2, y / 2)) << x << "," << y;
-  }
-  {  // a part of the source, drawn at its own size
-    Pane p(10, 10);
-    p.box.PaintPicture(pic, 1, 1, 2.0f, 1.0f, 2.0f, 1.0f, 2.0f, 1.0f);
-    EXPECT_EQ(at(p.box, 1, 1), srcAt(2, 1));
-    EXPECT_EQ(at(p.box, 2, 1), srcAt(3, 1));
-    EXPECT_EQ(at(p.box, 3, 1), kBack);
-    EXPECT_EQ(at(p.box, 1, 2), kBack);
-  }
-  {  // a part with omitted destination size: stretched to the picture's size
-    Pane p(10, 10);
-    p.box.PaintPicture(pic, 1, 1, std::nullopt, std::nullopt, 2.0f, 1.0f, 2.0f, 1.0f);
-    for (int y = 1; y <= 2; ++y) {
-      EXPECT_EQ(at(p.box, 1, y), srcAt(2, 1));
-      EXPECT_EQ(at(p.box, 2, y), srcAt(2, 1));
-      EXPECT_EQ(at(p.box, 3, y), srcAt(3, 1));
-      EXPECT_EQ(at(p.box, 4, y), srcAt(3, 1));
-    }
-    EXPECT_EQ(at(p.box, 5, 1), kBack);
-  }
-  {  // a raster operation: inverted source
-    Pane p(10, 10);
-    p.box.PaintPicture(pic, 0, 0, std::nullopt, std::nullopt, std::nullopt, std::nullopt, std::nullopt, std::nullopt,
-                       gdi::NOTSRCCOPY);
-    EXPECT_EQ(at(p.box, 1, 0), srcAt(1, 0) ^ 0xFFFFFFu);
+    p.box.PaintPicture(pic, c.x, c.y, c.w, c.h, c.sx, c.sy, c.sw, c.sh, c.rop);
+    const COLORREF invert = c.rop == gdi::NOTSRCCOPY ? 0xFFFFFFu : 0u;
+    for (int y = 0; y < 10; ++y)
+      for (int x = 0; x < 10; ++x) {
+        const auto [fx, fy] = c.from(x, y);
+        ASSERT_EQ(at(p.box, x, y), fx < 0 ? kBack : srcAt(fx, fy) ^ invert) << x << "," << y;
+      }
   }
 }
 
@@ -303,26 +269,20 @@ TEST(PictureBoxTest, DrawStylesAndWidthsShapeTheLine) {
     }
     return std::pair{onLine, beside};
   };
+  enum Line { Full, Gaps, None, Other };
   struct Case {
     int style, width;
-    bool full, gaps, thick;
-  } cases[] = {{0, 1, true, false, false}, {1, 1, false, true, false}, {2, 1, false, true, false},
-               {3, 1, false, true, false}, {4, 1, false, true, false}, {5, 1, false, false, false},
-               {6, 1, true, false, false}, {1, 3, true, false, true},  {0, 3, true, false, true},
-               {99, 1, true, false, false}};
+    Line line;
+    bool thick;
+  } cases[] = {{0, 1, Full, false}, {1, 1, Gaps, false}, {2, 1, Gaps, false}, {3, 1, Gaps, false},
+               {4, 1, Gaps, false}, {5, 1, None, false}, {6, 1, Full, false}, {1, 3, Full, true},
+               {0, 3, Full, true},  {99, 1, Full, false}};
   for (const Case& c : cases) {
+    SCOPED_TRACE(std::to_string(c.style) + "/" + std::to_string(c.width));
     const auto [onLine, beside] = drawn(c.style, c.width);
-    if (c.full) {
-      EXPECT_GE(onLine, 39) << c.style << "/" << c.width;
-    }
-    if (c.gaps) {
-      EXPECT_GT(onLine, 0) << c.style;
-      EXPECT_LT(onLine, 38) << c.style;
-    }
-    if (c.style == 5) {
-      EXPECT_EQ(onLine, 0);
-    }
-    EXPECT_EQ(beside > 0, c.thick) << c.style << "/" << c.width;
+    const Line seen = onLine >= 39 ? Full : onLine > 0 && onLine < 38 ? Gaps : onLine == 0 ? None : Other;
+    EXPECT_EQ(seen, c.line) << onLine;
+    EXPECT_EQ(beside > 0, c.thick);
   }
 }
 
@@ -363,10 +323,7 @@ TEST(PictureBoxTest, HatchedFillsRunInTheirDirection) {
 TEST(PictureBoxTest, CircleIsCentredWithTheGivenRadius) {
   Pane p(21, 21);
   p.box.Circle(10, 10, 6, kRed);
-  EXPECT_EQ(at(p.box, 16, 10), kRed);
-  EXPECT_EQ(at(p.box, 4, 10), kRed);
-  EXPECT_EQ(at(p.box, 10, 4), kRed);
-  EXPECT_EQ(at(p.box, 10, 16), kRed);
+  for (auto [x, y] : {std::pair{16, 10}, {4, 10}, {10, 4}, {10, 16}}) EXPECT_EQ(at(p.box, x, y), kRed) << x << "," << y;
   EXPECT_EQ(at(p.box, 10, 10), kBack);  // transparent fill
   EXPECT_EQ(at(p.box, 18, 10), kBack);
   p.box.setFillStyle(0);
@@ -397,7 +354,9 @@ TEST(PictureBoxTest, BadCoordinatesNeverCrash) {
     p.box.setFillStyle(mode);
     p.box.Line(0, 0, 9, 9, kRed, PictureBox::Box);
   }
-  SUCCEED();
+  p.box.setDrawMode(13);  // still drawing afterwards
+  p.box.PSet(4, 4, kBlue);
+  EXPECT_EQ(at(p.box, 4, 4), kBlue);
 }
 
 // --- draw modes ---------------------------------------------------------------------------
@@ -596,10 +555,7 @@ TEST_F(BoundPaneTest, WidgetFollowsTheBoxAndPaintsItsImage) {
 }
 
 TEST_F(BoundPaneTest, MouseEventsCarryClassicButtonsShiftAndInnerCoordinates) {
-  struct Seen {
-    int kind, button, shift;
-    float x, y;
-  };
+  using Seen = std::tuple<int, int, int, float, float>;  // down/move/up, button, shift, x, y
   std::vector<Seen> seen;
   int clicks = 0, doubles = 0;
   QObject::connect(&box_, &PictureBox::MouseDown, [&](int b, int s, float x, float y) { seen.push_back({0, b, s, x, y}); });
@@ -613,15 +569,7 @@ TEST_F(BoundPaneTest, MouseEventsCarryClassicButtonsShiftAndInnerCoordinates) {
   mouse(QEvent::MouseButtonRelease, Qt::RightButton, Qt::NoButton, Qt::NoModifier, {13, 9});
   mouse(QEvent::MouseButtonPress, Qt::MiddleButton, Qt::MiddleButton, Qt::NoModifier, {2, 2});
   mouse(QEvent::MouseButtonPress, Qt::LeftButton, Qt::LeftButton, Qt::ControlModifier, {2, 2});
-  ASSERT_EQ(seen.size(), 5u);
-  const Seen expected[] = {{0, 2, 5, 10, 5}, {1, 6, 2, 11, 7}, {2, 2, 0, 11, 7}, {0, 4, 0, 0, 0}, {0, 1, 2, 0, 0}};
-  for (std::size_t i = 0; i < 5; ++i) {
-    EXPECT_EQ(seen[i].kind, expected[i].kind) << i;
-    EXPECT_EQ(seen[i].button, expected[i].button) << i;
-    EXPECT_EQ(seen[i].shift, expected[i].shift) << i;
-    EXPECT_FLOAT_EQ(seen[i].x, expected[i].x) << i;
-    EXPECT_FLOAT_EQ(seen[i].y, expected[i].y) << i;
-  }
+  EXPECT_EQ(seen, (std::vector<Seen>{{0, 2, 5, 10, 5}, {1, 6, 2, 11, 7}, {2, 2, 0, 11, 7}, {0, 4, 0, 0, 0}, {0, 1, 2, 0, 0}}));
   EXPECT_EQ(clicks, 0);  // only a left release completes a click
   mouse(QEvent::MouseButtonRelease, Qt::LeftButton, Qt::NoButton, Qt::NoModifier, {2, 2});
   EXPECT_EQ(clicks, 1);
@@ -652,25 +600,16 @@ TEST_F(BoundPaneTest, KeysArriveAsClassicKeyCodes) {
                {Qt::Key_Escape, Qt::NoModifier, QStringLiteral("\x1b"), 27, 0, 27},
                {Qt::Key_F5, Qt::NoModifier, QString(), 116, 0, -1},
                {Qt::Key_PageDown, Qt::NoModifier, QString(), 34, 0, -1}};
+  int down, up, shiftDown, ascii;
+  QObject::connect(&box_, &PictureBox::KeyDown, [&](int* code, int shift) { std::tie(down, shiftDown) = std::pair(*code, shift); });
+  QObject::connect(&box_, &PictureBox::KeyUp, [&](int* code, int) { up = *code; });
+  QObject::connect(&box_, &PictureBox::KeyPress, [&](int* a) { ascii = *a; });
   for (const Case& c : cases) {
-    int down = -1, up = -1, shiftDown = -1, ascii = -1;
-    auto k1 = QObject::connect(&box_, &PictureBox::KeyDown, [&](int* code, int shift) {
-      down = *code;
-      shiftDown = shift;
-    });
-    auto k2 = QObject::connect(&box_, &PictureBox::KeyUp, [&](int* code, int) { up = *code; });
-    auto k3 = QObject::connect(&box_, &PictureBox::KeyPress, [&](int* a) { ascii = *a; });
-    QKeyEvent press(QEvent::KeyPress, c.qtKey, c.mods, c.text);
-    QKeyEvent release(QEvent::KeyRelease, c.qtKey, c.mods, c.text);
+    down = up = shiftDown = ascii = -1;
+    QKeyEvent press(QEvent::KeyPress, c.qtKey, c.mods, c.text), release(QEvent::KeyRelease, c.qtKey, c.mods, c.text);
     QCoreApplication::sendEvent(w_, &press);
     QCoreApplication::sendEvent(w_, &release);
-    EXPECT_EQ(down, c.keyCode) << c.qtKey;
-    EXPECT_EQ(up, c.keyCode) << c.qtKey;
-    EXPECT_EQ(shiftDown, c.shift) << c.qtKey;
-    EXPECT_EQ(ascii, c.ascii) << c.qtKey;
-    QObject::disconnect(k1);
-    QObject::disconnect(k2);
-    QObject::disconnect(k3);
+    EXPECT_EQ(std::tuple(down, up, shiftDown, ascii), std::tuple(c.keyCode, c.keyCode, c.shift, c.ascii)) << c.qtKey;
   }
 }
 
