@@ -2,8 +2,10 @@
 // 32 bits, bottom-up and top-down.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
 #include <string>
+#include <tuple>
 
 #include "platform/test_gdi_util.h"
 
@@ -195,11 +197,13 @@ TEST(CreateDIBitmap, EveryLayoutRoundTripsThroughGetDIBits) {
   ReleaseDC(GetDesktopWindow(), screen);
 }
 
-// A band of rows counted from the bottom, as the classic call numbers them.
+// A band of rows counted from the bottom, as the classic call numbers them,
+// wide enough for the row converter's vector blocks; row padding is left alone.
 TEST(GetDIBits, BandsAreCountedFromTheBottom) {
   std::mt19937 rng(7);
-  gditest::Canvas c(6, 8);
+  gditest::Canvas c(45, 8);
   c.randomise(rng);
+  constexpr int kStride = (45 * 3 + 3) & ~3;
   struct Band {
     UINT start, lines;
     int copied;
@@ -207,15 +211,17 @@ TEST(GetDIBits, BandsAreCountedFromTheBottom) {
   for (const Band b : {Band{0, 8, 8}, Band{1, 2, 2}, Band{5, 10, 3}, Band{7, 1, 1}}) {
     for (bool topDown : {false, true}) {
       const int lines = static_cast<int>(b.lines);
-      BITMAPINFO bi = gditest::dibInfo(6, topDown ? -lines : lines, 24);
-      std::vector<std::uint8_t> buf(static_cast<std::size_t>(20) * b.lines, 0);
+      BITMAPINFO bi = gditest::dibInfo(45, topDown ? -lines : lines, 24);
+      std::vector<std::uint8_t> buf(static_cast<std::size_t>(kStride) * b.lines, 0xEE);
       ASSERT_EQ(GetDIBits(0, c.bitmap(), b.start, b.lines, buf.data(), &bi, DIB_RGB_COLORS), b.copied);
-      const auto rows = decodeRows(buf, 6, b.copied, 24, topDown);
+      const auto rows = decodeRows(buf, 45, b.copied, 24, topDown);
       // Band row 0 (its top) is DIB row start+copied-1, i.e. picture row 8-start-copied.
-      for (int r = 0; r < b.copied; ++r)
-        for (int x = 0; x < 6; ++x)
-          ASSERT_EQ(rows[static_cast<std::size_t>(r) * 6 + x], c.at(x, 8 - static_cast<int>(b.start) - b.copied + r))
+      for (int r = 0; r < b.copied; ++r) {
+        for (int x = 0; x < 45; ++x)
+          ASSERT_EQ(rows[static_cast<std::size_t>(r) * 45 + x], c.at(x, 8 - static_cast<int>(b.start) - b.copied + r))
               << "start " << b.start << " row " << r << (topDown ? " top-down" : "");
+        EXPECT_EQ(buf[static_cast<std::size_t>(r * kStride + 135)], 0xEE) << "padding untouched";
+      }
     }
   }
 }
@@ -225,28 +231,19 @@ TEST(GetDIBits, HeaderOnlyQueryDescribesTheBitmap) {
   BITMAPINFO bi{};
   bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
   EXPECT_NE(GetDIBits(0, hbm, 0, 4, nullptr, &bi, DIB_RGB_COLORS), 0);
-  EXPECT_EQ(bi.bmiHeader.biWidth, 10);
-  EXPECT_EQ(bi.bmiHeader.biHeight, 4);
-  EXPECT_EQ(bi.bmiHeader.biBitCount, 32);
-  EXPECT_EQ(bi.bmiHeader.biSizeImage, 160u);
+  const BITMAPINFOHEADER& h = bi.bmiHeader;
+  EXPECT_EQ(std::tuple(h.biWidth, h.biHeight, h.biBitCount, h.biSizeImage), std::tuple(10, 4, 32, 160u));
   DeleteObject(hbm);
 }
 
 TEST(CreateDIBitmap, WithoutInitIsZeroFilled) {
-  BITMAPINFOHEADER h{};
-  h.biSize = sizeof h;
-  h.biWidth = 3;
-  h.biHeight = -2;
-  h.biPlanes = 1;
-  h.biBitCount = 24;
-  const HBITMAP hbm = CreateDIBitmap(0, &h, 0, nullptr, nullptr, DIB_RGB_COLORS);
-  ASSERT_NE(hbm, 0u);
+  const BITMAPINFO bi = gditest::dibInfo(3, -2, 24);
+  const qorv::ScopedBitmap hbm(CreateDIBitmap(0, &bi.bmiHeader, 0, nullptr, nullptr, DIB_RGB_COLORS));
+  ASSERT_TRUE(hbm);
   Surface s;
-  ASSERT_TRUE(BitmapSurface(hbm, s));
-  EXPECT_EQ(s.width, 3);
-  EXPECT_EQ(s.height, 2);
+  ASSERT_TRUE(BitmapSurface(hbm.get(), s));
+  EXPECT_EQ(std::pair(s.width, s.height), std::pair(3, 2));
   for (int i = 0; i < 24; ++i) EXPECT_EQ(s.rows[i], 0);
-  DeleteObject(hbm);
 }
 
 TEST(CreateDIBitmap, BadInputTable) {
@@ -266,76 +263,41 @@ TEST(CreateDIBitmap, BadInputTable) {
   HDC stale = CreateCompatibleDC(0);
   DeleteDC(stale);
   const auto* hdr = &good.bmi()->bmiHeader;
-  struct Case {
-    const char* name;
-    HBITMAP result;
-    DWORD error;
+  const void* bits = good.bits.data();
+  constexpr DWORD kHandle = ERROR_INVALID_HANDLE, kParam = ERROR_INVALID_PARAMETER;
+  const std::tuple<const char*, std::function<HBITMAP()>, DWORD> cases[] = {
+      {"null header", [&] { return CreateDIBitmap(0, nullptr, CBM_INIT, bits, good.bmi(), 0); }, kParam},
+      {"init without bits", [&] { return CreateDIBitmap(0, hdr, CBM_INIT, nullptr, good.bmi(), 0); }, kParam},
+      {"init without info", [&] { return CreateDIBitmap(0, hdr, CBM_INIT, bits, nullptr, 0); }, kParam},
+      {"palette usage", [&] { return CreateDIBitmap(0, hdr, CBM_INIT, bits, good.bmi(), 1); }, kParam},
+      {"zero width", [&] { return CreateDIBitmap(0, &zeroWidth, 0, nullptr, nullptr, 0); }, kParam},
+      {"huge", [&] { return CreateDIBitmap(0, &huge, 0, nullptr, nullptr, 0); }, ERROR_NOT_ENOUGH_MEMORY},
+      {"12 bits", [&] { return CreateDIBitmap(0, hdr, CBM_INIT, bits, badDepth.bmi(), 0); }, kParam},
+      {"compressed", [&] { return CreateDIBitmap(0, hdr, CBM_INIT, bits, rle.bmi(), 0); }, kParam},
+      {"empty masks", [&] { return CreateDIBitmap(0, hdr, CBM_INIT, noMasks.bits.data(), noMasks.bmi(), 0); }, kParam},
+      {"stale DC", [&] { return CreateDIBitmap(stale, hdr, CBM_INIT, bits, good.bmi(), 0); }, kHandle},
   };
-  auto run = [&](HDC dc, const BITMAPINFOHEADER* h, DWORD init, const void* bits, const BITMAPINFO* bi, UINT usage) {
-    SetLastError(0);
-    const HBITMAP r = CreateDIBitmap(dc, h, init, bits, bi, usage);
-    return Case{"", r, GetLastError()};
-  };
-  const std::pair<const char*, Case> cases[] = {
-      {"null header", run(0, nullptr, CBM_INIT, good.bits.data(), good.bmi(), 0)},
-      {"init without bits", run(0, hdr, CBM_INIT, nullptr, good.bmi(), 0)},
-      {"init without info", run(0, hdr, CBM_INIT, good.bits.data(), nullptr, 0)},
-      {"palette usage", run(0, hdr, CBM_INIT, good.bits.data(), good.bmi(), 1)},
-      {"zero width", run(0, &zeroWidth, 0, nullptr, nullptr, 0)},
-      {"huge", run(0, &huge, 0, nullptr, nullptr, 0)},
-      {"12 bits", run(0, hdr, CBM_INIT, good.bits.data(), badDepth.bmi(), 0)},
-      {"compressed", run(0, hdr, CBM_INIT, good.bits.data(), rle.bmi(), 0)},
-      {"empty masks", run(0, hdr, CBM_INIT, noMasks.bits.data(), noMasks.bmi(), 0)},
-      {"stale DC", run(stale, hdr, CBM_INIT, good.bits.data(), good.bmi(), 0)},
-  };
-  const DWORD expected[] = {ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER,
-                            ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER, ERROR_NOT_ENOUGH_MEMORY,
-                            ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER,
-                            ERROR_INVALID_HANDLE};
-  for (std::size_t i = 0; i < std::size(cases); ++i) {
-    EXPECT_EQ(cases[i].second.result, 0u) << cases[i].first;
-    EXPECT_EQ(cases[i].second.error, expected[i]) << cases[i].first;
-  }
+  for (const auto& [name, call, error] : cases) gditest::expectFailure(name, call, 0, error);
 }
 
 TEST(GetDIBits, BadInputTable) {
-  const HBITMAP hbm = CreateCompatibleBitmap(0, 4, 4);
-  HBITMAP stale = CreateCompatibleBitmap(0, 1, 1);
+  const qorv::ScopedBitmap hbm(CreateCompatibleBitmap(0, 4, 4));
+  const HBITMAP stale = CreateCompatibleBitmap(0, 1, 1);
   DeleteObject(stale);
   std::vector<std::uint8_t> buf(256);
-  auto info = [](int bpp, LONG height) {
-    BITMAPINFO bi{};
-    bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    bi.bmiHeader.biWidth = 4;
-    bi.bmiHeader.biHeight = height;
-    bi.bmiHeader.biPlanes = 1;
-    bi.bmiHeader.biBitCount = static_cast<WORD>(bpp);
-    return bi;
+  BITMAPINFO bi32 = gditest::dibInfo(4, 4, 32), bi8 = gditest::dibInfo(4, 4, 8);
+  auto get = [&](HBITMAP h, UINT start, UINT lines, BITMAPINFO* bi) {
+    return [=, &buf] { return GetDIBits(0, h, start, lines, buf.data(), bi, DIB_RGB_COLORS); };
   };
-  struct Case {
-    const char* name;
-    HBITMAP bmp;
-    UINT start, lines;
-    int bpp;
-    bool nullInfo;
-    DWORD error;
+  const std::tuple<const char*, std::function<int()>, DWORD> cases[] = {
+      {"stale bitmap", get(stale, 0, 4, &bi32), ERROR_INVALID_HANDLE},
+      {"bitmap 0", get(0, 0, 4, &bi32), ERROR_INVALID_HANDLE},
+      {"null info", get(hbm.get(), 0, 4, nullptr), ERROR_INVALID_PARAMETER},
+      {"8 bits out", get(hbm.get(), 0, 4, &bi8), ERROR_INVALID_PARAMETER},
+      {"start past the end", get(hbm.get(), 4, 1, &bi32), ERROR_INVALID_PARAMETER},
+      {"no lines", get(hbm.get(), 0, 0, &bi32), ERROR_INVALID_PARAMETER},
   };
-  const Case cases[] = {
-      {"stale bitmap", stale, 0, 4, 32, false, ERROR_INVALID_HANDLE},
-      {"bitmap 0", 0, 0, 4, 32, false, ERROR_INVALID_HANDLE},
-      {"null info", hbm, 0, 4, 32, true, ERROR_INVALID_PARAMETER},
-      {"8 bits out", hbm, 0, 4, 8, false, ERROR_INVALID_PARAMETER},
-      {"start past the end", hbm, 4, 1, 32, false, ERROR_INVALID_PARAMETER},
-      {"no lines", hbm, 0, 0, 32, false, ERROR_INVALID_PARAMETER},
-  };
-  for (const Case& c : cases) {
-    BITMAPINFO bi = info(c.bpp, 4);
-    SetLastError(0);
-    EXPECT_EQ(GetDIBits(0, c.bmp, c.start, c.lines, buf.data(), c.nullInfo ? nullptr : &bi, DIB_RGB_COLORS), 0)
-        << c.name;
-    EXPECT_EQ(GetLastError(), c.error) << c.name;
-  }
-  DeleteObject(hbm);
+  for (const auto& [name, call, error] : cases) gditest::expectFailure(name, call, 0, error);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include "platform/Clock.h"
 #include "platform/GdiSurface.h"
@@ -31,11 +32,8 @@ TEST(GdiObjects, NewMemoryDcHoldsMonochromeStockBitmap) {
   HBITMAP stock = CurrentBitmap(dc);
   ASSERT_NE(stock, 0u);
   EXPECT_EQ(GetObjectType(stock), OBJ_BITMAP);
-  const BITMAP bm = describe(stock);
-  EXPECT_EQ(bm.bmWidth, 1);
-  EXPECT_EQ(bm.bmHeight, 1);
-  EXPECT_EQ(bm.bmBitsPixel, 1);
-  EXPECT_EQ(bm.bmPlanes, 1);
+  const BITMAP bm = describe(stock);  // 1 x 1, one plane of one bit
+  EXPECT_EQ(std::tuple(bm.bmWidth, bm.bmHeight, bm.bmPlanes, bm.bmBitsPixel), std::tuple(1, 1, 1, 1));
   // The stock bitmap is shared: deleting it is accepted and changes nothing.
   EXPECT_EQ(DeleteObject(stock), TRUE);
   EXPECT_EQ(GetObjectType(stock), OBJ_BITMAP);
@@ -45,32 +43,21 @@ TEST(GdiObjects, NewMemoryDcHoldsMonochromeStockBitmap) {
 TEST(GdiObjects, DescriptionsOfDeviceBitmapsAndDibSections) {
   HBITMAP dev = CreateCompatibleBitmap(0, 7, 5);
   ASSERT_NE(dev, 0u);
-  BITMAP bm = describe(dev);
-  EXPECT_EQ(bm.bmType, 0);
-  EXPECT_EQ(bm.bmWidth, 7);
-  EXPECT_EQ(bm.bmHeight, 5);
-  EXPECT_EQ(bm.bmWidthBytes, 28);
-  EXPECT_EQ(bm.bmPlanes, 1);
-  EXPECT_EQ(bm.bmBitsPixel, 32);
-  EXPECT_EQ(bm.bmBits, 0);
+  BITMAP bm = describe(dev);  // type, size, row bytes, planes, bits, no pointer to them
+  EXPECT_EQ(std::tuple(bm.bmType, bm.bmWidth, bm.bmHeight, bm.bmWidthBytes, bm.bmPlanes, bm.bmBitsPixel, bm.bmBits),
+            std::tuple(0, 7, 5, 28, 1, 32, 0));
 
   BITMAPINFO bi = dibInfo(5, 3, 24);
   void* bits = nullptr;
   HBITMAP dib = CreateDIBSection(0, &bi, DIB_RGB_COLORS, &bits, 0, 0);
   ASSERT_NE(dib, 0u);
   EXPECT_NE(bits, nullptr);
-  bm = describe(dib);
-  EXPECT_EQ(bm.bmWidth, 5);
-  EXPECT_EQ(bm.bmHeight, 3);
-  EXPECT_EQ(bm.bmWidthBytes, 16);  // 15 bytes padded to 4
-  EXPECT_EQ(bm.bmBitsPixel, 24);
+  bm = describe(dib);  // rows of 15 bytes padded to 16
+  EXPECT_EQ(std::tuple(bm.bmWidth, bm.bmHeight, bm.bmWidthBytes, bm.bmBitsPixel), std::tuple(5, 3, 16, 24));
   Surface s;
   ASSERT_TRUE(BitmapSurface(dib, s));
-  EXPECT_EQ(s.rows, bits);
-  EXPECT_TRUE(s.bottomUp);
-  EXPECT_EQ(s.stride, 16);
-  // The bottom row is first in memory.
-  EXPECT_EQ(s.row(2), static_cast<std::uint8_t*>(bits));
+  EXPECT_EQ(std::tuple(s.rows, s.bottomUp, s.stride), std::tuple(static_cast<std::uint8_t*>(bits), true, 16));
+  EXPECT_EQ(s.row(2), static_cast<std::uint8_t*>(bits));  // the bottom row is first in memory
   EXPECT_EQ(GetObjectA(dib, 0, nullptr), 24);  // size query
   EXPECT_EQ(DeleteObject(dev), TRUE);
   EXPECT_EQ(DeleteObject(dib), TRUE);
@@ -84,10 +71,8 @@ TEST(GdiObjects, SelectionRules) {
   const HGDIOBJ stock = SelectObject(a, bmp);
   EXPECT_EQ(GetObjectType(stock), OBJ_BITMAP);
   EXPECT_EQ(CurrentBitmap(a), bmp);
-  // Selected into one DC at a time.
-  SetLastError(0);
-  EXPECT_EQ(SelectObject(b, bmp), 0u);
-  EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+  gditest::expectFailure("selected into one DC at a time", [&] { return SelectObject(b, bmp); }, 0,
+                         ERROR_INVALID_PARAMETER);
   // A selected bitmap cannot be deleted.
   EXPECT_EQ(DeleteObject(bmp), FALSE);
   EXPECT_EQ(GetObjectType(bmp), OBJ_BITMAP);
@@ -116,15 +101,9 @@ TEST(GdiObjects, StaleHandlesFailAndAreNotReused) {
     EXPECT_NE(again, dc);
     DeleteObject(again);
   }
-  SetLastError(0);
-  EXPECT_EQ(GetObjectType(bmp), 0u);
-  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-  SetLastError(0);
-  EXPECT_EQ(DeleteObject(bmp), FALSE);
-  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-  SetLastError(0);
-  EXPECT_EQ(DeleteDC(dc), FALSE);
-  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+  gditest::expectFailure("type", [&] { return GetObjectType(bmp); }, 0, ERROR_INVALID_HANDLE);
+  gditest::expectFailure("delete", [&] { return DeleteObject(bmp); }, FALSE, ERROR_INVALID_HANDLE);
+  gditest::expectFailure("DeleteDC", [&] { return DeleteDC(dc); }, FALSE, ERROR_INVALID_HANDLE);
 }
 
 // Every bad input gives the classic failure value and the documented error.
@@ -147,6 +126,7 @@ TEST(GdiObjects, BadInputTable) {
   BITMAPINFO badCompression = dibInfo(4, 4, 24);
   badCompression.bmiHeader.biCompression = 1;
   BITMAP out{};
+  Surface surface;
   POINT pts[3] = {{0, 0}, {2, 0}, {0, 2}};
   POINT flat[3] = {{0, 0}, {2, 0}, {4, 0}};
   void* bits = nullptr;
@@ -154,83 +134,60 @@ TEST(GdiObjects, BadInputTable) {
   struct Case {
     std::string name;
     std::function<std::int64_t()> call;
-    std::int64_t expected;
     DWORD error;
   };
+  constexpr DWORD kHandle = ERROR_INVALID_HANDLE, kParam = ERROR_INVALID_PARAMETER, kMemory = ERROR_NOT_ENOUGH_MEMORY;
   const Case cases[] = {
-      {"CompatibleDC of stale DC", [&] { return CreateCompatibleDC(staleDc); }, 0, ERROR_INVALID_HANDLE},
-      {"CompatibleDC of a bitmap", [&] { return CreateCompatibleDC(bmp); }, 0, ERROR_INVALID_HANDLE},
-      {"bitmap 0x0", [&] { return CreateCompatibleBitmap(0, 0, 0); }, 0, ERROR_INVALID_PARAMETER},
-      {"bitmap negative", [&] { return CreateCompatibleBitmap(0, -5, 5); }, 0, ERROR_INVALID_PARAMETER},
-      {"bitmap huge", [&] { return CreateCompatibleBitmap(0, 100000, 100000); }, 0, ERROR_NOT_ENOUGH_MEMORY},
-      {"bitmap max int", [&] { return CreateCompatibleBitmap(0, 0x7FFFFFFF, 0x7FFFFFFF); }, 0,
-       ERROR_NOT_ENOUGH_MEMORY},
-      {"bitmap on stale DC", [&] { return CreateCompatibleBitmap(staleDc, 2, 2); }, 0, ERROR_INVALID_HANDLE},
-      {"DIB section null info", [&] { return CreateDIBSection(0, nullptr, 0, &bits, 0, 0); }, 0,
-       ERROR_INVALID_PARAMETER},
-      {"DIB section depth 7", [&] { return CreateDIBSection(0, &badDepth, 0, &bits, 0, 0); }, 0,
-       ERROR_INVALID_PARAMETER},
-      {"DIB section width 0", [&] { return CreateDIBSection(0, &zeroWide, 0, &bits, 0, 0); }, 0,
-       ERROR_INVALID_PARAMETER},
-      {"DIB section height 0", [&] { return CreateDIBSection(0, &zeroHigh, 0, &bits, 0, 0); }, 0,
-       ERROR_INVALID_PARAMETER},
-      {"DIB section huge", [&] { return CreateDIBSection(0, &huge, 0, &bits, 0, 0); }, 0, ERROR_NOT_ENOUGH_MEMORY},
-      {"DIB section compressed", [&] { return CreateDIBSection(0, &badCompression, 0, &bits, 0, 0); }, 0,
-       ERROR_INVALID_PARAMETER},
-      {"DIB section palette usage", [&] { return CreateDIBSection(0, &bi24, 1, &bits, 0, 0); }, 0,
-       ERROR_INVALID_PARAMETER},
-      {"DIB section with section", [&] { return CreateDIBSection(0, &bi24, 0, &bits, 5, 0); }, 0,
-       ERROR_INVALID_PARAMETER},
-      {"select into 0", [&] { return SelectObject(0, bmp); }, 0, ERROR_INVALID_HANDLE},
-      {"select stale bitmap", [&] { return SelectObject(mem, stale); }, 0, ERROR_INVALID_HANDLE},
-      {"select a DC", [&] { return SelectObject(mem, holder); }, 0, ERROR_INVALID_PARAMETER},
-      {"select bitmap held elsewhere", [&] { return SelectObject(mem, other); }, 0, ERROR_INVALID_PARAMETER},
-      {"select into screen DC", [&] { return SelectObject(screen, bmp); }, 0, ERROR_INVALID_PARAMETER},
-      {"delete 0", [&] { return DeleteObject(0); }, FALSE, ERROR_INVALID_HANDLE},
-      {"delete selected bitmap", [&] { return DeleteObject(other); }, FALSE, ERROR_INVALID_PARAMETER},
-      {"DeleteDC of a bitmap", [&] { return DeleteDC(bmp); }, FALSE, ERROR_INVALID_HANDLE},
-      {"GetObject of 0", [&] { return GetObjectA(0, sizeof out, &out); }, 0, ERROR_INVALID_HANDLE},
-      {"GetObject of a DC", [&] { return GetObjectA(mem, sizeof out, &out); }, 0, ERROR_INVALID_HANDLE},
-      {"GetObject short buffer", [&] { return GetObjectA(bmp, 10, &out); }, 0, ERROR_INVALID_PARAMETER},
-      {"object type of 0", [&] { return GetObjectType(0); }, 0, ERROR_INVALID_HANDLE},
-      {"BitBlt to 0", [&] { return BitBlt(0, 0, 0, 1, 1, mem, 0, 0, SRCCOPY); }, FALSE, ERROR_INVALID_HANDLE},
-      {"BitBlt from stale", [&] { return BitBlt(mem, 0, 0, 1, 1, staleDc, 0, 0, SRCCOPY); }, FALSE,
-       ERROR_INVALID_HANDLE},
-      {"StretchBlt zero source", [&] { return StretchBlt(mem, 0, 0, 1, 1, holder, 0, 0, 0, 1, SRCCOPY); }, FALSE,
-       ERROR_INVALID_PARAMETER},
+      {"CompatibleDC of stale DC", [&] { return CreateCompatibleDC(staleDc); }, kHandle},
+      {"CompatibleDC of a bitmap", [&] { return CreateCompatibleDC(bmp); }, kHandle},
+      {"bitmap 0x0", [&] { return CreateCompatibleBitmap(0, 0, 0); }, kParam},
+      {"bitmap negative", [&] { return CreateCompatibleBitmap(0, -5, 5); }, kParam},
+      {"bitmap huge", [&] { return CreateCompatibleBitmap(0, 100000, 100000); }, kMemory},
+      {"bitmap max int", [&] { return CreateCompatibleBitmap(0, 0x7FFFFFFF, 0x7FFFFFFF); }, kMemory},
+      {"bitmap on stale DC", [&] { return CreateCompatibleBitmap(staleDc, 2, 2); }, kHandle},
+      {"DIB section null info", [&] { return CreateDIBSection(0, nullptr, 0, &bits, 0, 0); }, kParam},
+      {"DIB section depth 7", [&] { return CreateDIBSection(0, &badDepth, 0, &bits, 0, 0); }, kParam},
+      {"DIB section width 0", [&] { return CreateDIBSection(0, &zeroWide, 0, &bits, 0, 0); }, kParam},
+      {"DIB section height 0", [&] { return CreateDIBSection(0, &zeroHigh, 0, &bits, 0, 0); }, kParam},
+      {"DIB section huge", [&] { return CreateDIBSection(0, &huge, 0, &bits, 0, 0); }, kMemory},
+      {"DIB section compressed", [&] { return CreateDIBSection(0, &badCompression, 0, &bits, 0, 0); }, kParam},
+      {"DIB section palette usage", [&] { return CreateDIBSection(0, &bi24, 1, &bits, 0, 0); }, kParam},
+      {"DIB section with section", [&] { return CreateDIBSection(0, &bi24, 0, &bits, 5, 0); }, kParam},
+      {"select into 0", [&] { return SelectObject(0, bmp); }, kHandle},
+      {"select stale bitmap", [&] { return SelectObject(mem, stale); }, kHandle},
+      {"select a DC", [&] { return SelectObject(mem, holder); }, kParam},
+      {"select bitmap held elsewhere", [&] { return SelectObject(mem, other); }, kParam},
+      {"select into screen DC", [&] { return SelectObject(screen, bmp); }, kParam},
+      {"delete 0", [&] { return DeleteObject(0); }, kHandle},
+      {"delete selected bitmap", [&] { return DeleteObject(other); }, kParam},
+      {"DeleteDC of a bitmap", [&] { return DeleteDC(bmp); }, kHandle},
+      {"GetObject of 0", [&] { return GetObjectA(0, sizeof out, &out); }, kHandle},
+      {"GetObject of a DC", [&] { return GetObjectA(mem, sizeof out, &out); }, kHandle},
+      {"GetObject short buffer", [&] { return GetObjectA(bmp, 10, &out); }, kParam},
+      {"object type of 0", [&] { return GetObjectType(0); }, kHandle},
+      {"BitBlt to 0", [&] { return BitBlt(0, 0, 0, 1, 1, mem, 0, 0, SRCCOPY); }, kHandle},
+      {"BitBlt from stale", [&] { return BitBlt(mem, 0, 0, 1, 1, staleDc, 0, 0, SRCCOPY); }, kHandle},
+      {"StretchBlt zero source", [&] { return StretchBlt(mem, 0, 0, 1, 1, holder, 0, 0, 0, 1, SRCCOPY); }, kParam},
       {"StretchBlt huge extent",
-       [&] { return StretchBlt(mem, 0, 0, 0x7FFFFFFF, 1, holder, 0, 0, 1, 1, SRCCOPY); }, FALSE,
-       ERROR_INVALID_PARAMETER},
+       [&] { return StretchBlt(mem, 0, 0, 0x7FFFFFFF, 1, holder, 0, 0, 1, 1, SRCCOPY); }, kParam},
       {"StretchBlt min int extent",
-       [&] { return StretchBlt(mem, 0, 0, INT32_MIN, INT32_MIN, holder, 0, 0, 1, 1, SRCCOPY); }, FALSE,
-       ERROR_INVALID_PARAMETER},
-      {"mode of stale DC", [&] { return GetStretchBltMode(staleDc); }, 0, ERROR_INVALID_HANDLE},
-      {"set mode 0", [&] { return SetStretchBltMode(mem, 0); }, 0, ERROR_INVALID_PARAMETER},
-      {"set mode 5", [&] { return SetStretchBltMode(mem, 5); }, 0, ERROR_INVALID_PARAMETER},
-      {"set mode on stale", [&] { return SetStretchBltMode(staleDc, 3); }, 0, ERROR_INVALID_HANDLE},
-      {"PlgBlt null points", [&] { return PlgBlt(mem, nullptr, holder, 0, 0, 2, 2, 0, 0, 0); }, FALSE,
-       ERROR_INVALID_PARAMETER},
-      {"PlgBlt with mask", [&] { return PlgBlt(mem, pts, holder, 0, 0, 2, 2, bmp, 0, 0); }, FALSE,
-       ERROR_INVALID_PARAMETER},
-      {"PlgBlt flat", [&] { return PlgBlt(mem, flat, holder, 0, 0, 2, 2, 0, 0, 0); }, FALSE,
-       ERROR_INVALID_PARAMETER},
-      {"PlgBlt stale", [&] { return PlgBlt(staleDc, pts, holder, 0, 0, 2, 2, 0, 0, 0); }, FALSE,
-       ERROR_INVALID_HANDLE},
-      {"GetDC of stale window", [&] { return GetDC(stale); }, 0, ERROR_INVALID_HANDLE},
-      {"ReleaseDC of memory DC", [&] { return ReleaseDC(0, mem); }, 0, 0},
-      {"surface of stale", [&] {
-         Surface s;
-         return BitmapSurface(stale, s) ? 1 : 0;
-       }, 0, ERROR_INVALID_HANDLE},
-      {"window of stale bitmap", [&] { return CreateWindowHandle(stale); }, 0, ERROR_INVALID_HANDLE},
-      {"destroy desktop window", [&] { return DestroyWindowHandle(GetDesktopWindow()) ? 1 : 0; }, 0,
-       ERROR_INVALID_HANDLE},
+       [&] { return StretchBlt(mem, 0, 0, INT32_MIN, INT32_MIN, holder, 0, 0, 1, 1, SRCCOPY); }, kParam},
+      {"mode of stale DC", [&] { return GetStretchBltMode(staleDc); }, kHandle},
+      {"set mode 0", [&] { return SetStretchBltMode(mem, 0); }, kParam},
+      {"set mode 5", [&] { return SetStretchBltMode(mem, 5); }, kParam},
+      {"set mode on stale", [&] { return SetStretchBltMode(staleDc, 3); }, kHandle},
+      {"PlgBlt null points", [&] { return PlgBlt(mem, nullptr, holder, 0, 0, 2, 2, 0, 0, 0); }, kParam},
+      {"PlgBlt with mask", [&] { return PlgBlt(mem, pts, holder, 0, 0, 2, 2, bmp, 0, 0); }, kParam},
+      {"PlgBlt flat", [&] { return PlgBlt(mem, flat, holder, 0, 0, 2, 2, 0, 0, 0); }, kParam},
+      {"PlgBlt stale", [&] { return PlgBlt(staleDc, pts, holder, 0, 0, 2, 2, 0, 0, 0); }, kHandle},
+      {"GetDC of stale window", [&] { return GetDC(stale); }, kHandle},
+      {"ReleaseDC of memory DC", [&] { return ReleaseDC(0, mem); }, 0},
+      {"surface of stale", [&] { return BitmapSurface(stale, surface) ? 1 : 0; }, kHandle},
+      {"window of stale bitmap", [&] { return CreateWindowHandle(stale); }, kHandle},
+      {"destroy desktop window", [&] { return DestroyWindowHandle(GetDesktopWindow()) ? 1 : 0; }, kHandle},
   };
-  for (const Case& c : cases) {
-    SetLastError(0);
-    EXPECT_EQ(c.call(), c.expected) << c.name;
-    EXPECT_EQ(GetLastError(), c.error) << c.name;
-  }
+  // Every call fails with 0 (FALSE, no handle) and its error.
+  for (const Case& c : cases) gditest::expectFailure(c.name, c.call, 0, c.error);
   EXPECT_EQ(bits, nullptr);
   EXPECT_EQ(ReleaseDC(0, screen), 1);
   EXPECT_EQ(DeleteDC(holder), TRUE);
@@ -292,9 +249,7 @@ TEST(GdiObjects, DeletingAWindowBitmapLeavesTheWindowDrawingNowhere) {
   HDC src = CreateCompatibleDC(0);
   ASSERT_EQ(DeleteObject(surf), TRUE);
   EXPECT_EQ(CurrentBitmap(wdc), 0u);
-  SetLastError(0);
-  EXPECT_EQ(BitBlt(wdc, 0, 0, 4, 4, src, 0, 0, SRCCOPY), FALSE);
-  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+  gditest::expectFailure("blit", [&] { return BitBlt(wdc, 0, 0, 4, 4, src, 0, 0, SRCCOPY); }, FALSE, ERROR_INVALID_HANDLE);
   ReleaseDC(wnd, wdc);
   DestroyWindowHandle(wnd);
   DeleteDC(src);

@@ -142,61 +142,32 @@ std::string describe(const Request& r, int mode) {
          std::to_string(r.ys) + " " + std::to_string(r.ws) + "x" + std::to_string(r.hs) + ")";
 }
 
-int randomExtent(std::mt19937& rng, int maxAbs, bool allowNegative) {
-  std::uniform_int_distribution<int> d(1, maxAbs);
-  int v = d(rng);
-  if (allowNegative && rng() % 5 == 0) v = -v;
-  return v;
-}
-
 // Shapes of the per-axis relation between destination and source lengths.
 enum class Shape { Enlarge, Shrink, Mixed, Equal, OnePixel, Mirrored };
 
 Request randomRequest(std::mt19937& rng, Shape shape, int srcW, int srcH) {
   Request r{};
   auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
+  auto coin = [&] { return rng() % 2 == 1; };
   switch (shape) {
     case Shape::Enlarge:
-      r.ws = pick(1, 9);
-      r.hs = pick(1, 9);
-      r.wd = r.ws + pick(0, 30);
-      r.hd = r.hs + pick(0, 30);
+      r.ws = pick(1, 9), r.hs = pick(1, 9), r.wd = r.ws + pick(0, 30), r.hd = r.hs + pick(0, 30);
       break;
     case Shape::Shrink:
-      r.wd = pick(1, 9);
-      r.hd = pick(1, 9);
-      r.ws = r.wd + pick(0, 30);
-      r.hs = r.hd + pick(0, 30);
+      r.wd = pick(1, 9), r.hd = pick(1, 9), r.ws = r.wd + pick(0, 30), r.hs = r.hd + pick(0, 30);
       break;
-    case Shape::Mixed:
-      r.wd = pick(1, 8);
-      r.ws = r.wd + pick(1, 25);
-      r.hs = pick(1, 8);
-      r.hd = r.hs + pick(1, 25);
-      if (rng() % 2) {
-        std::swap(r.wd, r.hd);
-        std::swap(r.ws, r.hs);
-      }
+    case Shape::Mixed:  // one axis shrinks, the other enlarges
+      r.wd = pick(1, 8), r.ws = r.wd + pick(1, 25), r.hs = pick(1, 8), r.hd = r.hs + pick(1, 25);
+      if (coin()) std::swap(r.wd, r.hd), std::swap(r.ws, r.hs);
       break;
     case Shape::Equal:
-      r.wd = r.ws = pick(1, 30);
-      r.hd = r.hs = pick(1, 30);
+      r.wd = r.ws = pick(1, 30), r.hd = r.hs = pick(1, 30);
       break;
     case Shape::OnePixel:
-      r.wd = rng() % 2 ? 1 : pick(1, 30);
-      r.hd = rng() % 2 ? 1 : pick(1, 30);
-      r.ws = rng() % 2 ? 1 : pick(1, 30);
-      r.hs = rng() % 2 ? 1 : pick(1, 30);
+      for (int* v : {&r.wd, &r.hd, &r.ws, &r.hs}) *v = coin() ? 1 : pick(1, 30);
       break;
     case Shape::Mirrored:
-      r.wd = randomExtent(rng, 30, false);
-      r.hd = randomExtent(rng, 30, false);
-      r.ws = randomExtent(rng, 30, false);
-      r.hs = randomExtent(rng, 30, false);
-      if (rng() % 2) r.wd = -r.wd;
-      if (rng() % 2) r.hd = -r.hd;
-      if (rng() % 2) r.ws = -r.ws;
-      if (rng() % 2) r.hs = -r.hs;
+      for (int* v : {&r.wd, &r.hd, &r.ws, &r.hs}) *v = pick(1, 30) * (coin() ? -1 : 1);
       break;
   }
   r.ws = std::min(std::abs(r.ws), srcW) * (r.ws < 0 ? -1 : 1);
@@ -208,6 +179,9 @@ Request randomRequest(std::mt19937& rng, Shape shape, int srcW, int srcH) {
   r.yd = r.hd > 0 ? pick(-5, 10) : pick(std::abs(r.hd) - 6, std::abs(r.hd) + 10);
   return r;
 }
+
+// Readable names of the four stretch modes, in their numeric order.
+const char* const kModeNames[] = {"BlackOnWhite", "WhiteOnBlack", "ColorOnColor", "Halftone"};
 
 class StretchModes : public ::testing::TestWithParam<int> {};
 
@@ -276,14 +250,7 @@ TEST_P(StretchModes, ClippedBlitEqualsCropOfUnclippedBlit) {
 
 INSTANTIATE_TEST_SUITE_P(AllModes, StretchModes,
                          ::testing::Values(BLACKONWHITE, WHITEONBLACK, COLORONCOLOR, HALFTONE),
-                         [](const auto& p) {
-                           switch (p.param) {
-                             case BLACKONWHITE: return std::string("BlackOnWhite");
-                             case WHITEONBLACK: return std::string("WhiteOnBlack");
-                             case COLORONCOLOR: return std::string("ColorOnColor");
-                             default: return std::string("Halftone");
-                           }
-                         });
+                         [](const auto& p) { return std::string(kModeNames[p.param - BLACKONWHITE]); });
 
 // Large stretches go to the row pool and, for HALFTONE, to the AVX2 rows
 // where the processor has them: the pixels must be the same with the pool
@@ -292,24 +259,20 @@ TEST(StretchBlt, LargeStretchesGiveTheSamePixelsPooledAloneAndGeneric) {
   std::mt19937 rng(21);
   Canvas src(900, 700);
   src.randomise(rng);
-  struct Size {
-    int w, h;
-  };
   for (const int mode : {BLACKONWHITE, COLORONCOLOR, HALFTONE}) {
-    for (const Size d : {Size{1300, 500}, Size{400, 300}, Size{1000, 1400}}) {
-      std::vector<std::vector<std::uint32_t>> results;
+    for (const auto& [w, h] : {std::pair{1300, 500}, {400, 300}, {1000, 1400}}) {
+      std::vector<std::vector<std::uint32_t>> results;  // pooled, caller only, generic
       for (const auto& [pool, generic] : {std::pair{true, false}, {false, false}, {true, true}}) {
         qorv::setParallelRowsAllowed(pool);
         qorv::forceGenericPaths(generic);
-        Canvas dst(d.w, d.h);
+        Canvas dst(w, h);
         SetStretchBltMode(dst.dc(), mode);
-        StretchBlt(dst.dc(), 0, 0, d.w, d.h, src.dc(), 3, 5, 891, 690, SRCCOPY);
+        StretchBlt(dst.dc(), 0, 0, w, h, src.dc(), 3, 5, 891, 690, SRCCOPY);
         results.push_back(dst.pixels());
       }
       qorv::setParallelRowsAllowed(true);
       qorv::forceGenericPaths(false);
-      EXPECT_TRUE(results[1] == results[0]) << "caller only, mode " << mode << " " << d.w << "x" << d.h;
-      EXPECT_TRUE(results[2] == results[0]) << "generic, mode " << mode << " " << d.w << "x" << d.h;
+      EXPECT_TRUE(results[1] == results[0] && results[2] == results[0]) << "mode " << mode << " " << w << "x" << h;
     }
   }
 }
@@ -478,36 +441,27 @@ TEST(BitBlt, OperationsWithoutSourceNeedNoSourceDc) {
   EXPECT_EQ(dst.at(2, 2), 0x00102030u);
   EXPECT_EQ(BitBlt(dst.dc(), -1, -1, 10, 10, 0, 0, 0, BLACKNESS), TRUE);
   EXPECT_EQ(dst.at(2, 2), 0u);
-  SetLastError(0);
-  EXPECT_EQ(BitBlt(dst.dc(), 0, 0, 2, 2, 0, 0, 0, SRCCOPY), FALSE);
-  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+  gditest::expectFailure("SRCCOPY without a source", [&] { return BitBlt(dst.dc(), 0, 0, 2, 2, 0, 0, 0, SRCCOPY); },
+                         FALSE, ERROR_INVALID_HANDLE);
 }
 
 TEST(StretchBlt, StretchingBetweenFormatsConverts) {
   // A paletted 8-bit DIB section as source, a 16-bit one as destination.
   struct {
     BITMAPINFOHEADER h;
-    RGBQUAD colours[256];
-  } info8{};
-  info8.h.biSize = sizeof(BITMAPINFOHEADER);
-  info8.h.biWidth = 4;
-  info8.h.biHeight = 2;
-  info8.h.biPlanes = 1;
-  info8.h.biBitCount = 8;
+    RGBQUAD colours[3];
+  } info8{gditest::dibInfo(4, 2, 8).bmiHeader, {{0, 0, 0, 0}, {255, 0, 0, 0}, {0, 248, 8, 0}}};  // black, blue, green
   info8.h.biClrUsed = 3;
-  info8.colours[0] = {0, 0, 0, 0};
-  info8.colours[1] = {255, 0, 0, 0};  // blue
-  info8.colours[2] = {0, 248, 8, 0};
   void* bits = nullptr;
-  HBITMAP pal = CreateDIBSection(0, reinterpret_cast<BITMAPINFO*>(&info8), DIB_RGB_COLORS, &bits, 0, 0);
-  ASSERT_NE(pal, 0u);
+  const qorv::ScopedBitmap pal(CreateDIBSection(0, reinterpret_cast<BITMAPINFO*>(&info8), DIB_RGB_COLORS, &bits, 0, 0));
+  ASSERT_TRUE(pal);
   auto* b = static_cast<std::uint8_t*>(bits);
   // Bottom row first: 0 1 2 1 / top row: 2 2 0 1.
   const std::uint8_t idx[8] = {0, 1, 2, 1, 2, 2, 0, 1};
   std::memcpy(b, idx, 4);
   std::memcpy(b + 4, idx + 4, 4);
-  HDC srcDc = CreateCompatibleDC(0);
-  HGDIOBJ old = SelectObject(srcDc, pal);
+  const gditest::Selected srcSel(pal.get());
+  const HDC srcDc = srcSel.get();
   Canvas dst(4, 2);
   ASSERT_TRUE(BitBlt(dst.dc(), 0, 0, 4, 2, srcDc, 0, 0, SRCCOPY));
   const std::uint32_t colour[3] = {0x000000, 0x0000FF, 0x08F800};
@@ -526,9 +480,6 @@ TEST(StretchBlt, StretchingBetweenFormatsConverts) {
     EXPECT_EQ(b[4 + x], (x + 1) % 3) << x;  // top row
     EXPECT_EQ(b[x], x % 3) << x;
   }
-  SelectObject(srcDc, old);
-  DeleteObject(pal);
-  DeleteDC(srcDc);
 }
 
 }  // namespace
