@@ -1,14 +1,21 @@
-// Handle lifetimes, object descriptions and bad input of the software DCs.
+// Handle lifetimes, object descriptions and bad input of the software DCs, the
+// clipboard, and the scoped owners of handles.
 #include <gtest/gtest.h>
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QImage>
 
 #include <cstring>
 #include <functional>
 #include <string>
 #include <thread>
 #include <tuple>
+#include <utility>
 
 #include "platform/Clock.h"
 #include "platform/GdiSurface.h"
+#include "platform/ScopedGdi.h"
 #include "platform/test_gdi_util.h"
 
 using namespace gdi;
@@ -306,3 +313,284 @@ TEST(GdiObjects, TickCountsReadThePlatformClock) {
   EXPECT_EQ(timeGetTime() - b, 1234u);
   qorv::setClock(nullptr);
 }
+
+// --- the clipboard calls: open/close rules, ownership of the bitmap, and the
+// bridge to the system clipboard ------------------------------------------------
+
+namespace {
+
+HBITMAP filledBitmap(int w, int h, std::uint32_t colour) {
+  const HBITMAP hbm = CreateCompatibleBitmap(0, w, h);
+  Surface s;
+  EXPECT_TRUE(BitmapSurface(hbm, s));
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) std::memcpy(s.row(y) + 4 * x, &colour, 4);
+  return hbm;
+}
+
+// Leaves the clipboard closed and empty whatever a test did.
+class Clipboard : public ::testing::Test {
+ protected:
+  void TearDown() override {
+    if (OpenClipboard(0)) {
+      EmptyClipboard();
+      CloseClipboard();
+    }
+  }
+};
+
+TEST_F(Clipboard, CallsNeedAnOpenClipboard) {
+  const HBITMAP hbm = filledBitmap(2, 2, 0x010203);
+  gditest::expectFailure("empty", [] { return EmptyClipboard(); }, FALSE, ERROR_CLIPBOARD_NOT_OPEN);
+  gditest::expectFailure("set", [&] { return SetClipboardData(CF_BITMAP, hbm); }, 0, ERROR_CLIPBOARD_NOT_OPEN);
+  gditest::expectFailure("get", [] { return GetClipboardData(CF_BITMAP); }, 0, ERROR_CLIPBOARD_NOT_OPEN);
+  gditest::expectFailure("close", [] { return CloseClipboard(); }, FALSE, ERROR_CLIPBOARD_NOT_OPEN);
+  // Opening twice from one thread is allowed; one close closes it.
+  EXPECT_EQ(OpenClipboard(0), TRUE);
+  EXPECT_EQ(OpenClipboard(0), TRUE);
+  EXPECT_EQ(CloseClipboard(), TRUE);
+  EXPECT_EQ(CloseClipboard(), FALSE);
+  EXPECT_EQ(DeleteObject(hbm), TRUE);
+}
+
+TEST_F(Clipboard, AnotherThreadCannotUseItWhileOpen) {
+  ASSERT_EQ(OpenClipboard(0), TRUE);
+  BOOL opened = TRUE, emptied = TRUE;
+  std::thread t([&] {
+    opened = OpenClipboard(0);
+    emptied = EmptyClipboard();
+  });
+  t.join();
+  EXPECT_EQ(opened, FALSE);
+  EXPECT_EQ(emptied, FALSE);
+  EXPECT_EQ(CloseClipboard(), TRUE);
+}
+
+TEST_F(Clipboard, TakesOwnershipAndDeletesOnNextEmpty) {
+  const std::size_t live = LiveObjectCount();
+  const HBITMAP hbm = filledBitmap(3, 2, 0x00ABCDEF);
+  ASSERT_EQ(OpenClipboard(0), TRUE);
+  ASSERT_EQ(EmptyClipboard(), TRUE);
+  EXPECT_EQ(SetClipboardData(CF_BITMAP, hbm), hbm);
+  EXPECT_EQ(GetClipboardData(CF_BITMAP), hbm);
+  EXPECT_EQ(CloseClipboard(), TRUE);
+  EXPECT_EQ(GetObjectType(hbm), OBJ_BITMAP);  // still alive, owned by the clipboard
+  ASSERT_EQ(OpenClipboard(0), TRUE);
+  EXPECT_EQ(GetClipboardData(CF_BITMAP), hbm);
+  EXPECT_EQ(EmptyClipboard(), TRUE);
+  EXPECT_EQ(GetObjectType(hbm), 0u);  // deleted by the clipboard
+  EXPECT_EQ(CloseClipboard(), TRUE);
+  EXPECT_EQ(LiveObjectCount(), live);
+}
+
+TEST_F(Clipboard, RejectsWhatItCannotOwn) {
+  const qorv::ScopedBitmap owned(filledBitmap(1, 1, 0));
+  const HBITMAP hbm = owned.get();
+  const gditest::Selected selected(hbm);
+  const HDC dc = selected.get();
+  HBITMAP stale = CreateCompatibleBitmap(0, 1, 1);
+  DeleteObject(stale);
+  ASSERT_EQ(OpenClipboard(0), TRUE);
+  const struct {
+    const char* name;
+    UINT format;
+    HANDLE h;
+    DWORD error;
+  } cases[] = {
+      {"text format", 1, hbm, ERROR_INVALID_PARAMETER},
+      {"selected bitmap", CF_BITMAP, hbm, ERROR_INVALID_PARAMETER},
+      {"stale bitmap", CF_BITMAP, stale, ERROR_INVALID_HANDLE},
+      {"a DC", CF_BITMAP, dc, ERROR_INVALID_HANDLE},
+  };
+  for (const auto& c : cases) gditest::expectFailure(c.name, [&] { return SetClipboardData(c.format, c.h); }, 0, c.error);
+  CloseClipboard();
+}
+
+TEST_F(Clipboard, ReachesTheSystemClipboardAndComesBack) {
+  auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
+  if (!app) GTEST_SKIP() << "no GUI application";
+  const HBITMAP hbm = filledBitmap(4, 3, 0x00102030);
+  ASSERT_EQ(OpenClipboard(0), TRUE);
+  EmptyClipboard();
+  ASSERT_EQ(SetClipboardData(CF_BITMAP, hbm), hbm);
+  CloseClipboard();
+  const QImage seen = QGuiApplication::clipboard()->image();
+  ASSERT_EQ(seen.size(), QSize(4, 3));
+  EXPECT_EQ(seen.pixel(2, 1) & 0xFFFFFFu, 0x102030u);
+
+  // Another program's image appears as a clipboard-owned bitmap.
+  ASSERT_EQ(OpenClipboard(0), TRUE);
+  EmptyClipboard();
+  QImage other(5, 2, QImage::Format_RGB32);
+  other.fill(QColor(0x40, 0x50, 0x60));
+  QGuiApplication::clipboard()->setImage(other);
+  const HANDLE got = GetClipboardData(CF_BITMAP);
+  ASSERT_NE(got, 0u);
+  BITMAP bm{};
+  ASSERT_EQ(GetObjectA(got, sizeof bm, &bm), 24);
+  EXPECT_EQ(std::pair(bm.bmWidth, bm.bmHeight), std::pair(5, 2));
+  EXPECT_EQ(gditest::pixelsOf(got)[5 + 3], 0x405060u);
+  EXPECT_EQ(GetClipboardData(CF_BITMAP), got);  // one bitmap, owned by the clipboard
+  EXPECT_EQ(EmptyClipboard(), TRUE);
+  EXPECT_EQ(GetObjectType(got), 0u);
+  CloseClipboard();
+}
+
+}  // namespace
+
+// --- the scoped handle owners every layer uses: each kind gives its handle back
+// exactly once, hands it over on move and release, and a selection guard puts
+// back what the context held before -----------------------------------------------
+
+namespace qorv {
+namespace {
+
+bool alive(gdi::HANDLE h) { return gdi::GetObjectType(h) != 0; }
+
+gdi::HBITMAP newBitmap() { return gdi::CreateBitmapForOverwrite(4, 3); }
+gdi::HDC newMemDC() { return gdi::CreateCompatibleDC(0); }
+
+// One row per owner kind: how its handle is made and how it is owned.
+struct OwnerCase {
+  std::string name;
+  std::function<gdi::HANDLE()> make;
+  // Owns `h` for the length of the call, running `inside` meanwhile.
+  std::function<void(gdi::HANDLE h, const std::function<void()>& inside)> own;
+};
+
+template <class Owner>
+OwnerCase ownerCase(std::string name, std::function<gdi::HANDLE()> make) {
+  return {std::move(name), std::move(make), [](gdi::HANDLE h, const std::function<void()>& inside) {
+            const Owner owner(h);
+            EXPECT_EQ(owner.get(), h);
+            inside();
+          }};
+}
+
+class ScopedOwners : public ::testing::TestWithParam<OwnerCase> {};
+
+TEST_P(ScopedOwners, ReleaseTheHandleWhenTheScopeEnds) {
+  const OwnerCase& c = GetParam();
+  const gdi::HANDLE h = c.make();
+  ASSERT_NE(h, 0u);
+  c.own(h, [&] { EXPECT_TRUE(alive(h)); });
+  EXPECT_FALSE(alive(h));
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, ScopedOwners,
+                         ::testing::Values(ownerCase<ScopedBitmap>("Bitmap", newBitmap),
+                                           ownerCase<ScopedMemDC>("MemoryContext", newMemDC),
+                                           ownerCase<ScopedWorkingDC>("WorkingImageContext", newMemDC)),
+                         [](const auto& p) { return p.param.name; });
+
+TEST(ScopedGdi, ReleaseHandsTheHandleOverWithoutDeletingIt) {
+  gdi::HBITMAP kept = 0;
+  {
+    ScopedBitmap b(newBitmap());
+    kept = b.release();
+    EXPECT_EQ(b.get(), 0u);
+    EXPECT_FALSE(b);
+  }
+  EXPECT_TRUE(alive(kept));
+  EXPECT_TRUE(gdi::DeleteObject(kept));
+}
+
+TEST(ScopedGdi, MoveLeavesOneOwner) {
+  const gdi::HBITMAP h = newBitmap();
+  ScopedBitmap outer;
+  {
+    ScopedBitmap inner(h);
+    outer = std::move(inner);
+  }
+  EXPECT_TRUE(alive(h)) << "the moved-from owner deleted the bitmap";
+  ScopedBitmap constructed(std::move(outer));
+  EXPECT_EQ(constructed.get(), h);
+  constructed.reset();
+  EXPECT_FALSE(alive(h));
+}
+
+TEST(ScopedGdi, ResetAndOutReleaseWhatWasHeld) {
+  const gdi::HBITMAP first = newBitmap();
+  const gdi::HBITMAP second = newBitmap();
+  ScopedBitmap b(first);
+  b.reset(first);  // the same handle again: kept, not deleted
+  EXPECT_TRUE(alive(first));
+  b.reset(second);
+  EXPECT_FALSE(alive(first));
+  gdi::HBITMAP& slot = b.out();
+  EXPECT_FALSE(alive(second));
+  EXPECT_EQ(slot, 0u);
+  slot = newBitmap();
+  const gdi::HBITMAP third = b.get();
+  EXPECT_TRUE(alive(third));
+  b.reset();
+  EXPECT_FALSE(alive(third));
+}
+
+TEST(ScopedGdi, AHandleFreedElsewhereIsReleasedQuietly) {
+  ScopedBitmap b(newBitmap());
+  ASSERT_TRUE(gdi::DeleteObject(b.get()));
+  b.reset();  // must neither crash nor throw
+  EXPECT_FALSE(b);
+}
+
+TEST(ScopedScreenDC, GivesTheScreenContextBack) {
+  gdi::HDC h = 0;
+  {
+    const ScopedScreenDC screen;
+    ASSERT_TRUE(screen);
+    h = screen.get();
+    EXPECT_EQ(gdi::GetObjectType(h), gdi::OBJ_DC);
+  }
+  EXPECT_FALSE(alive(h));
+  const ScopedScreenDC none(0xFFFFFFF0u);  // no such window
+  EXPECT_FALSE(none);
+}
+
+TEST(ScopedSelect, PutsTheOriginalBackAfterSeveralSelections) {
+  const ScopedMemDC dc(newMemDC());
+  const gdi::HBITMAP stock = gdi::CurrentBitmap(dc.get());
+  const ScopedBitmap a(newBitmap()), b(newBitmap());
+  {
+    ScopedSelect sel(dc.get(), a.get());
+    ASSERT_TRUE(sel.ok());
+    EXPECT_EQ(sel.original(), stock);
+    EXPECT_EQ(sel.select(dc.get(), b.get()), a.get());
+    EXPECT_EQ(gdi::CurrentBitmap(dc.get()), b.get());
+    EXPECT_EQ(sel.original(), stock);
+  }
+  EXPECT_EQ(gdi::CurrentBitmap(dc.get()), stock);
+}
+
+TEST(ScopedSelect, RestoreIsOnceAndEarly) {
+  const ScopedMemDC dc(newMemDC());
+  const gdi::HBITMAP stock = gdi::CurrentBitmap(dc.get());
+  const ScopedBitmap a(newBitmap());
+  ScopedSelect sel(dc.get(), a.get());
+  sel.restore();
+  EXPECT_EQ(gdi::CurrentBitmap(dc.get()), stock);
+  EXPECT_FALSE(sel.ok());
+  // The bitmap is free again: it can be selected elsewhere while the guard lives.
+  const ScopedMemDC other(newMemDC());
+  const ScopedSelect there(other.get(), a.get());
+  EXPECT_TRUE(there.ok());
+}
+
+TEST(ScopedSelect, AFailedSelectionRestoresNothing) {
+  const ScopedMemDC holder(newMemDC()), dc(newMemDC());
+  const ScopedBitmap a(newBitmap());
+  const ScopedSelect held(holder.get(), a.get());
+  ASSERT_TRUE(held.ok());
+  const gdi::HBITMAP before = gdi::CurrentBitmap(dc.get());
+  {
+    const ScopedSelect sel(dc.get(), a.get());  // selected elsewhere: refused
+    EXPECT_FALSE(sel.ok());
+    const ScopedSelect noContext(0, a.get());
+    EXPECT_FALSE(noContext.ok());
+  }
+  EXPECT_EQ(gdi::CurrentBitmap(dc.get()), before);
+  EXPECT_EQ(gdi::CurrentBitmap(holder.get()), a.get());
+}
+
+}  // namespace
+}  // namespace qorv

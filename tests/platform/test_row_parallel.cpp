@@ -13,6 +13,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -95,38 +96,36 @@ INSTANTIATE_TEST_SUITE_P(
                       CoverCase{"NegativeWork", 0, 999, -1}),
     [](const auto& p) { return p.param.name; });
 
-TEST(RowParallel, SmallJobsStayOnTheCallingThread) {
-  Trace t(0, 99);
-  split(t, 0, 99, kParallelRowsMinWork / 100 - 1);
-  ASSERT_EQ(t.chunks.size(), 1u);
-  EXPECT_EQ(t.chunks[0].y0, 0);
-  EXPECT_EQ(t.chunks[0].y1, 99);
-  EXPECT_EQ(t.chunks[0].thread, std::this_thread::get_id());
-}
-
-TEST(RowParallel, SwitchedOffEverythingStaysOnTheCallingThread) {
+// Small jobs and switched-off jobs run in one piece on the calling thread;
+// large ones are split over at most the pool's threads.
+TEST(RowParallel, OnlyLargeJobsWithThePoolSwitchedOnAreSplit) {
   const SwitchGuard guard;
-  setParallelRowsAllowed(false);
-  EXPECT_FALSE(parallelRowsAllowed());
-  Trace t(0, 3999);
-  split(t, 0, 3999, 1 << 20);
-  ASSERT_EQ(t.chunks.size(), 1u);
-  EXPECT_EQ(t.chunks[0].thread, std::this_thread::get_id());
-  setParallelRowsAllowed(true);
-  EXPECT_TRUE(parallelRowsAllowed());
+  struct Case {
+    const char* name;
+    std::int32_t last;
+    std::int64_t workPerRow;
+    bool allowed, split;
+  } cases[] = {{"small job", 99, kParallelRowsMinWork / 100 - 1, true, false},
+               {"switched off", 3999, 1 << 20, false, false},
+               {"large job", 3999, 1 << 20, true, parallelRowsThreads() >= 2}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    setParallelRowsAllowed(c.allowed);
+    EXPECT_EQ(parallelRowsAllowed(), c.allowed);
+    Trace t(0, c.last);
+    split(t, 0, c.last, c.workPerRow);
+    if (c.split) {
+      EXPECT_GE(t.chunks.size(), 2u);
+      EXPECT_LE(t.chunks.size(), static_cast<std::size_t>(parallelRowsThreads()));
+    } else {
+      ASSERT_EQ(t.chunks.size(), 1u);
+      EXPECT_EQ(std::tuple(t.chunks[0].y0, t.chunks[0].y1, t.chunks[0].thread),
+                std::tuple(0, c.last, std::this_thread::get_id()));
+    }
+  }
 }
 
-TEST(RowParallel, LargeJobsAreSplitWhenThereAreThreads) {
-  const SwitchGuard guard;
-  setParallelRowsAllowed(true);
-  if (parallelRowsThreads() < 2) GTEST_SKIP() << "a single thread: nothing to split over";
-  Trace t(0, 3999);
-  split(t, 0, 3999, 1 << 20);
-  EXPECT_GE(t.chunks.size(), 2u);
-  EXPECT_LE(t.chunks.size(), static_cast<std::size_t>(parallelRowsThreads()));
-}
-
-TEST(RowParallel, AnExceptionInAChunkReachesTheCaller) {
+TEST(RowParallel, ExceptionsInChunksReachTheCallerOnce) {
   const SwitchGuard guard;
   for (const bool pooled : {true, false}) {
     setParallelRowsAllowed(pooled);
@@ -146,9 +145,7 @@ TEST(RowParallel, AnExceptionInAChunkReachesTheCaller) {
     split(t, 0, 1999, 1 << 20);
     for (const auto& v : t.visits) EXPECT_EQ(v.load(), 1);
   }
-}
-
-TEST(RowParallel, EveryChunkThrowingStillReportsOneException) {
+  // Every chunk throwing still reports one exception.
   EXPECT_THROW(parallelRows(0, 4999, 1 << 20, [](std::int32_t, std::int32_t) { throw std::logic_error("each"); }),
                std::logic_error);
 }
@@ -182,11 +179,9 @@ TEST(CpuFeatures, ForcingGenericPathsHidesEveryExtensionUntilUndone) {
   forceGenericPaths(true);
   const CpuFeatures generic = cpuFeatures();
   forceGenericPaths(false);
-  EXPECT_FALSE(generic.avx2);
-  EXPECT_FALSE(generic.fma);
+  EXPECT_FALSE(generic.avx2 || generic.fma);
   const CpuFeatures again = cpuFeatures();
-  EXPECT_EQ(again.avx2, detected.avx2);
-  EXPECT_EQ(again.fma, detected.fma);
+  EXPECT_EQ(std::pair(again.avx2, again.fma), std::pair(detected.avx2, detected.fma));
 #if defined(__x86_64__) && defined(__GNUC__)
   EXPECT_EQ(detected.avx2, static_cast<bool>(__builtin_cpu_supports("avx2")));
   EXPECT_EQ(detected.fma, static_cast<bool>(__builtin_cpu_supports("fma")));

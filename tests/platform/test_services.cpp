@@ -1,25 +1,31 @@
-// Colours, shared fonts, host services, the random generator and the program
-// name: the small services every layer above relies on.
+// Colours, shared fonts, host services, the random generator, the program
+// name and timers: the small services every layer above relies on.
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
 #include <QCursor>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QPalette>
 #include <QScreen>
 #include <QTimer>
 
+#include <algorithm>
 #include <cmath>
+#include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <QorvPictureBox/AutomationError.h>
 #include <QorvPictureBox/Colors.h>
 #include <QorvPictureBox/Font.h>
+#include "platform/Clock.h"
 #include "platform/Host.h"
 #include "platform/HostMessage.h"
 #include "platform/Random.h"
+#include "platform/Timer.h"
 
 namespace qorv {
 namespace {
@@ -34,9 +40,7 @@ TEST(ColorsTest, PlainReferencesAreBlueGreenRed) {
                {0x00123456, 0x56, 0x34, 0x12}, {RGB(1, 2, 3), 1, 2, 3}, {0x01FF8040, 0x40, 0x80, 0xFF}};
   for (const Case& c : cases) {
     const QColor q = toQColor(c.ref);
-    EXPECT_EQ(q.red(), c.r) << std::hex << c.ref;
-    EXPECT_EQ(q.green(), c.g) << std::hex << c.ref;
-    EXPECT_EQ(q.blue(), c.b) << std::hex << c.ref;
+    EXPECT_EQ(std::tuple(q.red(), q.green(), q.blue()), std::tuple(c.r, c.g, c.b)) << std::hex << c.ref;
     EXPECT_EQ(resolveColor(c.ref), c.ref & 0xFFFFFFu);
   }
 }
@@ -72,16 +76,12 @@ TEST(FontTest, HoldersShareChangesAndClonesAreIndependent) {
   b->setBold(true);
   b->setSize(14);
   b->setItalic(true);
-  EXPECT_TRUE(a->Bold());
-  EXPECT_DOUBLE_EQ(a->Size(), 14.0);
-  EXPECT_TRUE(a->qfont().italic());
-  EXPECT_EQ(changes, 3);
+  EXPECT_EQ(std::tuple(a->Bold(), a->Size(), a->qfont().italic(), changes), std::tuple(true, 14.0, true, 3));
   FontPtr c = a->clone();
   c->setUnderline(true);
   c->setName(QStringLiteral("DejaVu Serif"));
   EXPECT_FALSE(a->Underline());
-  EXPECT_EQ(a->Name(), QStringLiteral("DejaVu Sans"));
-  EXPECT_EQ(c->Name(), QStringLiteral("DejaVu Serif"));
+  EXPECT_EQ(std::pair(a->Name(), c->Name()), std::pair(QStringLiteral("DejaVu Sans"), QStringLiteral("DejaVu Serif")));
 }
 
 TEST(FontTest, AttributesRoundTripAndSignalOnlyRealChanges) {
@@ -101,8 +101,7 @@ TEST(FontTest, AttributesRoundTripAndSignalOnlyRealChanges) {
   } cases[] = {{400, false, 400}, {700, true, 700}, {900, true, 900}, {100, false, 100}, {0, false, 1}, {5000, true, 1000}};
   for (const Case& c : cases) {
     f.setWeight(c.weight);
-    EXPECT_EQ(f.Weight(), c.stored) << c.weight;
-    EXPECT_EQ(f.Bold(), c.bold) << c.weight;
+    EXPECT_EQ(std::pair(f.Weight(), f.Bold()), std::pair(c.stored, c.bold)) << c.weight;
   }
   f.setBold(false);
   EXPECT_EQ(f.Weight(), 400);
@@ -124,16 +123,11 @@ TEST(FontTest, BadSizesAndNamesKeepAUsableFont) {
 
 // --- host services ---------------------------------------------------------------
 
-TEST(HostTest, TwipsPerPixelComeFromTheScreenDpi) {
-  QScreen* s = QGuiApplication::primaryScreen();
-  const double x = s != nullptr ? 1440.0 / s->logicalDotsPerInchX() : 15.0;
-  const double y = s != nullptr ? 1440.0 / s->logicalDotsPerInchY() : 15.0;
-  EXPECT_DOUBLE_EQ(host().twipsPerPixelX(), x);
-  EXPECT_DOUBLE_EQ(host().twipsPerPixelY(), y);
-}
-
 TEST(HostTest, DefaultsOfAStandaloneHost) {
   Host& h = host();
+  QScreen* s = QGuiApplication::primaryScreen();  // twips per pixel from the screen's resolution
+  EXPECT_DOUBLE_EQ(h.twipsPerPixelX(), s != nullptr ? 1440.0 / s->logicalDotsPerInchX() : 15.0);
+  EXPECT_DOUBLE_EQ(h.twipsPerPixelY(), s != nullptr ? 1440.0 / s->logicalDotsPerInchY() : 15.0);
   EXPECT_TRUE(h.userMode());
   EXPECT_EQ(h.instanceHandle(), 0);
   EXPECT_EQ(h.exeName(), QFileInfo(QCoreApplication::applicationFilePath()).completeBaseName());
@@ -144,6 +138,7 @@ TEST(HostTest, DefaultsOfAStandaloneHost) {
   ASSERT_TRUE(a && b);
   EXPECT_NE(a, b);  // a new object for each control
   EXPECT_EQ(a->qfont(), QGuiApplication::font());
+  EXPECT_EQ(h.messageBox(QStringLiteral("headless"), 48, QString()), 1);  // no visible screen: does not block
 }
 
 TEST(HostTest, BusyPointerIsPushedOnceAndRestored) {
@@ -161,10 +156,6 @@ TEST(HostTest, BusyPointerIsPushedOnceAndRestored) {
   EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
 }
 
-TEST(HostTest, MessageBoxWithoutAVisibleScreenDoesNotBlock) {
-  EXPECT_EQ(host().messageBox(QStringLiteral("headless"), 48, QString()), 1);
-}
-
 TEST(HostTest, InstalledHostReplacesTheDefault) {
   struct DesignTime : Host {
     bool userMode() override { return false; }
@@ -180,16 +171,11 @@ TEST(HostTest, InstalledHostReplacesTheDefault) {
 TEST(HostTest, PlainMessagesGoToTheHostsMessageBoxOrTheHook) {
   struct Recording : Host {
     int messageBox(const QString& text, int flags, const QString& title) override {
-      seen.push_back({text, flags, title});
+      seen.emplace_back(text, flags, title);
       return 6;
     }
     QString appTitle() override { return QStringLiteral("Recorder"); }
-    struct Box {
-      QString text;
-      int flags;
-      QString title;
-    };
-    std::vector<Box> seen;
+    std::vector<std::tuple<QString, int, QString>> seen;
   } recording;
   setHost(&recording);
   EXPECT_EQ(showHostMessage("caf\xC3\xA9 ready"), 6);
@@ -203,10 +189,8 @@ TEST(HostTest, PlainMessagesGoToTheHostsMessageBoxOrTheHook) {
   EXPECT_EQ(showHostMessage("back to the box"), 6);
   setHost(nullptr);
   ASSERT_EQ(recording.seen.size(), 2u);
-  EXPECT_EQ(recording.seen[0].text, QString::fromUtf8("caf\xC3\xA9 ready"));
-  EXPECT_EQ(recording.seen[0].flags, 0);
-  EXPECT_EQ(recording.seen[0].title, QStringLiteral("Recorder"));
-  EXPECT_EQ(recording.seen[1].text, QStringLiteral("back to the box"));
+  EXPECT_EQ(recording.seen[0], std::tuple(QString::fromUtf8("caf\xC3\xA9 ready"), 0, QStringLiteral("Recorder")));
+  EXPECT_EQ(std::get<0>(recording.seen[1]), QStringLiteral("back to the box"));
   EXPECT_EQ(hooked, std::vector<std::string>{"to the hook"});
 }
 
@@ -263,9 +247,156 @@ TEST(RandomTest, InstalledSourceReplacesTheGenerator) {
 }
 
 TEST(RandomTest, TimerIsSecondsSinceMidnight) {
-  const double t = timer();
-  EXPECT_GE(t, 0.0);
-  EXPECT_LT(t, 86401.0);
+  EXPECT_TRUE(timer() >= 0.0 && timer() < 86401.0) << timer();
+}
+
+// --- timers driven by a hand-moved clock: every behaviour the view's delayed
+// redraw depends on, checked without sleeping -----------------------------------
+
+class ManualTimerTest : public ::testing::Test {
+ protected:
+  void SetUp() override { setClock(&clock_); }
+  void TearDown() override { setClock(nullptr); }
+
+  // A timer whose ticks are counted (and stamped with the clock's time).
+  std::unique_ptr<Timer> counted(int interval, bool enabled) {
+    auto t = std::make_unique<Timer>();
+    Timer* raw = t.get();
+    QObject::connect(raw, &Timer::tick, [this, raw] { ticks_.push_back({raw, clock_.now()}); });
+    t->setInterval(interval);
+    t->setEnabled(enabled);
+    return t;
+  }
+  int ticksOf(const Timer* t) const {
+    int n = 0;
+    for (const auto& k : ticks_) n += k.timer == t ? 1 : 0;
+    return n;
+  }
+
+  struct Tick {
+    const Timer* timer;
+    std::uint32_t at;
+  };
+  ManualClock clock_;
+  std::vector<Tick> ticks_;
+};
+
+TEST_F(ManualTimerTest, TicksRepeatEveryIntervalUntilStopped) {
+  struct Case {
+    int interval;
+    int advance;
+    int expected;
+  } cases[] = {{100, 99, 0}, {100, 100, 1}, {100, 350, 3}, {10, 1000, 100}, {250, 249, 0}, {1, 5, 5}};
+  for (const Case& c : cases) {
+    ticks_.clear();
+    auto t = counted(c.interval, true);
+    clock_.advance(c.advance);
+    EXPECT_EQ(ticksOf(t.get()), c.expected) << "interval " << c.interval << " advance " << c.advance;
+  }
+}
+
+TEST_F(ManualTimerTest, ZeroNegativeOrDisabledNeverTicksAndDisablingStops) {
+  for (const auto& [interval, enabled] : {std::pair{0, true}, {-5, true}, {50, false}}) {
+    ticks_.clear();
+    auto t = counted(interval, enabled);
+    clock_.advance(100000);
+    EXPECT_EQ(ticksOf(t.get()), 0) << interval;
+    EXPECT_EQ(t->Interval(), std::max(interval, 0)) << interval;
+    EXPECT_EQ(clock_.activeTimers(), 0);
+  }
+  auto on = counted(50, true);
+  EXPECT_EQ(clock_.activeTimers(), 1);
+  clock_.advance(120);
+  EXPECT_EQ(ticksOf(on.get()), 2);
+  on->setEnabled(false);
+  clock_.advance(1000);
+  EXPECT_EQ(ticksOf(on.get()), 2);
+  EXPECT_EQ(clock_.activeTimers(), 0);
+}
+
+// Every way of re-arming an enabled timer restarts a full countdown from now:
+// re-enabling, a new interval, and the redraw scheduler's 0-and-back reset.
+TEST_F(ManualTimerTest, ReArmingRestartsTheCountdownFromNow) {
+  struct Case {
+    const char* label;
+    int first, elapsed, second;
+    bool viaEnable, viaZero;
+  } cases[] = {{"re-enable", 100, 80, 100, true, false}, {"same interval", 100, 90, 100, false, false},
+               {"shorter", 100, 90, 50, false, false},   {"longer", 40, 30, 200, false, false},
+               {"zero and back", 500, 400, 500, true, true}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    ticks_.clear();
+    auto t = counted(c.first, true);
+    clock_.advance(c.elapsed);
+    if (c.viaEnable) t->setEnabled(false);
+    if (c.viaZero) t->setInterval(0);
+    if (c.viaEnable) clock_.advance(50);
+    t->setInterval(c.second);
+    if (c.viaEnable) t->setEnabled(true);
+    const std::uint32_t armed = clock_.now();
+    clock_.advance(c.second - 1);
+    EXPECT_EQ(ticksOf(t.get()), 0);
+    clock_.advance(1);
+    ASSERT_EQ(ticksOf(t.get()), 1);
+    EXPECT_EQ(ticks_.back().at, armed + static_cast<std::uint32_t>(c.second));
+  }
+}
+
+TEST_F(ManualTimerTest, HandlerMayStopItsOwnTimerAndStartAnother) {
+  auto second = counted(30, false);
+  Timer first;
+  int n = 0;
+  QObject::connect(&first, &Timer::tick, [&] {
+    ++n;
+    first.setEnabled(false);
+    second->setEnabled(true);
+  });
+  first.setInterval(20);
+  first.setEnabled(true);
+  clock_.advance(100);  // first at 20, second at 50 and 80
+  EXPECT_EQ(n, 1);
+  EXPECT_FALSE(first.Enabled());
+  EXPECT_EQ(ticksOf(second.get()), 2);
+}
+
+TEST_F(ManualTimerTest, TimersFireInDueOrder) {
+  auto slow = counted(30, true);
+  auto fast = counted(20, true);
+  clock_.advance(60);
+  // fast 20, slow 30, fast 40, then 60: both due, slow was armed first
+  const std::vector<std::pair<const Timer*, std::uint32_t>> expected = {
+      {fast.get(), 20}, {slow.get(), 30}, {fast.get(), 40}, {slow.get(), 60}, {fast.get(), 60}};
+  std::vector<std::pair<const Timer*, std::uint32_t>> got;
+  for (const Tick& k : ticks_) got.emplace_back(k.timer, k.at);
+  EXPECT_EQ(got, expected);
+}
+
+TEST_F(ManualTimerTest, DestroyedTimerIsForgottenAndTimeMovesOnlyForward) {
+  const std::uint32_t t0 = clock().now();
+  counted(10, true).reset();
+  EXPECT_EQ(clock_.activeTimers(), 0);
+  clock_.advance(1234);  // must not touch the destroyed timer
+  EXPECT_TRUE(ticks_.empty());
+  EXPECT_EQ(clock().now(), t0 + 1234);
+  clock_.advance(-50);
+  EXPECT_EQ(clock().now(), t0 + 1234);
+}
+
+TEST(SystemTimerTest, TicksOnTheEventLoop) {
+  setClock(nullptr);
+  Timer t;
+  int n = 0;
+  QObject::connect(&t, &Timer::tick, [&] {
+    ++n;
+    t.setEnabled(false);
+  });
+  t.setInterval(1);
+  t.setEnabled(true);
+  QElapsedTimer guard;
+  guard.start();
+  while (n == 0 && guard.elapsed() < 5000) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+  EXPECT_EQ(n, 1);
 }
 
 }  // namespace
