@@ -50,18 +50,18 @@ struct Pane {
 };
 
 // The colour of a pane pixel as a COLORREF (0x00BBGGRR).
-inline COLORREF at(const PictureBox& box, int x, int y) {
+COLORREF at(const PictureBox& box, int x, int y) {
   const QRgb p = box.imageView().pixel(x, y);
   return RGB(qRed(p), qGreen(p), qBlue(p));
 }
 
-inline PicturePtr solidPicture(int w, int h, QRgb colour) {
+PicturePtr solidPicture(int w, int h, QRgb colour) {
   QImage img(w, h, QImage::Format_RGB32);
   img.fill(colour);
   return Picture::fromImage(img);
 }
 
-inline PicturePtr noisePicture(int w, int h, unsigned seed) {
+PicturePtr noisePicture(int w, int h, unsigned seed) {
   QImage img(w, h, QImage::Format_RGB32);
   std::mt19937 rng(seed);
   for (int y = 0; y < h; ++y)
@@ -70,20 +70,8 @@ inline PicturePtr noisePicture(int w, int h, unsigned seed) {
 }
 
 
-// A copy of the pane's pixels without the unused fourth byte.
-std::vector<COLORREF> snapshot(const PictureBox& box) {
-  std::vector<COLORREF> out;
-  for (int y = 0; y < box.imageView().height(); ++y)
-    for (int x = 0; x < box.imageView().width(); ++x) out.push_back(at(box, x, y));
-  return out;
-}
-
-// Pixel content that differs everywhere, drawn straight into the image.
-void fillNoise(PictureBox& box) {
-  QImage v = box.imageView();
-  for (int y = 0; y < v.height(); ++y)
-    for (int x = 0; x < v.width(); ++x) v.setPixel(x, y, qRgb((x * 47 + y * 3) & 0xFF, (x * 5 + y * 61) & 0xFF, (x * y + 90) & 0xFF));
-}
+// The pane's pixels (0x00RRGGBB), read without copying.
+std::vector<std::uint32_t> paneOf(const PictureBox& box) { return pixelsOf(gdi::CurrentBitmap(box.hDC())); }
 
 // --- surface and geometry --------------------------------------------------------
 
@@ -173,20 +161,6 @@ TEST(PictureBoxTest, BackColorResolvesSystemColoursAndClears) {
 
 // --- pictures on the pane -----------------------------------------------------------
 
-TEST(PictureBoxTest, AutoSizeTakesThePictureSizePlusBorder) {
-  for (int border : {0, 1}) {
-    PictureBox box;
-    box.setBorderStyle(border);
-    box.Move(0, 0, 5, 5);
-    box.setAutoSize(true);
-    box.setPicture(solidPicture(33, 21, qRgb(9, 9, 9)));
-    EXPECT_EQ(box.ScaleWidth(), 33.0f);
-    EXPECT_EQ(box.ScaleHeight(), 21.0f);
-    EXPECT_EQ(box.Width(), 33 + 4 * border);
-    EXPECT_EQ(at(box, 32, 20), RGB(9, 9, 9));
-  }
-}
-
 TEST(PictureBoxTest, PaintPictureDrawsWholePartsStretchedAndInverted) {
   QImage src(4, 2, QImage::Format_RGB32);
   for (int x = 0; x < 4; ++x) {
@@ -227,22 +201,6 @@ TEST(PictureBoxTest, PaintPictureDrawsWholePartsStretchedAndInverted) {
         ASSERT_EQ(at(p.box, x, y), fx < 0 ? kBack : srcAt(fx, fy) ^ invert) << x << "," << y;
       }
   }
-}
-
-TEST(PictureBoxTest, PaintPictureWithHugeOrOddSizesStaysSafe) {
-  Pane p(16, 16);
-  PicturePtr pic = solidPicture(3, 3, qRgb(0, 0, 255));
-  const float inf = std::numeric_limits<float>::infinity();
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  struct Case {
-    float x, y, w, h;
-  } cases[] = {{0, 0, 1e9f, 1e9f}, {-1e9f, -1e9f, 2e9f, 2e9f}, {0, 0, 0, 0}, {5, 5, -3, -3}, {nan, nan, nan, nan}, {inf, 0, -inf, 4}};
-  for (const Case& c : cases) p.box.PaintPicture(pic, c.x, c.y, c.w, c.h);
-  // A picture stretched over the whole surface colours all of it.
-  p.box.Cls();
-  p.box.PaintPicture(pic, 0, 0, 1e9f, 1e9f);
-  EXPECT_EQ(at(p.box, 15, 15), kBlue);
-  EXPECT_THROW(p.box.PaintPicture(nullptr, 0, 0), AutomationError);
 }
 
 // --- lines, boxes, points, circles ------------------------------------------------------
@@ -368,10 +326,19 @@ TEST(PictureBoxTest, CircleIsCentredWithTheGivenRadius) {
   EXPECT_EQ(p.box.CurrentX(), 10.0f);
 }
 
-TEST(PictureBoxTest, BadCoordinatesNeverCrash) {
+TEST(PictureBoxTest, BadCoordinatesAndSizesNeverCrash) {
   Pane p(10, 10);
   const float inf = std::numeric_limits<float>::infinity();
   const float nan = std::numeric_limits<float>::quiet_NaN();
+  PicturePtr pic = solidPicture(3, 3, qRgb(0, 0, 255));
+  const float sizes[][4] = {{0, 0, 1e9f, 1e9f}, {-1e9f, -1e9f, 2e9f, 2e9f}, {0, 0, 0, 0}, {5, 5, -3, -3},
+                            {nan, nan, nan, nan}, {inf, 0, -inf, 4}};
+  for (const auto& c : sizes) p.box.PaintPicture(pic, c[0], c[1], c[2], c[3]);
+  // A picture stretched over the whole surface colours all of it.
+  p.box.Cls();
+  p.box.PaintPicture(pic, 0, 0, 1e9f, 1e9f);
+  EXPECT_EQ(at(p.box, 9, 9), kBlue);
+  EXPECT_THROW(p.box.PaintPicture(nullptr, 0, 0), AutomationError);
   const float values[] = {nan, inf, -inf, 3e38f, -3e38f, 1e7f};
   for (float v : values) {
     p.box.Line(v, 0, 5, v);
@@ -390,8 +357,8 @@ TEST(PictureBoxTest, BadCoordinatesNeverCrash) {
     p.box.Line(0, 0, 9, 9, kRed, PictureBox::Box);
   }
   p.box.setDrawMode(13);  // still drawing afterwards
-  p.box.PSet(4, 4, kBlue);
-  EXPECT_EQ(at(p.box, 4, 4), kBlue);
+  p.box.PSet(4, 4, kGreen);
+  EXPECT_EQ(at(p.box, 4, 4), kGreen);
 }
 
 // --- draw modes ---------------------------------------------------------------------------
@@ -438,13 +405,13 @@ TEST(PictureBoxTest, XorPenDrawnTwiceRestoresThePixels) {
   for (int mode : {7, 6}) {
     for (Figure f : figures) {
       Pane p(30, 20);
-      fillNoise(p.box);
-      const std::vector<COLORREF> before = snapshot(p.box);
+      p.box.PaintPicture(noisePicture(30, 20, 5), 0, 0);
+      const std::vector<std::uint32_t> before = paneOf(p.box);
       p.box.setDrawMode(mode);
       f(p.box);
-      EXPECT_NE(snapshot(p.box), before) << "mode " << mode;
+      EXPECT_NE(paneOf(p.box), before) << "mode " << mode;
       f(p.box);
-      EXPECT_EQ(snapshot(p.box), before) << "mode " << mode;
+      EXPECT_EQ(paneOf(p.box), before) << "mode " << mode;
     }
   }
 }
@@ -511,38 +478,16 @@ TEST(PictureBoxTest, TextMetricsGrowWithTextAndFont) {
 
 TEST(PictureBoxTest, WindowHandleDrawsOnThePersistentImageAcrossResizes) {
   Pane p(10, 10);
-  PicturePtr blue = solidPicture(4, 4, qRgb(0, 0, 255));
+  const PicturePtr blue = solidPicture(4, 4, qRgb(0, 0, 255));
   const gdi::HWND wnd = p.box.hWnd();
   ASSERT_NE(wnd, 0u);
-  EXPECT_EQ(p.box.hWnd(), wnd);
-  auto blitThroughWindow = [&](int x) {
-    const gdi::HDC wdc = gdi::GetDC(wnd);
-    const gdi::HDC src = gdi::CreateCompatibleDC(0);
-    const gdi::HGDIOBJ old = gdi::SelectObject(src, blue->Handle());
-    EXPECT_TRUE(gdi::BitBlt(wdc, x, 0, 4, 4, src, 0, 0, gdi::SRCCOPY));
-    gdi::SelectObject(src, old);
-    gdi::DeleteDC(src);
-    gdi::ReleaseDC(wnd, wdc);
-  };
-  blitThroughWindow(0);
-  EXPECT_EQ(at(p.box, 3, 3), kBlue);
-  p.box.Move(0, 0, 30, 10);
-  blitThroughWindow(20);
-  EXPECT_EQ(at(p.box, 23, 3), kBlue);
-}
-
-TEST(PictureBoxTest, ReleasesEveryHandle) {
-  const std::size_t before = gdi::LiveObjectCount();
-  {
-    PictureBox box;
-    box.Move(0, 0, 50, 40);
-    (void)box.hWnd();
-    box.setPicture(solidPicture(5, 5, qRgb(1, 1, 1)));
-    box.Move(0, 0, 70, 20);
-    PicturePtr snap = box.Image();
-    box.PaintPicture(snap, 1, 1, 100.0f, 100.0f);
+  for (const int x : {0, 20}) {
+    if (x > 0) p.box.Move(0, 0, 30, 10);
+    EXPECT_EQ(p.box.hWnd(), wnd);
+    const ScopedScreenDC wdc(wnd);
+    EXPECT_TRUE(gdi::BitBlt(wdc.get(), x, 0, 4, 4, gditest::Selected(blue->Handle()).get(), 0, 0, gdi::SRCCOPY));
+    EXPECT_EQ(at(p.box, x + 3, 3), kBlue);
   }
-  EXPECT_EQ(gdi::LiveObjectCount(), before);
 }
 
 // --- the bound widget -------------------------------------------------------------------------
@@ -720,7 +665,6 @@ TEST_F(BoundPaneTest, DropsAreOfferedOnlyInManualDropModeAndHandlersDecide) {
 
 constexpr int kW = 31, kH = 19;
 
-std::vector<std::uint32_t> paneOf(const PictureBox& box) { return pixelsOf(gdi::CurrentBitmap(box.hDC())); }
 bool paneShares(const PictureBox& box, gdi::HBITMAP h) { return gdi::SharesPixels(h, gdi::CurrentBitmap(box.hDC())); }
 
 // The classic result of Cls with a picture: back colour, then the picture's
@@ -851,19 +795,25 @@ TEST(SharedPanes, SnapshotShownInAnotherPaneSurvivesBothPanesDrawing) {
   EXPECT_EQ(pixelsOf(shown.box.Picture()->Handle()), frame);
 }
 
-TEST(SharedPanes, AutoSizedBoxSharesThePictureItIsSizedTo) {
-  PictureBox box;
-  box.setAutoSize(true);
-  PicturePtr pic = noisePicture(40, 25, 6);
-  const std::vector<std::uint32_t> original = pixelsOf(pic->Handle());
-  int resizes = 0;
-  QObject::connect(&box, &PictureBox::Resize, [&] { ++resizes; });
-  box.setPicture(pic);
-  EXPECT_EQ(resizes, 1);
-  EXPECT_TRUE(paneShares(box, pic->Handle()));
-  EXPECT_EQ(paneOf(box), original);
-  box.Line(0, 0, 39, 24, RGB(255, 0, 0));
-  EXPECT_EQ(pixelsOf(pic->Handle()), original);
+TEST(SharedPanes, AutoSizedBoxTakesThePictureSizePlusBorderAndSharesIt) {
+  for (const int border : {0, 1}) {
+    SCOPED_TRACE(border);
+    PictureBox box;
+    box.setBorderStyle(border);
+    box.Move(0, 0, 5, 5);
+    box.setAutoSize(true);
+    PicturePtr pic = noisePicture(40, 25, 6);
+    const std::vector<std::uint32_t> original = pixelsOf(pic->Handle());
+    int resizes = 0;
+    QObject::connect(&box, &PictureBox::Resize, [&] { ++resizes; });
+    box.setPicture(pic);
+    EXPECT_EQ(resizes, 1);
+    EXPECT_EQ(std::tuple(box.ScaleWidth(), box.ScaleHeight(), box.Width()), std::tuple(40.0f, 25.0f, 40 + 4 * border));
+    EXPECT_EQ(paneOf(box), original);
+    EXPECT_TRUE(border == 1 || paneShares(box, pic->Handle()));
+    box.Line(0, 0, 39, 24, RGB(255, 0, 0));
+    EXPECT_EQ(pixelsOf(pic->Handle()), original);
+  }
 }
 
 TEST(SharedPanes, PlaceBitmapShowsItAtItsOwnSizeWithoutCopying) {
@@ -932,10 +882,11 @@ TEST(SharedPanes, PlacePictureSharesOrDrawsToTheSamePixels) {
   EXPECT_EQ(paneOf(p.box), before);
 }
 
-TEST(SharedPanes, NoHandlesLeakThroughSharing) {
+TEST(SharedPanes, ReleasesEveryHandleSharedOrNot) {
   const std::size_t live = gdi::LiveObjectCount();
   {
     Pane a(kW, kH), b(kW, kH);
+    (void)a.box.hWnd();
     PicturePtr pic = noisePicture(kW, kH, 10);
     a.box.setPicture(pic);
     for (int i = 0; i < 5; ++i) {
@@ -944,6 +895,8 @@ TEST(SharedPanes, NoHandlesLeakThroughSharing) {
       a.box.Cls();
       b.box.Cls();
     }
+    a.box.Move(0, 0, 70, 20);
+    b.box.PaintPicture(a.box.Image(), 1, 1, 100.0f, 100.0f);
     ASSERT_TRUE(b.box.placeBitmap(pic->Handle()));
   }
   EXPECT_EQ(gdi::LiveObjectCount(), live);
