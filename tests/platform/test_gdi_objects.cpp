@@ -314,8 +314,7 @@ TEST(GdiObjects, TickCountsReadThePlatformClock) {
   qorv::setClock(nullptr);
 }
 
-// --- the clipboard calls: open/close rules, ownership of the bitmap, and the
-// bridge to the system clipboard ------------------------------------------------
+// --- the clipboard: open/close rules, bitmap ownership, the system clipboard ---
 
 namespace {
 
@@ -438,9 +437,7 @@ TEST_F(Clipboard, ReachesTheSystemClipboardAndComesBack) {
 
 }  // namespace
 
-// --- the scoped handle owners every layer uses: each kind gives its handle back
-// exactly once, hands it over on move and release, and a selection guard puts
-// back what the context held before -----------------------------------------------
+// --- scoped owners: each gives its handle back once, or hands it over ----------
 
 namespace qorv {
 namespace {

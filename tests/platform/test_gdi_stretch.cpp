@@ -485,8 +485,7 @@ TEST(StretchBlt, StretchingBetweenFormatsConverts) {
   }
 }
 
-// --- PlgBlt: quarter turns are exact permutations; general parallelograms match
-// a per-pixel exact inverse mapping ----------------------------------------------
+// --- PlgBlt: exact quarter turns; parallelograms against an inverse mapping ----
 
 // Corner points of a quarter turn about the centre of the swapped rectangle,
 // computed the way the picture rotation does it: single-precision sine and

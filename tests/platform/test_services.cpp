@@ -250,8 +250,7 @@ TEST(RandomTest, TimerIsSecondsSinceMidnight) {
   EXPECT_TRUE(timer() >= 0.0 && timer() < 86401.0) << timer();
 }
 
-// --- timers driven by a hand-moved clock: every behaviour the view's delayed
-// redraw depends on, checked without sleeping -----------------------------------
+// --- timers on a hand-moved clock, as the delayed redraw uses them -------------
 
 class ManualTimerTest : public ::testing::Test {
  protected:
