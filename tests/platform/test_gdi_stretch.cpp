@@ -233,8 +233,7 @@ TEST_P(StretchModes, ClippedBlitEqualsCropOfUnclippedBlit) {
     // Clipped: the same rectangle placed partly outside a small surface.
     const int cw = 1 + static_cast<int>(rng() % 30), ch = 1 + static_cast<int>(rng() % 30);
     Canvas part(cw, ch);
-    for (int y = 0; y < ch; ++y)
-      for (int x = 0; x < cw; ++x) part.set(x, y, 0x123456);
+    part.fill(0x123456);
     SetStretchBltMode(part.dc(), mode);
     const int ox = static_cast<int>(rng() % (wd + cw)) - wd, oy = static_cast<int>(rng() % (hd + ch)) - hd;
     if (stretch)
@@ -290,8 +289,7 @@ TEST(StretchBlt, HugeClippedDestinationMatchesReferenceInTheVisiblePart) {
   for (const Request& r : requests) {
     for (int mode : {COLORONCOLOR, HALFTONE, BLACKONWHITE}) {
       Canvas dst(37, 23);
-      for (int y = 0; y < dst.height(); ++y)
-        for (int x = 0; x < dst.width(); ++x) dst.set(x, y, 0xFEDCBA);
+      dst.fill(0xFEDCBA);
       SetStretchBltMode(dst.dc(), mode);
       ASSERT_TRUE(StretchBlt(dst.dc(), r.xd, r.yd, r.wd, r.hd, src.dc(), r.xs, r.ys, r.ws, r.hs, SRCCOPY));
       for (int y = 0; y < dst.height(); ++y)
@@ -376,11 +374,9 @@ TEST(StretchBlt, ZeroDestinationDrawsNothing) {
 TEST(BitBlt, CopiesColoursAndWritesZeroIntoTheXByte) {
   for (int w : {5, 1500}) {
     Canvas src(w, 3), dst(w, 3);
+    dst.fill(0xFFFFFFFFu);
     for (int y = 0; y < 3; ++y)
-      for (int x = 0; x < w; ++x) {
-        src.set(x, y, 0xAB000000u | static_cast<std::uint32_t>(x * 40 + y * 7919));
-        dst.set(x, y, 0xFFFFFFFFu);
-      }
+      for (int x = 0; x < w; ++x) src.set(x, y, 0xAB000000u | static_cast<std::uint32_t>(x * 40 + y * 7919));
     for (DWORD rop : {SRCCOPY, NOTSRCCOPY, SRCINVERT, WHITENESS}) {
       ASSERT_TRUE(BitBlt(dst.dc(), 1, 0, w - 1, 3, src.dc(), 0, 0, rop));
       for (int y = 0; y < 3; ++y)
@@ -437,8 +433,7 @@ TEST(BitBlt, RasterOperationsFollowTheirTruthTables) {
 
 TEST(BitBlt, OperationsWithoutSourceNeedNoSourceDc) {
   Canvas dst(3, 3);
-  for (int y = 0; y < 3; ++y)
-    for (int x = 0; x < 3; ++x) dst.set(x, y, 0x00102030);
+  dst.fill(0x00102030);
   EXPECT_EQ(BitBlt(dst.dc(), 0, 0, 2, 2, 0, 0, 0, DSTINVERT), TRUE);
   EXPECT_EQ(dst.at(0, 0), 0x00EFDFCFu);
   EXPECT_EQ(dst.at(2, 2), 0x00102030u);

@@ -66,6 +66,10 @@ class Canvas {
     p[2] = static_cast<std::uint8_t>(v >> 16);
     if (s_.bitsPerPixel == 32) p[3] = static_cast<std::uint8_t>(v >> 24);
   }
+  void fill(std::uint32_t v) {
+    for (int y = 0; y < h_; ++y)
+      for (int x = 0; x < w_; ++x) set(x, y, v);
+  }
   // Random colours; on 32-bit surfaces a random X byte too, which must never matter.
   void randomise(std::mt19937& rng) {
     for (int y = 0; y < h_; ++y)

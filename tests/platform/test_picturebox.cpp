@@ -512,15 +512,13 @@ class BoundPaneTest : public ::testing::Test {
 
 TEST_F(BoundPaneTest, WidgetFollowsTheBoxAndPaintsItsImage) {
   ASSERT_NE(w_, nullptr);
-  EXPECT_EQ(box_.widget(), w_);
-  EXPECT_EQ(w_->parentWidget(), &parent_);
-  EXPECT_EQ(w_->geometry(), QRect(10, 20, 64, 48));
+  EXPECT_EQ(std::tuple(box_.widget(), w_->parentWidget(), w_->geometry()), std::tuple(w_, &parent_, QRect(10, 20, 64, 48)));
   box_.Line(0, 0, 59, 43, kRed, PictureBox::BoxFilled);
   box_.PSet(59, 43, kGreen);
   const QImage shot = w_->grab().toImage();
   ASSERT_EQ(shot.size(), QSize(64, 48));
-  EXPECT_EQ(shot.pixel(2, 2) & 0xFFFFFF, 0xFF0000u);  // inside the two-pixel border
-  EXPECT_EQ(shot.pixel(61, 45) & 0xFFFFFF, 0x00FF00u);
+  // Inside the two-pixel border, the image's corners, opaque.
+  EXPECT_EQ(std::tuple(shot.pixel(2, 2), shot.pixel(61, 45)), std::tuple(0xFFFF0000u, 0xFF00FF00u));
   EXPECT_EQ(qAlpha(shot.pixel(30, 30)), 255);
   EXPECT_NE(shot.pixel(0, 0) & 0xFFFFFF, 0xFF0000u);  // the border itself
 
@@ -528,8 +526,7 @@ TEST_F(BoundPaneTest, WidgetFollowsTheBoxAndPaintsItsImage) {
   EXPECT_EQ(w_->geometry(), QRect(5, 5, 100, 30));
   parent_.show();
   w_->resize(120, 40);  // a layout resizing the widget resizes the box
-  EXPECT_EQ(box_.Width(), 120);
-  EXPECT_EQ(box_.ScaleHeight(), 36.0f);
+  EXPECT_EQ(std::pair(box_.Width(), box_.ScaleHeight()), std::pair(120, 36.0f));
   box_.bind(&parent_);
   EXPECT_EQ(parent_.findChildren<QWidget*>().size(), 1);
 }
@@ -606,15 +603,13 @@ TEST_F(BoundPaneTest, CursorToolTipAndVisibilityFollowTheBox) {
   icon.fill(Qt::red);
   box_.setMouseIcon(Picture::fromImage(icon));
   box_.setMousePointer(99);
-  EXPECT_EQ(w_->cursor().shape(), Qt::BitmapCursor);
-  EXPECT_EQ(w_->cursor().pixmap().size(), QSize(16, 16));
-
+  EXPECT_EQ(std::pair(w_->cursor().shape(), w_->cursor().pixmap().size()), std::pair(Qt::BitmapCursor, QSize(16, 16)));
   box_.setToolTipText(QStringLiteral("Zoom with the wheel"));
   EXPECT_EQ(w_->toolTip(), QStringLiteral("Zoom with the wheel"));
-  box_.setVisible(false);
-  EXPECT_TRUE(w_->isHidden());
-  box_.setVisible(true);
-  EXPECT_FALSE(w_->isHidden());
+  for (const bool visible : {false, true}) {
+    box_.setVisible(visible);
+    EXPECT_EQ(w_->isHidden(), !visible);
+  }
 }
 
 TEST_F(BoundPaneTest, DropsAreOfferedOnlyInManualDropModeAndHandlersDecide) {
@@ -635,17 +630,14 @@ TEST_F(BoundPaneTest, DropsAreOfferedOnlyInManualDropModeAndHandlersDecide) {
                      *effect = answer;
                    });
   QObject::connect(&box_, &PictureBox::OLEDragDrop, [&](const QMimeData* d, int* effect, int, int, float x, float) {
-    droppedData = d;
-    dropX = x;
-    *effect = answer;
+    std::tie(droppedData, dropX, *effect) = std::tuple(d, x, answer);
   });
   const Qt::DropActions offered = Qt::CopyAction | Qt::MoveAction;
   QDragEnterEvent enter(QPoint(12, 12), offered, &data, Qt::LeftButton, Qt::NoModifier);
   QCoreApplication::sendEvent(w_, &enter);
   QDragMoveEvent move(QPoint(14, 12), offered, &data, Qt::LeftButton, Qt::NoModifier);
   QCoreApplication::sendEvent(w_, &move);
-  EXPECT_TRUE(move.isAccepted());
-  EXPECT_EQ(move.dropAction(), Qt::CopyAction);
+  EXPECT_EQ(std::pair(move.isAccepted(), move.dropAction()), std::pair(true, Qt::CopyAction));
   answer = 0;  // the handler refuses
   QDragMoveEvent refused(QPoint(15, 12), offered, &data, Qt::LeftButton, Qt::NoModifier);
   QCoreApplication::sendEvent(w_, &refused);
@@ -655,10 +647,9 @@ TEST_F(BoundPaneTest, DropsAreOfferedOnlyInManualDropModeAndHandlersDecide) {
   answer = 2;
   QDropEvent drop(QPointF(22, 12), offered, &data, Qt::LeftButton, Qt::NoModifier);
   QCoreApplication::sendEvent(w_, &drop);
-  EXPECT_EQ(droppedData, &data);
-  EXPECT_FLOAT_EQ(dropX, 20.0f);  // inside the border
-  EXPECT_TRUE(drop.isAccepted());
-  EXPECT_EQ(drop.dropAction(), Qt::MoveAction);
+  // x inside the border; accepted as the handler's move
+  EXPECT_EQ(std::tuple(droppedData, dropX, drop.isAccepted(), drop.dropAction()),
+            std::tuple(&data, 20.0f, true, Qt::MoveAction));
 }
 
 // --- shared pixel memory: snapshots, covering and placed pictures ----------------------

@@ -156,19 +156,10 @@ TEST(HostTest, BusyPointerIsPushedOnceAndRestored) {
   EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
 }
 
-TEST(HostTest, InstalledHostReplacesTheDefault) {
-  struct DesignTime : Host {
-    bool userMode() override { return false; }
-  } custom;
-  setHost(&custom);
-  EXPECT_FALSE(host().userMode());
-  setHost(nullptr);
-  EXPECT_TRUE(host().userMode());
-}
-
-// Pixel code reaches the host's message box without Qt: plain text, no
-// flags, the application's title; a hook takes the message instead while set.
-TEST(HostTest, PlainMessagesGoToTheHostsMessageBoxOrTheHook) {
+// An installed host replaces the default until removed. Pixel code reaches its
+// message box without Qt: plain text, no flags, the application's title; a
+// hook takes the message instead while set.
+TEST(HostTest, InstalledHostTakesPlainMessagesUnlessHooked) {
   struct Recording : Host {
     int messageBox(const QString& text, int flags, const QString& title) override {
       seen.emplace_back(text, flags, title);
@@ -176,8 +167,10 @@ TEST(HostTest, PlainMessagesGoToTheHostsMessageBoxOrTheHook) {
     }
     QString appTitle() override { return QStringLiteral("Recorder"); }
     std::vector<std::tuple<QString, int, QString>> seen;
+    bool userMode() override { return false; }
   } recording;
   setHost(&recording);
+  EXPECT_FALSE(host().userMode());
   EXPECT_EQ(showHostMessage("caf\xC3\xA9 ready"), 6);
   std::vector<std::string> hooked;
   setHostMessageHook([&](const std::string& text) {
@@ -188,6 +181,7 @@ TEST(HostTest, PlainMessagesGoToTheHostsMessageBoxOrTheHook) {
   setHostMessageHook(nullptr);
   EXPECT_EQ(showHostMessage("back to the box"), 6);
   setHost(nullptr);
+  EXPECT_TRUE(host().userMode());
   ASSERT_EQ(recording.seen.size(), 2u);
   EXPECT_EQ(recording.seen[0], std::tuple(QString::fromUtf8("caf\xC3\xA9 ready"), 0, QStringLiteral("Recorder")));
   EXPECT_EQ(std::get<0>(recording.seen[1]), QStringLiteral("back to the box"));
