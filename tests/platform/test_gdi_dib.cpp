@@ -2,6 +2,7 @@
 // 32 bits, bottom-up and top-down.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <functional>
 #include <random>
 #include <string>
@@ -22,34 +23,8 @@ struct Layout {
   bool topDown;
 };
 
-// Expands an n-bit channel to 8 bits by repeating its high bits.
-std::uint32_t widen(std::uint32_t v, int bits) {
-  switch (bits) {
-    case 5:
-      return (v << 3) | (v >> 2);
-    case 6:
-      return (v << 2) | (v >> 4);
-    case 8:
-      return v;
-    default:
-      ADD_FAILURE() << "unexpected channel width " << bits;
-      return 0;
-  }
-}
-
-int maskBits(DWORD m) {
-  int n = 0;
-  for (; m; m &= m - 1) ++n;
-  return n;
-}
-int maskShift(DWORD m) {
-  int s = 0;
-  while (m && !(m & 1)) {
-    m >>= 1;
-    ++s;
-  }
-  return s;
-}
+// Expands a 5-, 6- or 8-bit channel to 8 bits by repeating its high bits.
+std::uint32_t widen(std::uint32_t v, int bits) { return bits == 8 ? v : (v << (8 - bits)) | (v >> (2 * bits - 8)); }
 
 // DIB data with random content, and the colour every pixel must come out as
 // (top row first).
@@ -57,21 +32,12 @@ struct DibData {
   std::vector<std::uint8_t> info;  // header + colour table or masks
   std::vector<std::uint8_t> bits;
   std::vector<std::uint32_t> expected;
-  int width = 0, height = 0;
-
   const BITMAPINFO* bmi() const { return reinterpret_cast<const BITMAPINFO*>(info.data()); }
 };
 
 DibData makeDib(const Layout& l, int w, int h, std::mt19937& rng) {
   DibData d;
-  d.width = w;
-  d.height = h;
-  BITMAPINFOHEADER hdr{};
-  hdr.biSize = sizeof hdr;
-  hdr.biWidth = w;
-  hdr.biHeight = l.topDown ? -h : h;
-  hdr.biPlanes = 1;
-  hdr.biBitCount = static_cast<WORD>(l.bpp);
+  BITMAPINFOHEADER hdr = gditest::dibInfo(w, l.topDown ? -h : h, l.bpp).bmiHeader;
   hdr.biCompression = l.compression;
   hdr.biClrUsed = l.bpp <= 8 && l.colours < (1 << l.bpp) ? static_cast<DWORD>(l.colours) : 0;
   d.info.resize(sizeof hdr);
@@ -105,8 +71,8 @@ DibData makeDib(const Layout& l, int w, int h, std::mt19937& rng) {
       } else if (l.bpp == 16 || (l.bpp == 32 && l.compression == BI_BITFIELDS)) {
         const std::uint32_t v = l.bpp == 16 ? rng() & 0xFFFFu : static_cast<std::uint32_t>(rng());
         for (int c = 0; c < 3; ++c) {
-          const std::uint32_t field = (v & l.masks[c]) >> maskShift(l.masks[c]);
-          colour |= widen(field, maskBits(l.masks[c])) << (16 - 8 * c);
+          const std::uint32_t field = (v & l.masks[c]) >> std::countr_zero(l.masks[c]);
+          colour |= widen(field, std::popcount(l.masks[c])) << (16 - 8 * c);
         }
         for (int b = 0; b < l.bpp / 8; ++b) row[x * (l.bpp / 8) + b] = static_cast<std::uint8_t>(v >> (8 * b));
       } else {

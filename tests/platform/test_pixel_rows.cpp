@@ -38,12 +38,9 @@ std::vector<std::uint8_t> randomBytes(std::size_t n, std::uint32_t seed) {
 }
 
 // The processor paths, put back afterwards.
-class GenericPaths {
- public:
+struct GenericPaths {
   explicit GenericPaths(bool on) { forceGenericPaths(on); }
   ~GenericPaths() { forceGenericPaths(false); }
-  GenericPaths(const GenericPaths&) = delete;
-  GenericPaths& operator=(const GenericPaths&) = delete;
 };
 
 struct Direction {

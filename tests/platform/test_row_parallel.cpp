@@ -24,15 +24,9 @@ namespace qorv {
 namespace {
 
 // The pool's switch as it was, put back after a test that turns it off.
-class SwitchGuard {
- public:
-  SwitchGuard() : was_(parallelRowsAllowed()) {}
-  ~SwitchGuard() { setParallelRowsAllowed(was_); }
-  SwitchGuard(const SwitchGuard&) = delete;
-  SwitchGuard& operator=(const SwitchGuard&) = delete;
-
- private:
-  bool was_;
+struct SwitchGuard {
+  const bool was = parallelRowsAllowed();
+  ~SwitchGuard() { setParallelRowsAllowed(was); }
 };
 
 // Everything one split did: the chunks it ran and on which thread.
