@@ -212,11 +212,9 @@ TEST(GdiObjects, DesktopAndWindowDcs) {
   ASSERT_TRUE(s1 && s2);
   EXPECT_EQ(GetObjectType(s1), OBJ_DC);
   Surface a, b;
-  ASSERT_TRUE(DCSurface(s1, a));
-  ASSERT_TRUE(DCSurface(s2, b));
+  ASSERT_TRUE(DCSurface(s1, a) && DCSurface(s2, b));
   EXPECT_EQ(a.rows, b.rows);  // one screen
-  EXPECT_GT(a.width, 0);
-  EXPECT_EQ(a.bitsPerPixel, 32);
+  EXPECT_TRUE(a.width > 0 && a.bitsPerPixel == 32);
   EXPECT_EQ(GetStretchBltMode(s1), BLACKONWHITE);
   EXPECT_EQ(ReleaseDC(desk, s1), 1);
   EXPECT_EQ(ReleaseDC(desk, s1), 0);  // already released
@@ -228,8 +226,7 @@ TEST(GdiObjects, DesktopAndWindowDcs) {
   ASSERT_NE(wnd, 0u);
   HDC wdc = GetDC(wnd);
   ASSERT_NE(wdc, 0u);
-  EXPECT_EQ(GetObjectType(wdc), OBJ_DC);
-  EXPECT_EQ(CurrentBitmap(wdc), surf);
+  EXPECT_EQ(std::pair(GetObjectType(wdc), CurrentBitmap(wdc)), std::pair(OBJ_DC, surf));
   // A window's bitmap may also be selected in a pane's memory DC.
   HDC mem = CreateCompatibleDC(wdc);
   HGDIOBJ old = SelectObject(mem, surf);
@@ -237,8 +234,7 @@ TEST(GdiObjects, DesktopAndWindowDcs) {
   EXPECT_TRUE(RebindWindow(wnd, surf2));
   EXPECT_EQ(CurrentBitmap(wdc), surf2);  // an existing DC follows the window
   Surface ws;
-  ASSERT_TRUE(DCSurface(wdc, ws));
-  EXPECT_EQ(ws.width, 3);
+  EXPECT_TRUE(DCSurface(wdc, ws) && ws.width == 3);
   EXPECT_EQ(ReleaseDC(wnd, wdc), 1);
   EXPECT_TRUE(DestroyWindowHandle(wnd));
   EXPECT_FALSE(DestroyWindowHandle(wnd));

@@ -260,25 +260,18 @@ class ManualTimerTest : public ::testing::Test {
     t->setEnabled(enabled);
     return t;
   }
-  int ticksOf(const Timer* t) const {
-    int n = 0;
-    for (const auto& k : ticks_) n += k.timer == t ? 1 : 0;
-    return n;
+  long ticksOf(const Timer* t) const {
+    return std::count_if(ticks_.begin(), ticks_.end(), [t](const auto& k) { return k.first == t; });
   }
 
-  struct Tick {
-    const Timer* timer;
-    std::uint32_t at;
-  };
   ManualClock clock_;
-  std::vector<Tick> ticks_;
+  std::vector<std::pair<const Timer*, std::uint32_t>> ticks_;  // which timer, at what time
 };
 
 TEST_F(ManualTimerTest, TicksRepeatEveryIntervalUntilStopped) {
   struct Case {
-    int interval;
-    int advance;
-    int expected;
+    int interval, advance;
+    long expected;
   } cases[] = {{100, 99, 0}, {100, 100, 1}, {100, 350, 3}, {10, 1000, 100}, {250, 249, 0}, {1, 5, 5}};
   for (const Case& c : cases) {
     ticks_.clear();
@@ -332,7 +325,7 @@ TEST_F(ManualTimerTest, ReArmingRestartsTheCountdownFromNow) {
     EXPECT_EQ(ticksOf(t.get()), 0);
     clock_.advance(1);
     ASSERT_EQ(ticksOf(t.get()), 1);
-    EXPECT_EQ(ticks_.back().at, armed + static_cast<std::uint32_t>(c.second));
+    EXPECT_EQ(ticks_.back().second, armed + static_cast<std::uint32_t>(c.second));
   }
 }
 
@@ -348,9 +341,7 @@ TEST_F(ManualTimerTest, HandlerMayStopItsOwnTimerAndStartAnother) {
   first.setInterval(20);
   first.setEnabled(true);
   clock_.advance(100);  // first at 20, second at 50 and 80
-  EXPECT_EQ(n, 1);
-  EXPECT_FALSE(first.Enabled());
-  EXPECT_EQ(ticksOf(second.get()), 2);
+  EXPECT_EQ(std::tuple(n, first.Enabled(), ticksOf(second.get())), std::tuple(1, false, 2L));
 }
 
 TEST_F(ManualTimerTest, TimersFireInDueOrder) {
@@ -358,11 +349,8 @@ TEST_F(ManualTimerTest, TimersFireInDueOrder) {
   auto fast = counted(20, true);
   clock_.advance(60);
   // fast 20, slow 30, fast 40, then 60: both due, slow was armed first
-  const std::vector<std::pair<const Timer*, std::uint32_t>> expected = {
-      {fast.get(), 20}, {slow.get(), 30}, {fast.get(), 40}, {slow.get(), 60}, {fast.get(), 60}};
-  std::vector<std::pair<const Timer*, std::uint32_t>> got;
-  for (const Tick& k : ticks_) got.emplace_back(k.timer, k.at);
-  EXPECT_EQ(got, expected);
+  EXPECT_EQ(ticks_, (std::vector<std::pair<const Timer*, std::uint32_t>>{
+                        {fast.get(), 20}, {slow.get(), 30}, {fast.get(), 40}, {slow.get(), 60}, {fast.get(), 60}}));
 }
 
 TEST_F(ManualTimerTest, DestroyedTimerIsForgottenAndTimeMovesOnlyForward) {
