@@ -81,9 +81,14 @@ std::uint32_t ropReference(DWORD rop, std::uint32_t s, std::uint32_t d) {
   return out;
 }
 
-// The expected destination after a StretchBlt, every pixel computed alone.
-std::vector<std::uint32_t> referenceStretch(const Canvas& dst, const Canvas& src, int xd, int yd, int wd, int hd,
-                                            int xs, int ys, int ws, int hs, int mode, DWORD rop) {
+// A stretch: destination and source rectangles, extents negative for mirroring.
+struct Request {
+  int xd, yd, wd, hd, xs, ys, ws, hs;
+};
+
+// The expected destination after a SRCCOPY StretchBlt, every pixel computed alone.
+std::vector<std::uint32_t> referenceStretch(const Canvas& dst, const Canvas& src, const Request& r, int mode) {
+  const auto [xd, yd, wd, hd, xs, ys, ws, hs] = r;
   std::vector<std::uint32_t> out = dst.pixels();
   const i64 D[2] = {std::abs(wd), std::abs(hd)}, S[2] = {std::abs(ws), std::abs(hs)};
   const i64 dOrg[2] = {wd < 0 ? xd + wd + 1 : xd, hd < 0 ? yd + hd + 1 : yd};
@@ -128,21 +133,26 @@ std::vector<std::uint32_t> referenceStretch(const Canvas& dst, const Canvas& src
             value = andMode ? (value & p) : (value | p);
           }
       }
-      std::uint32_t& d = out[static_cast<std::size_t>(Y) * dst.width() + X];
-      d = ropReference(rop, value, d);
+      out[static_cast<std::size_t>(Y) * dst.width() + X] = value;
     }
   }
   return out;
 }
 
-struct Request {
-  int xd, yd, wd, hd, xs, ys, ws, hs;
-};
-
 std::string describe(const Request& r, int mode) {
   return "mode " + std::to_string(mode) + " dest (" + std::to_string(r.xd) + "," + std::to_string(r.yd) + " " +
          std::to_string(r.wd) + "x" + std::to_string(r.hd) + ") src (" + std::to_string(r.xs) + "," +
          std::to_string(r.ys) + " " + std::to_string(r.ws) + "x" + std::to_string(r.hs) + ")";
+}
+
+// Stretches into a fresh `dst` as `r` asks and compares every pixel with the
+// reference; true when they match.
+bool stretchMatchesReference(const Canvas& dst, const Canvas& src, const Request& r, int mode) {
+  const auto expected = referenceStretch(dst, src, r, mode);
+  EXPECT_EQ(SetStretchBltMode(dst.dc(), mode), BLACKONWHITE);
+  EXPECT_TRUE(StretchBlt(dst.dc(), r.xd, r.yd, r.wd, r.hd, src.dc(), r.xs, r.ys, r.ws, r.hs, SRCCOPY));
+  EXPECT_EQ(dst.pixels(), expected) << describe(r, mode);
+  return dst.pixels() == expected;
 }
 
 // Shapes of the per-axis relation between destination and source lengths.
@@ -200,11 +210,8 @@ TEST_P(StretchModes, MatchesReferenceOnRandomShapes) {
       Canvas dst(24 + static_cast<int>(rng() % 20), 24 + static_cast<int>(rng() % 20), kinds[rng() % 4]);
       src.randomise(rng);
       dst.randomise(rng);
-      const Request r = randomRequest(rng, shape, sw, sh);
-      const auto expected = referenceStretch(dst, src, r.xd, r.yd, r.wd, r.hd, r.xs, r.ys, r.ws, r.hs, mode, SRCCOPY);
-      ASSERT_EQ(SetStretchBltMode(dst.dc(), mode), BLACKONWHITE);
-      ASSERT_EQ(StretchBlt(dst.dc(), r.xd, r.yd, r.wd, r.hd, src.dc(), r.xs, r.ys, r.ws, r.hs, SRCCOPY), TRUE);
-      ASSERT_EQ(dst.pixels(), expected) << describe(r, mode) << " shape " << static_cast<int>(shape);
+      ASSERT_TRUE(stretchMatchesReference(dst, src, randomRequest(rng, shape, sw, sh), mode))
+          << "shape " << static_cast<int>(shape);
     }
   }
 }
@@ -298,7 +305,7 @@ TEST(StretchBlt, HugeClippedDestinationMatchesReferenceInTheVisiblePart) {
           // The reference for one pixel: the request rendered into a 1x1 surface.
           Canvas one(1, 1);
           const auto expected =
-              referenceStretch(one, src, r.xd - x, r.yd - y, r.wd, r.hd, r.xs, r.ys, r.ws, r.hs, mode, SRCCOPY);
+              referenceStretch(one, src, {r.xd - x, r.yd - y, r.wd, r.hd, r.xs, r.ys, r.ws, r.hs}, mode);
           ASSERT_EQ(dst.at(x, y), expected[0]) << describe(r, mode) << " at " << x << "," << y;
         }
     }
@@ -336,11 +343,7 @@ TEST(StretchBlt, LargeHalftoneMatchesReference) {
                                                       : src24top;
     Canvas dst(200, 180);
     dst.randomise(rng);
-    const Request& r = c.r;
-    const auto expected = referenceStretch(dst, src, r.xd, r.yd, r.wd, r.hd, r.xs, r.ys, r.ws, r.hs, HALFTONE, SRCCOPY);
-    SetStretchBltMode(dst.dc(), HALFTONE);
-    ASSERT_TRUE(StretchBlt(dst.dc(), r.xd, r.yd, r.wd, r.hd, src.dc(), r.xs, r.ys, r.ws, r.hs, SRCCOPY));
-    EXPECT_EQ(dst.pixels(), expected) << c.name;
+    EXPECT_TRUE(stretchMatchesReference(dst, src, c.r, HALFTONE)) << c.name;
   }
 }
 
@@ -352,10 +355,7 @@ TEST(StretchBlt, ExtremeShrinkMatchesReference) {
   for (int mode : {HALFTONE, BLACKONWHITE, WHITEONBLACK, COLORONCOLOR}) {
     Canvas dst(4, 6);
     dst.randomise(rng);
-    const auto expected = referenceStretch(dst, src, 0, 1, 4, 5, 0, 0, 3, 40000, mode, SRCCOPY);
-    SetStretchBltMode(dst.dc(), mode);
-    ASSERT_TRUE(StretchBlt(dst.dc(), 0, 1, 4, 5, src.dc(), 0, 0, 3, 40000, SRCCOPY));
-    EXPECT_EQ(dst.pixels(), expected) << "mode " << mode;
+    EXPECT_TRUE(stretchMatchesReference(dst, src, {0, 1, 4, 5, 0, 0, 3, 40000}, mode));
   }
 }
 
