@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <memory>
 #include <optional>
 #include <random>
 #include <string>
@@ -333,14 +334,13 @@ TEST(StretchBlt, LargeHalftoneMatchesReference) {
       {"mirrored enlarge", {250, -5, -410, 300, 5, 7, 180, 150}, Canvas::Device32},
   };
   std::mt19937 rng(12);
-  Canvas src32(301, 211), srcSection(301, 211, Canvas::Dib32), src24(301, 211, Canvas::Dib24),
-      src24top(301, 211, Canvas::Dib24TopDown);
-  for (Canvas* c : {&src32, &srcSection, &src24, &src24top}) c->randomise(rng);
+  std::unique_ptr<Canvas> sources[4];  // one of each kind, in the order of Canvas::Kind
+  for (int k = 0; k < 4; ++k) {
+    sources[k] = std::make_unique<Canvas>(301, 211, static_cast<Canvas::Kind>(k));
+    sources[k]->randomise(rng);
+  }
   for (const Case& c : cases) {
-    const Canvas& src = c.srcKind == Canvas::Device32 ? src32
-                        : c.srcKind == Canvas::Dib32  ? srcSection
-                        : c.srcKind == Canvas::Dib24  ? src24
-                                                      : src24top;
+    const Canvas& src = *sources[c.srcKind];
     Canvas dst(200, 180);
     dst.randomise(rng);
     EXPECT_TRUE(stretchMatchesReference(dst, src, c.r, HALFTONE)) << c.name;
