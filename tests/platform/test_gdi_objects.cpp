@@ -443,38 +443,17 @@ bool alive(gdi::HANDLE h) { return gdi::GetObjectType(h) != 0; }
 gdi::HBITMAP newBitmap() { return gdi::CreateBitmapForOverwrite(4, 3); }
 gdi::HDC newMemDC() { return gdi::CreateCompatibleDC(0); }
 
-// One row per owner kind: how its handle is made and how it is owned.
-struct OwnerCase {
-  std::string name;
-  std::function<gdi::HANDLE()> make;
-  // Owns `h` for the length of the call, running `inside` meanwhile.
-  std::function<void(gdi::HANDLE h, const std::function<void()>& inside)> own;
-};
-
-template <class Owner>
-OwnerCase ownerCase(std::string name, std::function<gdi::HANDLE()> make) {
-  return {std::move(name), std::move(make), [](gdi::HANDLE h, const std::function<void()>& inside) {
-            const Owner owner(h);
-            EXPECT_EQ(owner.get(), h);
-            inside();
-          }};
+TEST(ScopedGdi, EveryOwnerKindReleasesItsHandleWhenTheScopeEnds) {
+  const gdi::HANDLE bitmap = newBitmap(), memory = newMemDC(), working = newMemDC();
+  {
+    const ScopedBitmap b(bitmap);
+    const ScopedMemDC m(memory);
+    const ScopedWorkingDC w(working);
+    EXPECT_EQ(std::tuple(b.get(), m.get(), w.get()), std::tuple(bitmap, memory, working));
+    EXPECT_TRUE(alive(bitmap) && alive(memory) && alive(working));
+  }
+  for (const gdi::HANDLE h : {bitmap, memory, working}) EXPECT_FALSE(alive(h)) << h;
 }
-
-class ScopedOwners : public ::testing::TestWithParam<OwnerCase> {};
-
-TEST_P(ScopedOwners, ReleaseTheHandleWhenTheScopeEnds) {
-  const OwnerCase& c = GetParam();
-  const gdi::HANDLE h = c.make();
-  ASSERT_NE(h, 0u);
-  c.own(h, [&] { EXPECT_TRUE(alive(h)); });
-  EXPECT_FALSE(alive(h));
-}
-
-INSTANTIATE_TEST_SUITE_P(Kinds, ScopedOwners,
-                         ::testing::Values(ownerCase<ScopedBitmap>("Bitmap", newBitmap),
-                                           ownerCase<ScopedMemDC>("MemoryContext", newMemDC),
-                                           ownerCase<ScopedWorkingDC>("WorkingImageContext", newMemDC)),
-                         [](const auto& p) { return p.param.name; });
 
 TEST(ScopedGdi, ReleaseHandsTheHandleOverWithoutDeletingIt) {
   gdi::HBITMAP kept = 0;
