@@ -2,7 +2,7 @@
 // and without the newer shuffles, streamed or cached stores, split over the
 // pool or not) gives exactly the bytes a pixel-by-pixel copy gives, never
 // writes past a row's last pixel, and hands over whole pictures either way
-// up; blits and device bitmaps between 24- and 32-bit surfaces.
+// up; blits between 24- and 32-bit surfaces.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -201,7 +201,7 @@ TEST(PictureCopy, InvalidDescriptionsCopyNothing) {
 }  // namespace
 }  // namespace qorv
 
-// --- blits and device bitmaps between 24- and 32-bit surfaces ------------------
+// --- blits between 24- and 32-bit surfaces -------------------------------------
 
 namespace {
 
@@ -289,36 +289,6 @@ TEST(ConvertingCopy, LargePicturesSameSplitOrNot) {
     EXPECT_EQ(back.pixels(), src.pixels()) << "pool=" << pool;
   }
   qorv::setParallelRowsAllowed(true);
-}
-
-// Device bitmaps made from 24- and 32-bit DIB data, in either row order, hold
-// the data's colours with X 0; data larger than the bitmap gives its top-left.
-TEST(CreateDIBitmap, PlainDataConvertsInOnePass) {
-  std::mt19937 rng(21);
-  for (const int bpp : {24, 32}) {
-    for (const int sign : {1, -1}) {
-      const int w = 37, h = 19;
-      const int stride = ((w * bpp / 8) + 3) & ~3;
-      std::vector<std::uint8_t> bits(static_cast<std::size_t>(stride * h));
-      for (auto& b : bits) b = static_cast<std::uint8_t>(rng());
-      const BITMAPINFO info = gditest::dibInfo(w, sign * h, bpp);
-      for (const int made : {w, w - 5}) {
-        const BITMAPINFO header = gditest::dibInfo(made, sign * (h - 2), bpp);
-        const qorv::ScopedBitmap bm(CreateDIBitmap(0, &header.bmiHeader, CBM_INIT, bits.data(), &info, DIB_RGB_COLORS));
-        ASSERT_TRUE(bm);
-        Surface s;
-        ASSERT_TRUE(BitmapSurfaceRead(bm.get(), s));
-        int wrong = 0;
-        for (int y = 0; y < h - 2; ++y)
-          for (int x = 0; x < made; ++x) {
-            const std::uint8_t* in = bits.data() + (sign > 0 ? h - 1 - y : y) * stride + x * (bpp / 8);
-            const std::uint8_t* out = s.row(y) + 4 * x;
-            wrong += (std::memcmp(in, out, 3) != 0 || out[3] != 0) ? 1 : 0;
-          }
-        EXPECT_EQ(wrong, 0) << bpp << " bits, sign " << sign << ", width " << made;
-      }
-    }
-  }
 }
 
 }  // namespace
