@@ -196,24 +196,21 @@ TEST(GetDIBits, BandsAreCountedFromTheBottom) {
   }
 }
 
-TEST(GetDIBits, HeaderOnlyQueryDescribesTheBitmap) {
-  const HBITMAP hbm = CreateCompatibleBitmap(0, 10, 4);
-  BITMAPINFO bi{};
-  bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-  EXPECT_NE(GetDIBits(0, hbm, 0, 4, nullptr, &bi, DIB_RGB_COLORS), 0);
-  const BITMAPINFOHEADER& h = bi.bmiHeader;
-  EXPECT_EQ(std::tuple(h.biWidth, h.biHeight, h.biBitCount, h.biSizeImage), std::tuple(10, 4, 32, 160u));
-  DeleteObject(hbm);
-}
-
-TEST(CreateDIBitmap, WithoutInitIsZeroFilled) {
-  const BITMAPINFO bi = gditest::dibInfo(3, -2, 24);
+// Without data a bitmap is zero-filled, X byte included; a header-only
+// GetDIBits describes it.
+TEST(CreateDIBitmap, WithoutInitIsZeroFilledAndAHeaderQueryDescribesIt) {
+  const BITMAPINFO bi = gditest::dibInfo(10, -4, 24);
   const qorv::ScopedBitmap hbm(CreateDIBitmap(0, &bi.bmiHeader, 0, nullptr, nullptr, DIB_RGB_COLORS));
   ASSERT_TRUE(hbm);
   Surface s;
   ASSERT_TRUE(BitmapSurface(hbm.get(), s));
-  EXPECT_EQ(std::pair(s.width, s.height), std::pair(3, 2));
-  for (int i = 0; i < 24; ++i) EXPECT_EQ(s.rows[i], 0);
+  ASSERT_EQ(std::tuple(s.width, s.height, s.stride), std::tuple(10, 4, 40));
+  for (int i = 0; i < 160; ++i) ASSERT_EQ(s.rows[i], 0) << i;
+  BITMAPINFO query{};
+  query.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+  EXPECT_NE(GetDIBits(0, hbm.get(), 0, 4, nullptr, &query, DIB_RGB_COLORS), 0);
+  const BITMAPINFOHEADER& h = query.bmiHeader;
+  EXPECT_EQ(std::tuple(h.biWidth, h.biHeight, h.biBitCount, h.biSizeImage), std::tuple(10, 4, 32, 160u));
 }
 
 TEST(CreateDIBitmap, BadInputTable) {
