@@ -125,17 +125,12 @@ TEST(GdiObjects, BadInputTable) {
   DeleteObject(stale);
   HDC staleDc = CreateCompatibleDC(0);
   DeleteDC(staleDc);
-  BITMAPINFO bi24 = dibInfo(4, 4, 24);
-  BITMAPINFO badDepth = dibInfo(4, 4, 7);
-  BITMAPINFO zeroWide = dibInfo(0, 4, 24);
-  BITMAPINFO zeroHigh = dibInfo(4, 0, 24);
-  BITMAPINFO huge = dibInfo(100000, 100000, 24);
-  BITMAPINFO badCompression = dibInfo(4, 4, 24);
+  BITMAPINFO bi24 = dibInfo(4, 4, 24), badDepth = dibInfo(4, 4, 7), zeroWide = dibInfo(0, 4, 24),
+             zeroHigh = dibInfo(4, 0, 24), huge = dibInfo(100000, 100000, 24), badCompression = bi24;
   badCompression.bmiHeader.biCompression = 1;
   BITMAP out{};
   Surface surface;
-  POINT pts[3] = {{0, 0}, {2, 0}, {0, 2}};
-  POINT flat[3] = {{0, 0}, {2, 0}, {4, 0}};
+  POINT pts[3] = {{0, 0}, {2, 0}, {0, 2}}, flat[3] = {{0, 0}, {2, 0}, {4, 0}};
   void* bits = nullptr;
 
   struct Case {
