@@ -4,8 +4,16 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
+
+#include <QImage>
 #include <QStringList>
 
+#include <ostream>
+#include <vector>
+
+#include <QorvPictureBox/AutomationError.h>
 #include <QorvPictureBox/QorvPicture.h>
 
 #include "control/QorvPicturePrivate.h"
@@ -25,6 +33,45 @@ class RecordingHost : public Host {
   double twipsPerPixelY() override { return 15; }
   QStringList changed;
 };
+
+// The automation error number a call raises; 0 when it returns.
+template <class Call>
+std::int32_t errorOf(Call&& call) {
+  try {
+    call();
+  } catch (const AutomationError& e) {
+    return e.number();
+  }
+  return 0;
+}
+
+// Pseudo-random opaque pixels: every channel differs between neighbours.
+inline QImage noise(int w, int h, unsigned seed) {
+  QImage img(w, h, QImage::Format_RGB32);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      seed = seed * 1103515245u + 12345u;
+      img.setPixel(x, y, 0xFF000000u | (seed >> 8));
+    }
+  return img;
+}
+
+// An event as the control raised it, with its arguments as the handlers left them.
+struct Raised {
+  EventId id;
+  QVariantList args;
+};
+
+// What the control's error record holds.
+struct ErrorRecord {
+  qint32 code;
+  QString text;
+  qint32 flag;
+  bool operator==(const ErrorRecord&) const = default;
+};
+inline void PrintTo(const ErrorRecord& e, std::ostream* os) {
+  *os << "{" << e.code << ", \"" << e.text.toStdString() << "\", " << e.flag << "}";
+}
 
 class ControlTest : public ::testing::Test {
  protected:
@@ -50,10 +97,45 @@ class ControlTest : public ::testing::Test {
     in().handleResize();
   }
   PicturePtr pattern(int w, int h) { return Picture::fromImage(testmodel::patternImage(w, h)); }
+  // The control's picture as plain RGB pixels.
+  QImage current() const { return ctl->Picture()->toImage().convertToFormat(QImage::Format_RGB32); }
+  ErrorRecord error() const { return {ctl->LastErrorCode(), ctl->LastErrorDescription(), ctl->LastErrorFlag()}; }
+  // The automation error number of a call by name; 0 when it succeeds.
+  std::int32_t invokeError(const char* name, QVariantList args, int kind = QorvPicture::Method) {
+    return errorOf([&] { ctl->invoke(QString::fromLatin1(name), kind, args); });
+  }
+
+  // Records into `raised` every event the control raises from now on.
+  void recordEvents() {
+    ctl->setEventHook([this](int id, QVariantList& a) { raised.push_back({static_cast<EventId>(id), a}); });
+  }
+  // The recorded events among `only` (all when empty), in order.
+  std::vector<Raised> raisedOf(const std::vector<EventId>& only = {}) const {
+    std::vector<Raised> out;
+    for (const Raised& r : raised)
+      if (only.empty() || std::find(only.begin(), only.end(), r.id) != only.end()) out.push_back(r);
+    return out;
+  }
+  std::vector<EventId> raisedIds(const std::vector<EventId>& only = {}) const {
+    std::vector<EventId> ids;
+    for (const Raised& r : raisedOf(only)) ids.push_back(r.id);
+    return ids;
+  }
+  // The progress events of image operations.
+  std::vector<Raised> progress() const {
+    return raisedOf({EventId::ProcessInit, EventId::Process, EventId::ProcessComplete});
+  }
+  // The arguments of the last recorded `id`; empty when it was not raised.
+  QVariantList lastArgs(EventId id) const {
+    for (auto it = raised.rbegin(); it != raised.rend(); ++it)
+      if (it->id == id) return it->args;
+    return {};
+  }
 
   RecordingHost host;
   ManualClock clock;
   std::unique_ptr<QorvPicture> ctl;
+  std::vector<Raised> raised;
 };
 
 // Counts emissions of a no-argument signal.

@@ -18,15 +18,7 @@
 namespace qorv::testing_support {
 namespace {
 
-QImage noise(int w, int h, unsigned seed) {
-  QImage img(w, h, QImage::Format_RGB32);
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x) {
-      seed = seed * 1103515245u + 12345u;
-      img.setPixel(x, y, 0xFF000000u | (seed >> 8));
-    }
-  return img;
-}
+using namespace error_record;
 
 // Plays the user: shows the given steps as previews, then answers.
 class ScriptedHueDialog : public HueDialogService {
@@ -61,18 +53,12 @@ class ColourTools : public ControlTest {
   void show(const QImage& img) {
     sizeTo(120, 90);
     ctl->setPicture(Picture::fromImage(img));
-    ctl->setEventHook([this](int id, QVariantList& a) {
-      if (id >= 18 && id <= 20) events.push_back({id, a.back().toString()});
-    });
+    recordEvents();
   }
-  QImage current() const { return ctl->Picture()->toImage().convertToFormat(QImage::Format_RGB32); }
-  int errorOf(const char* name, QVariantList args) {
-    try {
-      ctl->invoke(QString::fromLatin1(name), QorvPicture::Method, args);
-    } catch (const AutomationError& e) {
-      return e.number();
-    }
-    return 0;
+  // The operation the first progress event announced.
+  QString firstProcess() const {
+    const std::vector<Raised> p = progress();
+    return p.empty() || p[0].id != EventId::ProcessInit ? QString() : p[0].args.back().toString();
   }
   std::string write(const char* name, const std::string& bytes) {
     const std::string path = (dir.path() + u'/' + QString::fromLatin1(name)).toStdString();
@@ -81,7 +67,6 @@ class ColourTools : public ControlTest {
   }
   ScriptedHueDialog dialog;
   QTemporaryDir dir;
-  std::vector<std::pair<int, QString>> events;
 };
 
 TEST_F(ColourTools, TheHueDialogPreviewsAndCancelRestoresThePicture) {
@@ -96,10 +81,10 @@ TEST_F(ColourTools, TheHueDialogPreviewsAndCancelRestoresThePicture) {
   EXPECT_EQ(dialog.seen[0], current());
   ctl->setPicture(Picture::fromImage(start));
   EXPECT_NE(dialog.seen[1], dialog.seen[0]);
-  events.clear();
+  raised.clear();
   dialog.seen.clear();
   ctl->Colourise();
-  EXPECT_TRUE(events.empty());
+  EXPECT_TRUE(progress().empty());
   EXPECT_EQ(current(), start);
   EXPECT_EQ(dialog.shown(), start);
 }
@@ -111,8 +96,7 @@ TEST_F(ColourTools, TheHueDialogAppliesWhatWasChosen) {
   dialog.accept = true;
   ctl->Colourise();
   const QImage chosen = current();
-  ASSERT_FALSE(events.empty());
-  EXPECT_EQ(events.front(), std::make_pair(18, QStringLiteral("Colourise")));
+  EXPECT_EQ(firstProcess(), QStringLiteral("Colourise"));
   ctl->setPicture(Picture::fromImage(start));
   ctl->ColouriseWith(120, 70, -30);
   EXPECT_EQ(current(), chosen);
@@ -128,15 +112,15 @@ TEST_F(ColourTools, ColouriseWithThroughAutomation) {
   for (int x = 0; x < 16; ++x)
     for (int y = 0; y < 8; ++y) grey.setPixel(x, y, qRgb(x * 16, x * 16, x * 16));
   show(grey);
-  EXPECT_EQ(errorOf("ColouriseWith", {77, 0}), 0);
+  EXPECT_EQ(invokeError("ColouriseWith", {77, 0}), 0);
   EXPECT_EQ(current(), grey);  // no saturation, no shift: greys stay
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_EQ(errorOf("ColouriseWith", {nan, 50}), errors::InvalidProcedureCall);
-  EXPECT_EQ(errorOf("ColouriseWith", {10, std::numeric_limits<double>::infinity(), 0}), errors::InvalidProcedureCall);
-  EXPECT_EQ(errorOf("ColouriseWith", {10}), errors::ArgumentNotOptional);
+  EXPECT_EQ(invokeError("ColouriseWith", {nan, 50}), errors::InvalidProcedureCall);
+  EXPECT_EQ(invokeError("ColouriseWith", {10, std::numeric_limits<double>::infinity(), 0}), errors::InvalidProcedureCall);
+  EXPECT_EQ(invokeError("ColouriseWith", {10}), errors::ArgumentNotOptional);
   EXPECT_EQ(current(), grey);
   // Out-of-range values are taken round or held, not refused.
-  EXPECT_EQ(errorOf("ColouriseWith", {370, 250, -180}), 0);
+  EXPECT_EQ(invokeError("ColouriseWith", {370, 250, -180}), 0);
   QImage black(grey.size(), QImage::Format_RGB32);
   black.fill(qRgb(0, 0, 0));  // hue 10, saturation 100, lightness all the way down
   EXPECT_EQ(current(), black);
@@ -151,12 +135,12 @@ TEST_F(ColourTools, LoadPaletteFillsTheErrorRecordLikeALoad) {
     qint32 code, flag;
   };
   const Case cases[] = {
-      {"missing", (dir.path() + "/none.pal").toStdString(), 170, 48},
-      {"directory", dir.path().toStdString(), 170, 48},
-      {"empty", write("empty.pal", ""), 101, 48},
-      {"not a palette", write("text.pal", "hello"), 101, 48},
-      {"truncated", write("short.pal", "JASC-PAL\n0100\n4\n1 2 3\n"), 500, 16},
-      {"value above 255", write("big.pal", "GIMP Palette\n1 2 300\n"), 500, 16},
+      {"missing", (dir.path() + "/none.pal").toStdString(), LoadFailed, FlagWarning},
+      {"directory", dir.path().toStdString(), LoadFailed, FlagWarning},
+      {"empty", write("empty.pal", ""), FormatNotSupported, FlagWarning},
+      {"not a palette", write("text.pal", "hello"), FormatNotSupported, FlagWarning},
+      {"truncated", write("short.pal", "JASC-PAL\n0100\n4\n1 2 3\n"), InvalidFileFormat, FlagCritical},
+      {"value above 255", write("big.pal", "GIMP Palette\n1 2 300\n"), InvalidFileFormat, FlagCritical},
   };
   for (const Case& c : cases) {
     EXPECT_FALSE(ctl->LoadPalette(QString::fromStdString(c.path))) << c.what;
@@ -165,7 +149,7 @@ TEST_F(ColourTools, LoadPaletteFillsTheErrorRecordLikeALoad) {
     EXPECT_FALSE(ctl->LastErrorDescription().isEmpty()) << c.what;
     EXPECT_EQ(current(), start) << c.what;
   }
-  EXPECT_TRUE(events.empty());
+  EXPECT_TRUE(progress().empty());
   QVariantList args{QString::fromStdString(write("bw.gpl", "GIMP Palette\n0 0 0 black\n255 255 255 white\n"))};
   EXPECT_TRUE(ctl->invoke("LoadPalette", QorvPicture::Method, args).toBool());
   EXPECT_EQ(ctl->LastErrorCode(), 0);
@@ -179,23 +163,23 @@ TEST_F(ColourTools, LoadPaletteFillsTheErrorRecordLikeALoad) {
     }
   ctl->setPicture(nullptr);
   EXPECT_FALSE(ctl->LoadPalette(args[0].toString()));
-  EXPECT_EQ(ctl->LastErrorCode(), 400);
+  EXPECT_EQ(ctl->LastErrorCode(), NothingToSave);
 }
 
 TEST_F(ColourTools, BuiltInPalettesByNumber) {
   const QImage start = noise(20, 10, 4);
   show(start);
-  EXPECT_EQ(errorOf("ApplyBuiltInPalette", {4}), errors::InvalidProcedureCall);
-  EXPECT_EQ(errorOf("ApplyBuiltInPalette", {-1, true}), errors::InvalidProcedureCall);
+  EXPECT_EQ(invokeError("ApplyBuiltInPalette", {4}), errors::InvalidProcedureCall);
+  EXPECT_EQ(invokeError("ApplyBuiltInPalette", {-1, true}), errors::InvalidProcedureCall);
   EXPECT_EQ(current(), start);
-  EXPECT_EQ(errorOf("ApplyBuiltInPalette", {2, true}), 0);
+  EXPECT_EQ(invokeError("ApplyBuiltInPalette", {2, true}), 0);
   const QImage grey = current();
   for (int y = 0; y < grey.height(); ++y)
     for (int x = 0; x < grey.width(); ++x) {
       const QRgb p = grey.pixel(x, y);
       ASSERT_TRUE(qRed(p) == qGreen(p) && qGreen(p) == qBlue(p));
     }
-  EXPECT_EQ(events.front(), std::make_pair(18, QStringLiteral("Palette")));
+  EXPECT_EQ(firstProcess(), QStringLiteral("Palette"));
 }
 
 TEST_F(ColourTools, RotateAngleGrowsThePictureAndFillsTheCorners) {
@@ -222,10 +206,10 @@ TEST_F(ColourTools, RotateAngleGrowsThePictureAndFillsTheCorners) {
   const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
   for (const QVariantList& bad : {QVariantList{nan}, QVariantList{inf}, QVariantList{-inf}, QVariantList{30, 0, 3},
                                   QVariantList{30, 0, -1}})
-    EXPECT_EQ(errorOf("RotateAngle", bad), errors::InvalidProcedureCall);
+    EXPECT_EQ(invokeError("RotateAngle", bad), errors::InvalidProcedureCall);
   EXPECT_EQ(current(), turned);
-  EXPECT_EQ(errorOf("RotateAngle", {1e9}), 0);
-  EXPECT_EQ(errorOf("RotateAngle", {-1e9}), 0);
+  EXPECT_EQ(invokeError("RotateAngle", {1e9}), 0);
+  EXPECT_EQ(invokeError("RotateAngle", {-1e9}), 0);
   ctl->setPicture(nullptr);
   EXPECT_FALSE(ctl->RotateAngle(30));
 }
@@ -256,19 +240,14 @@ TEST(ImageRotate, ReachableByNameAndRefusesBadArguments) {
   EXPECT_FALSE(r.RotateBitmap(0, 8, 6, 1));
   EXPECT_EQ(gdi::GetLastError(), gdi::ERROR_INVALID_HANDLE);
   EXPECT_FALSE(r.RotateBitmap(static_cast<qint32>(dc), 8, 6, std::nan("")));
-  const auto errorOf = [&](const QString& name, QVariantList a) {
-    try {
-      r.invoke(name, QorvPicture::Method, a);
-    } catch (const AutomationError& e) {
-      return e.number();
-    }
-    return 0;
+  const auto rotateError = [&](const char* name, QVariantList a) {
+    return testing_support::errorOf([&] { r.invoke(QString::fromLatin1(name), QorvPicture::Method, a); });
   };
   EXPECT_EQ(clsImageRotate::dispidOf("RotateBitmap"), 1);
-  EXPECT_EQ(errorOf("Nothing", {}), errors::NotSupported);
-  EXPECT_EQ(errorOf("RotateBitmap", {1, 2, 3}), errors::ArgumentNotOptional);
-  EXPECT_EQ(errorOf("RotateBitmap", {1, 2, 3, 4, 5}), errors::WrongNumberOfArguments);
-  EXPECT_EQ(errorOf("RotateBitmap", {QString("x"), 2, 3, 4}), errors::TypeMismatch);
+  EXPECT_EQ(rotateError("Nothing", {}), errors::NotSupported);
+  EXPECT_EQ(rotateError("RotateBitmap", {1, 2, 3}), errors::ArgumentNotOptional);
+  EXPECT_EQ(rotateError("RotateBitmap", {1, 2, 3, 4, 5}), errors::WrongNumberOfArguments);
+  EXPECT_EQ(rotateError("RotateBitmap", {QString("x"), 2, 3, 4}), errors::TypeMismatch);
   gdi::SelectObject(dc, old);
   gdi::DeleteObject(bmp);
   gdi::DeleteDC(dc);

@@ -60,10 +60,11 @@ QImage readWithLibrary(const QString& path) {
   return img;
 }
 
-struct Event {
-  int id;
-  QVariantList args;
-};
+constexpr int kHourglass = 11;  // the busy pointer while a file loads
+constexpr int kDefaultPointer = 0;
+using E = EventId;
+using namespace error_record;
+const QString kLoadFailed = QStringLiteral("Error loading file. File may be too large or corrupted.");
 
 class ImageIOMethods : public ControlTest {
  protected:
@@ -73,7 +74,7 @@ class ImageIOMethods : public ControlTest {
     setFileDialogService(&dialog);
     ASSERT_TRUE(dir.isValid());
     sizeTo(120, 90);
-    ctl->setEventHook([this](int id, QVariantList& args) { events.push_back({id, args}); });
+    recordEvents();
   }
   void TearDown() override {
     imageio::setFreeImageLoader(nullptr);
@@ -89,22 +90,11 @@ class ImageIOMethods : public ControlTest {
   }
 
   // Ids of the load/save events only (frames raise their own events too).
-  std::vector<int> ioEvents() const {
-    std::vector<int> ids;
-    for (const Event& e : events)
-      if (e.id == 14 || e.id == 16 || e.id == 17 || e.id == 21) ids.push_back(e.id);
-    return ids;
-  }
-  const Event* last(int id) const {
-    for (auto it = events.rbegin(); it != events.rend(); ++it)
-      if (it->id == id) return &*it;
-    return nullptr;
-  }
+  std::vector<E> ioEvents() const { return raisedIds({E::LoadImage, E::SaveImage, E::OffsetChanged, E::FileChange}); }
 
   PointerHost pointerHost;
   ScriptedDialog dialog;
   QTemporaryDir dir;
-  std::vector<Event> events;
 };
 
 TEST_F(ImageIOMethods, SuccessfulLoadHandsOverAndRaisesEventsInOrder) {
@@ -113,31 +103,28 @@ TEST_F(ImageIOMethods, SuccessfulLoadHandsOverAndRaisesEventsInOrder) {
   QString path = png;
   ASSERT_TRUE(ctl->LoadFreeImage(&path, -1, nullptr, true));
   EXPECT_EQ(ctl->CurrentFile(), png);
-  EXPECT_EQ(ctl->OffsetX(), 0);
-  EXPECT_EQ(ctl->OffsetY(), 0);
+  EXPECT_EQ(QPoint(ctl->OffsetX(), ctl->OffsetY()), QPoint(0, 0));
   EXPECT_EQ(ctl->LastErrorCode(), 0);
   ASSERT_NE(ctl->Picture(), nullptr);
-  EXPECT_EQ(ctl->Picture()->Width(), 40);
-  EXPECT_EQ(ctl->Picture()->Height(), 30);
-  EXPECT_EQ(ctl->Picture()->toImage(), testmodel::patternImage(40, 30).convertToFormat(QImage::Format_RGB32));
-  EXPECT_EQ(ioEvents(), (std::vector<int>{17, 14, 21}));
-  EXPECT_EQ(last(14)->args, (QVariantList{png, 13}));
-  EXPECT_EQ(last(21)->args, (QVariantList{png}));
-  EXPECT_EQ(pointerHost.pointers.front(), 11);
-  EXPECT_EQ(pointerHost.pointers.back(), 0);
+  EXPECT_EQ(current(), testmodel::patternImage(40, 30));
+  EXPECT_EQ(ioEvents(), (std::vector<E>{E::OffsetChanged, E::LoadImage, E::FileChange}));
+  EXPECT_EQ(lastArgs(E::LoadImage), (QVariantList{png, int(FIF_PNG)}));
+  EXPECT_EQ(lastArgs(E::FileChange), (QVariantList{png}));
+  EXPECT_EQ(pointerHost.pointers.front(), kHourglass);
+  EXPECT_EQ(pointerHost.pointers.back(), kDefaultPointer);
 }
 
 TEST_F(ImageIOMethods, RenderedLoadEndsWithTheSameThreeEvents) {
   const QString png = writeImage(QStringLiteral("b.png"), 50, 20, "PNG");
   ctl->setFastLoad(true);
   ASSERT_TRUE(ctl->LoadFreeImage(png));
-  const std::vector<int> ids = ioEvents();
+  const std::vector<E> ids = ioEvents();
   ASSERT_GE(ids.size(), 3u);
-  EXPECT_EQ(std::vector<int>(ids.end() - 3, ids.end()), (std::vector<int>{17, 14, 21}));
-  for (std::size_t i = 0; i + 3 < ids.size(); ++i) EXPECT_EQ(ids[i], 17);
+  EXPECT_EQ(std::vector<E>(ids.end() - 3, ids.end()), (std::vector<E>{E::OffsetChanged, E::LoadImage, E::FileChange}));
+  for (std::size_t i = 0; i + 3 < ids.size(); ++i) EXPECT_EQ(ids[i], E::OffsetChanged);
   EXPECT_GT(in().framesComposed(), 0);
   ASSERT_NE(ctl->Picture(), nullptr);
-  EXPECT_EQ(ctl->Picture()->toImage(), testmodel::patternImage(50, 20).convertToFormat(QImage::Format_RGB32));
+  EXPECT_EQ(current(), testmodel::patternImage(50, 20));
 }
 
 TEST_F(ImageIOMethods, FailuresKeepStateAndRaiseNothing) {
@@ -149,55 +136,36 @@ TEST_F(ImageIOMethods, FailuresKeepStateAndRaiseNothing) {
   ASSERT_TRUE(junk.open(QIODevice::WriteOnly));
   junk.write("definitely not a picture");
   junk.close();
-
-  struct Case {
+  const QString png = writeImage(QStringLiteral("c.png"), 20, 10, "PNG");
+  const struct {
     QString file;
-    int code;
-    QString text;
-    int flag;
-  };
-  const Case cases[] = {
-      {dir.filePath(QStringLiteral("junk.png")), 170,
-       QStringLiteral("Error loading file. File may be too large or corrupted."), 48},
-      {dir.filePath(QStringLiteral("missing.xyz")), 101, QStringLiteral("File format not supported (xyz)"), 48},
-      {dir.filePath(QStringLiteral("x.png")), 101, QStringLiteral("File format not supported (png)"), 48},
+    ErrorRecord error;
+    qint32 maxPixels = 225000000;
+  } cases[] = {
+      {junk.fileName(), {LoadFailed, kLoadFailed, FlagWarning}},
+      {dir.filePath(QStringLiteral("missing.xyz")), {FormatNotSupported, "File format not supported (xyz)", FlagWarning}},
+      {dir.filePath(QStringLiteral("x.png")), {FormatNotSupported, "File format not supported (png)", FlagWarning}},
+      {png, {LoadFailed, kLoadFailed, FlagWarning}, 199},  // one pixel under its 200
   };
   for (std::size_t i = 0; i < std::size(cases); ++i) {
-    const Case& c = cases[i];
+    const auto& c = cases[i];
     SCOPED_TRACE(c.file.toStdString());
-    events.clear();
-    // The last case goes through the platform loader, which takes only its own formats.
-    const bool ok = i == 2 ? ctl->LoadVBPicture(c.file) : ctl->LoadFreeImage(c.file);
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(ctl->LastErrorCode(), c.code);
-    EXPECT_EQ(ctl->LastErrorDescription(), c.text);
-    EXPECT_EQ(ctl->LastErrorFlag(), c.flag);
+    raised.clear();
+    ctl->setMaxLoadPixels(c.maxPixels);
+    // The third case goes through the platform loader, which takes only its own formats.
+    EXPECT_FALSE(i == 2 ? ctl->LoadVBPicture(c.file) : ctl->LoadFreeImage(c.file));
+    EXPECT_EQ(error(), c.error);
     EXPECT_EQ(ctl->CurrentFile(), good);
-    EXPECT_EQ(ctl->OffsetX(), 3);
-    EXPECT_EQ(ctl->OffsetY(), 4);
+    EXPECT_EQ(QPoint(ctl->OffsetX(), ctl->OffsetY()), QPoint(3, 4));
     EXPECT_EQ(handleOf(ctl->Picture()), shown);
-    EXPECT_TRUE(events.empty());
-    EXPECT_EQ(pointerHost.pointers.back(), 0);
+    EXPECT_TRUE(raised.empty());
+    EXPECT_EQ(pointerHost.pointers.back(), kDefaultPointer);
   }
-  // The next load starts from a clean record.
-  ASSERT_TRUE(ctl->LoadFreeImage(good));
+  // The limit is inclusive, and the next load starts from a clean record.
+  ctl->setMaxLoadPixels(200);
+  ASSERT_TRUE(ctl->LoadFreeImage(png));
   EXPECT_EQ(ctl->LastErrorCode(), 0);
   EXPECT_EQ(ctl->LastErrorDescription(), QString());
-}
-
-TEST_F(ImageIOMethods, PixelLimitIsAPropertyOfTheControl) {
-  const QString png = writeImage(QStringLiteral("c.png"), 20, 10, "PNG");
-  EXPECT_EQ(ctl->MaxLoadPixels(), 225000000);
-  // The other load-safety members start safe and classic.
-  EXPECT_TRUE(ctl->IsolatedDecoding());
-  EXPECT_EQ(ctl->LoadTimeout(), 10000);
-  EXPECT_FALSE(ctl->AllowUnlistedFormats());
-  EXPECT_FALSE(ctl->AutoRotate());
-  ctl->setMaxLoadPixels(199);
-  EXPECT_FALSE(ctl->LoadFreeImage(png));
-  EXPECT_EQ(ctl->LastErrorCode(), 170);
-  ctl->setMaxLoadPixels(200);
-  EXPECT_TRUE(ctl->LoadFreeImage(png));
 }
 
 // A decoder that crashes, hangs, runs out of memory or tries to open a file
@@ -209,36 +177,31 @@ TEST_F(ImageIOMethods, DecoderDeathIsAnOrdinaryFailedLoad) {
   const QString other = writeImage(QStringLiteral("other.png"), 30, 20, "PNG");
   ASSERT_TRUE(ctl->LoadFreeImage(good));
   const gdi::HBITMAP shown = handleOf(ctl->Picture());
-  struct Case {
+  const struct {
     imageio::DecoderTestAction action;
     const char* detail;
-  };
-  const Case cases[] = {{imageio::DecoderTestAction::Crash, "signal 11"},
-                        {imageio::DecoderTestAction::Hang, "no answer within 300 ms"},
-                        {imageio::DecoderTestAction::Allocate, "out of memory"},
-                        {imageio::DecoderTestAction::Escape, "signal 31"}};  // the filter kills an open()
+  } cases[] = {{imageio::DecoderTestAction::Crash, "signal 11"},
+               {imageio::DecoderTestAction::Hang, "no answer within 300 ms"},
+               {imageio::DecoderTestAction::Allocate, "out of memory"},
+               {imageio::DecoderTestAction::Escape, "signal 31"}};  // the filter kills an open()
   ctl->setLoadTimeout(300);
   ctl->setMaxLoadPixels(1000000);  // a small address-space limit for the helper
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.detail);
     imageio::SetDecoderTestAction(c.action);
-    events.clear();
+    raised.clear();
     EXPECT_FALSE(ctl->LoadFreeImage(other));
-    EXPECT_EQ(ctl->LastErrorCode(), 170);
-    EXPECT_EQ(ctl->LastErrorDescription(), QStringLiteral("Error loading file. File may be too large or corrupted."));
-    EXPECT_EQ(ctl->LastErrorFlag(), 48);
+    EXPECT_EQ(error(), (ErrorRecord{LoadFailed, kLoadFailed, FlagWarning}));
     EXPECT_THAT(modFreeImage::LastBridgeError().toStdString(), ::testing::HasSubstr(c.detail));
     EXPECT_EQ(ctl->CurrentFile(), good);
     EXPECT_EQ(handleOf(ctl->Picture()), shown);
-    EXPECT_TRUE(events.empty());
+    EXPECT_TRUE(raised.empty());
   }
   imageio::SetDecoderTestAction(imageio::DecoderTestAction::None);
   ASSERT_TRUE(ctl->LoadFreeImage(other));
   EXPECT_EQ(ctl->Picture()->Width(), 30);
 }
 
-// Content of a format beyond the control's list is no format unless the host
-// opts in: XPM content under a .png name is then read as PNG and fails.
 TEST_F(ImageIOMethods, UnlistedFormatsNeedTheHostsConsent) {
   const QString xpm = dir.filePath(QStringLiteral("icon.png"));
   FIBITMAP* dib = FreeImage_Allocate(9, 7, 24);
@@ -249,10 +212,10 @@ TEST_F(ImageIOMethods, UnlistedFormatsNeedTheHostsConsent) {
     ctl->setIsolatedDecoding(isolated);
     ctl->setAllowUnlistedFormats(false);
     EXPECT_FALSE(ctl->LoadFreeImage(xpm));
-    EXPECT_EQ(ctl->LastErrorCode(), 170);
+    EXPECT_EQ(ctl->LastErrorCode(), LoadFailed);
     ctl->setAllowUnlistedFormats(true);
     ASSERT_TRUE(ctl->LoadFreeImage(xpm));
-    EXPECT_EQ(last(14)->args, (QVariantList{xpm, static_cast<int>(FIF_XPM)}));
+    EXPECT_EQ(lastArgs(E::LoadImage), (QVariantList{xpm, int(FIF_XPM)}));
   }
 }
 
@@ -261,7 +224,7 @@ TEST_F(ImageIOMethods, NoLoadingHourGlassKeepsTheBusyPointerAway) {
   ctl->setNoLoadingHourGlass(true);
   pointerHost.pointers.clear();
   ASSERT_TRUE(ctl->LoadFreeImage(png));
-  EXPECT_EQ(std::count(pointerHost.pointers.begin(), pointerHost.pointers.end(), 11), 0);
+  EXPECT_EQ(std::count(pointerHost.pointers.begin(), pointerHost.pointers.end(), kHourglass), 0);
 }
 
 TEST_F(ImageIOMethods, JpegQualityPropertyReachesTheLibraryForJpegOnly) {
@@ -296,7 +259,7 @@ TEST_F(ImageIOMethods, PlatformFormatsBypassTheImageLibrary) {
   EXPECT_FALSE(libraryCalled);
   EXPECT_EQ(ctl->CurrentFile(), gif);
   EXPECT_EQ(ctl->Picture()->Width(), 12);
-  EXPECT_EQ(last(14)->args, (QVariantList{gif, -1}));
+  EXPECT_EQ(lastArgs(E::LoadImage), (QVariantList{gif, int(FIF_UNKNOWN)}));
 
   // A format the platform loader cannot read.
   QFile wmf(dir.filePath(QStringLiteral("drawing.wmf")));
@@ -304,9 +267,7 @@ TEST_F(ImageIOMethods, PlatformFormatsBypassTheImageLibrary) {
   wmf.write("not really a metafile");
   wmf.close();
   EXPECT_FALSE(ctl->LoadFreeImage(wmf.fileName()));
-  EXPECT_EQ(ctl->LastErrorCode(), 500);
-  EXPECT_EQ(ctl->LastErrorDescription(), QStringLiteral("Invalid file format!"));
-  EXPECT_EQ(ctl->LastErrorFlag(), 16);
+  EXPECT_EQ(error(), (ErrorRecord{InvalidFileFormat, "Invalid file format!", FlagCritical}));
   EXPECT_EQ(ctl->CurrentFile(), gif);
 }
 
@@ -332,12 +293,12 @@ TEST_F(ImageIOMethods, LoadDialogIsAskedWhenThePathIsEmpty) {
   EXPECT_EQ(ctl->CurrentFile(), second);
 
   // Cancelled: nothing recorded, nothing raised, the picture stays.
-  events.clear();
+  raised.clear();
   const gdi::HBITMAP shown = handleOf(ctl->Picture());
   QString none;
   EXPECT_FALSE(ctl->LoadFreeImage(&none));
   EXPECT_TRUE(none.isEmpty());
-  EXPECT_TRUE(events.empty());
+  EXPECT_TRUE(raised.empty());
   EXPECT_EQ(ctl->LastErrorCode(), 0);
   EXPECT_EQ(handleOf(ctl->Picture()), shown);
   EXPECT_EQ(ctl->CurrentFile(), second);
@@ -351,53 +312,50 @@ TEST_F(ImageIOMethods, SaveRaisesItsEventsAndUpdatesTheCurrentFileOnRequest) {
     int fifType;
     bool useNew;
     int fif;
-    std::vector<int> ids;
+    std::vector<E> ids;
     bool sync;  // SyncOnSave: the same file and events either way
   };
   const Case cases[] = {
-      {"out.bmp", -1, false, FIF_BMP, {16}, true},
-      {"out.tif", -1, true, FIF_TIFF, {21, 16}, false},
-      {"png-data.jpg", FIF_PNG, false, FIF_PNG, {16}, false},
+      {"out.bmp", -1, false, FIF_BMP, {E::SaveImage}, true},
+      {"out.tif", -1, true, FIF_TIFF, {E::FileChange, E::SaveImage}, false},
+      {"png-data.jpg", FIF_PNG, false, FIF_PNG, {E::SaveImage}, false},
   };
   EXPECT_TRUE(ctl->SyncOnSave());  // flushed unless a host opts out
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     ctl->setSyncOnSave(c.sync);
-    events.clear();
+    raised.clear();
     const QString before = ctl->CurrentFile();
     QString target = dir.filePath(QString::fromLatin1(c.name));
     ASSERT_TRUE(ctl->SaveFreeImage(&target, 0, c.fifType, c.useNew));
     EXPECT_EQ(ioEvents(), c.ids);
-    EXPECT_EQ(last(16)->args, (QVariantList{target, c.fif}));
+    EXPECT_EQ(lastArgs(E::SaveImage), (QVariantList{target, c.fif}));
     EXPECT_EQ(ctl->CurrentFile(), c.useNew ? target : before);
     EXPECT_EQ(readWithLibrary(target), testmodel::patternImage(21, 13));
   }
-  EXPECT_EQ(pointerHost.pointers.back(), 0);
+  EXPECT_EQ(pointerHost.pointers.back(), kDefaultPointer);
 }
 
 TEST_F(ImageIOMethods, SaveFailuresRecordErrorsThatLaterSavesDoNotClear) {
   QString target = dir.filePath(QStringLiteral("nothing.png"));
   EXPECT_FALSE(ctl->SaveFreeImage(&target));
-  EXPECT_EQ(ctl->LastErrorCode(), 400);
-  EXPECT_EQ(ctl->LastErrorDescription(), QStringLiteral("There is no picture to save"));
-  EXPECT_EQ(ctl->LastErrorFlag(), 48);
+  EXPECT_EQ(error(), (ErrorRecord{NothingToSave, "There is no picture to save", FlagWarning}));
   EXPECT_FALSE(QFile::exists(target));
 
   ASSERT_TRUE(ctl->LoadFreeImage(writeImage(QStringLiteral("i.png"), 9, 9, "PNG")));
-  events.clear();
+  raised.clear();
   QString gif = dir.filePath(QStringLiteral("anim.gif"));
   EXPECT_FALSE(ctl->SaveFreeImage(&gif));
-  EXPECT_EQ(ctl->LastErrorCode(), 101);
-  EXPECT_EQ(ctl->LastErrorDescription(), QStringLiteral("File format not supported (gif)"));
+  EXPECT_EQ(error(), (ErrorRecord{FormatNotSupported, "File format not supported (gif)", FlagWarning}));
   QString missingDir = dir.filePath(QStringLiteral("no/dir/a.png"));
   EXPECT_FALSE(ctl->SaveFreeImage(&missingDir));
-  EXPECT_EQ(ctl->LastErrorCode(), 900);
-  EXPECT_EQ(ctl->LastErrorFlag(), 16);
-  EXPECT_TRUE(events.empty());
+  EXPECT_EQ(ctl->LastErrorCode(), SaveFailed);
+  EXPECT_EQ(ctl->LastErrorFlag(), FlagCritical);
+  EXPECT_TRUE(raised.empty());
 
   QString fine = dir.filePath(QStringLiteral("fine.png"));
   ASSERT_TRUE(ctl->SaveFreeImage(&fine));
-  EXPECT_EQ(ctl->LastErrorCode(), 900);
+  EXPECT_EQ(ctl->LastErrorCode(), SaveFailed);
 }
 
 TEST_F(ImageIOMethods, SaveDialogAppendsTheSelectedFiltersExtension) {
@@ -433,13 +391,13 @@ TEST_F(ImageIOMethods, SaveDialogAppendsTheSelectedFiltersExtension) {
     EXPECT_EQ(r.descriptions.size(), 11);
   }
   // Cancelled: no error, no event.
-  events.clear();
+  raised.clear();
   dialog.replies = {{false, QString(), 10}};
   QString path;
   ctl->ClearError();
   EXPECT_FALSE(ctl->SaveFreeImage(&path));
   EXPECT_EQ(ctl->LastErrorCode(), 0);
-  EXPECT_TRUE(events.empty());
+  EXPECT_TRUE(raised.empty());
 }
 
 TEST_F(ImageIOMethods, DialogMemberWritesItsByReferenceArgumentsBack) {

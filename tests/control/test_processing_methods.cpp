@@ -15,17 +15,6 @@ QImage solid(int w, int h, QRgb c) {
   return img;
 }
 
-QImage noise(int w, int h, unsigned seed) {
-  QImage img(w, h, QImage::Format_RGB32);
-  for (int y = 0; y < h; ++y) {
-    for (int x = 0; x < w; ++x) {
-      seed = seed * 1103515245u + 12345u;
-      img.setPixel(x, y, 0xFF000000u | (seed >> 8));
-    }
-  }
-  return img;
-}
-
 QImage rgb(const QImage& i) { return i.convertToFormat(QImage::Format_RGB32); }
 
 class ProcessingMethods : public ControlTest {
@@ -34,32 +23,22 @@ class ProcessingMethods : public ControlTest {
     sizeTo(120, 90);
     ctl->setPicture(Picture::fromImage(img));
   }
-  QImage current() const { return rgb(ctl->Picture()->toImage()); }
-  struct Raised {
-    int id;
-    QVariantList args;
-  };
-  void record() {
-    ctl->setEventHook([this](int id, QVariantList& a) {
-      if (id >= 18 && id <= 20) events.push_back({id, a});
-    });
-  }
-  std::vector<Raised> events;
 };
 
 TEST_F(ProcessingMethods, ProgressEventsAreForwardedInOrder) {
   show(noise(5, 4, 1));
-  record();
+  recordEvents();
   ctl->ApplyFilter(static_cast<qint32>(gEFilterTypes::eBlur));
   // Byte columns 3 .. (5 - 1) * 3 - 3 = 9.
+  const std::vector<Raised> events = progress();
   ASSERT_EQ(events.size(), 5u);
-  EXPECT_EQ(events[0].id, 18);
+  EXPECT_EQ(events[0].id, EventId::ProcessInit);
   EXPECT_EQ(events[0].args, (QVariantList{9, QStringLiteral("Blur")}));
-  for (int k = 1; k <= 3; ++k) {
-    EXPECT_EQ(events[static_cast<std::size_t>(k)].id, 19);
-    EXPECT_EQ(events[static_cast<std::size_t>(k)].args, (QVariantList{3 * k, QStringLiteral("Blur")}));
+  for (std::size_t k = 1; k <= 3; ++k) {
+    EXPECT_EQ(events[k].id, EventId::Process);
+    EXPECT_EQ(events[k].args, (QVariantList{3 * static_cast<int>(k), QStringLiteral("Blur")}));
   }
-  EXPECT_EQ(events[4].id, 20);
+  EXPECT_EQ(events[4].id, EventId::ProcessComplete);
   EXPECT_EQ(events[4].args, QVariantList{QStringLiteral("Blur")});  // no elapsed time
 }
 
@@ -111,10 +90,10 @@ TEST_F(ProcessingMethods, HugeOrShapelessKernelArraysFailCleanly) {
     std::int32_t number;
   };
   const Case cases[] = {
-      {-1000000, 1000000, -1, 1, static_cast<std::int32_t>(0x8004051A)},  // size far above 99
-      {-200, 10, -1, 1, errors::SubscriptOutOfRange},                      // fits the size, not the copy
+      {-1000000, 1000000, -1, 1, errors::FilterInvalidValue},       // size far above 99
+      {-200, 10, -1, 1, errors::SubscriptOutOfRange},               // fits the size, not the copy
       {-1, 1, -2000000000, 2000000000, errors::SubscriptOutOfRange},
-      {-3, -1, 0, 0, static_cast<std::int32_t>(0x8004051A)},               // size -1
+      {-3, -1, 0, 0, errors::FilterInvalidValue},                   // size -1
   };
   for (const Case& c : cases) {
     IntArray2D a;
@@ -122,29 +101,22 @@ TEST_F(ProcessingMethods, HugeOrShapelessKernelArraysFailCleanly) {
     a.upper1 = c.upper1;
     a.lower2 = c.lower2;
     a.upper2 = c.upper2;  // no values at all: never read
-    try {
-      ctl->AddCustomFilter(a);
-      ADD_FAILURE() << c.lower1 << ".." << c.upper1;
-    } catch (const AutomationError& e) {
-      EXPECT_EQ(e.number(), c.number) << c.lower1 << ".." << c.upper1;
-    }
+    EXPECT_EQ(errorOf([&] { ctl->AddCustomFilter(a); }), c.number) << c.lower1 << ".." << c.upper1;
   }
 }
 
 TEST_F(ProcessingMethods, DarkenAndLightenNeedANumber) {
   show(solid(3, 2, qRgb(200, 100, 255)));
   for (const QVariant& bad : {QVariant(), QVariant(QStringLiteral("abc")), QVariant(QStringLiteral(""))}) {
-    try {
-      ctl->Darken(bad);
-      ADD_FAILURE() << "no error for " << bad.toString().toStdString();
-    } catch (const AutomationError& e) {
-      EXPECT_EQ(e.number(), errors::TypeMismatch);
-      EXPECT_EQ(e.description(), "Type mismatch");
-    }
-    EXPECT_THROW(ctl->Lighten(bad), AutomationError);
+    EXPECT_EQ(errorOf([&] { ctl->Darken(bad); }), errors::TypeMismatch) << bad.toString().toStdString();
+    EXPECT_EQ(errorOf([&] { ctl->Lighten(bad); }), errors::TypeMismatch) << bad.toString().toStdString();
   }
-  EXPECT_THROW(ctl->invoke(QStringLiteral("Darken"), QorvPicture::Method, QVariantList{QStringLiteral("abc")}),
-               AutomationError);
+  EXPECT_EQ(invokeError("Darken", {QStringLiteral("abc")}), errors::TypeMismatch);
+  try {
+    ctl->Darken(QVariant());
+  } catch (const AutomationError& e) {
+    EXPECT_EQ(e.description(), "Type mismatch");
+  }
   EXPECT_EQ(current(), solid(3, 2, qRgb(200, 100, 255)));
   ctl->Darken(QStringLiteral("128"));
   EXPECT_EQ(current(), solid(3, 2, qRgb(100, 50, 128)));
@@ -243,7 +215,7 @@ TEST_F(ProcessingMethods, CombinePicturesOfOtherSizesOrNone) {
 
 TEST_F(ProcessingMethods, WithoutAPictureNothingHappens) {
   sizeTo(50, 50);
-  record();
+  recordEvents();
   ctl->Invert();
   ctl->Flip(0);
   ctl->ApplyFilter(static_cast<qint32>(gEFilterTypes::eBlur));
@@ -256,7 +228,7 @@ TEST_F(ProcessingMethods, WithoutAPictureNothingHappens) {
   ctl->Rotate(true);
   ctl->CombinePictures(nullptr, nullptr, 1);
   EXPECT_EQ(handleOf(ctl->Picture()), 0u);
-  EXPECT_TRUE(events.empty());
+  EXPECT_TRUE(progress().empty());
 }
 
 }  // namespace
