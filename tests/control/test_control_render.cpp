@@ -150,9 +150,11 @@ TEST_F(RenderTest, BlitPathSwitchesOncePerChange) {
   Counter switched;
   QObject::connect(ctl.get(), &QorvPicture::UseApiChanged, std::ref(switched));
   ctl->setAutoSwitchToAPI(true);
+  host.changed.clear();
   ctl->setZoom(100);  // 400x200 shown at 300x150: reduced
   EXPECT_EQ(switched.n, 1);
   EXPECT_FALSE(ctl->UseBltAIP());
+  EXPECT_TRUE(host.changed.contains("UseBltAIP"));  // switched through the property's setter
   ctl->setZoom(100);
   EXPECT_EQ(switched.n, 1);
   ctl->setZoomFromOriginal(true);  // 1:1 again
@@ -206,6 +208,7 @@ TEST_F(RenderTest, AutoSizeMakesTheControlThePictureSize) {
   ctl->setAutoSize(true);
   EXPECT_EQ(ctl->width(), 123);
   EXPECT_EQ(ctl->height(), 45);
+  EXPECT_EQ(in().picPane().ScaleWidth(), 123);  // the pane was laid out anew
   ctl->setPicture(pattern(77, 66));
   EXPECT_EQ(ctl->width(), 77);
   EXPECT_EQ(ctl->height(), 66);

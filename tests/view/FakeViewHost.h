@@ -7,8 +7,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
-#include <optional>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -22,16 +20,10 @@ class FakeHost : public ViewHost {
  public:
   void raiseEvent(EventId id, QVariantList& args) override {
     events.push_back(id);
-    if (id == EventId::Draw && onDraw) onDraw();
-    if (id == EventId::OffsetChanged && moveTo) {
-      args[0] = moveTo->first;
-      args[1] = moveTo->second;
-    }
     if (handler) handler(id, args);
   }
   // As the control's setter does: store, then the setter's own redraw.
   void setUseBltAIP(bool value) override {
-    useBltCalls.push_back(value);
     engine->state().useBlt = value;
     engine->render(false);
   }
@@ -43,23 +35,13 @@ class FakeHost : public ViewHost {
     QVariantList none;
     raiseEvent(EventId::Zooming, none);
   }
-  void resizeControl(int width, int height) override {
-    resized = {width, height};
-    engine->handleResize(width, height);
-  }
-  void yield() override {
-    if (onYield) onYield();
-  }
+  void resizeControl(int width, int height) override { engine->handleResize(width, height); }
+  void yield() override {}  // no message loop to run here
   int count(EventId id) const { return static_cast<int>(std::count(events.begin(), events.end(), id)); }
 
   ViewEngine* engine = nullptr;
   std::vector<EventId> events;
-  std::vector<bool> useBltCalls;
   std::vector<std::int16_t> zoomCalls;
-  std::pair<int, int> resized{-1, -1};
-  std::optional<std::pair<int, int>> moveTo;
-  std::function<void()> onDraw;
-  std::function<void()> onYield;
   // Plays the host's event handlers; may change by-reference arguments.
   std::function<void(EventId, QVariantList&)> handler;
 };

@@ -13,6 +13,7 @@
 #include <QorvPictureBox/gdi.h>
 
 #include "FakeViewHost.h"
+#include "support/TestNames.h"
 #include "platform/Clock.h"
 #include "view/StretchModel.h"
 #include "view/ViewGeometry.h"
@@ -53,13 +54,8 @@ class NavigationTest : public testing::EngineFixture {
   }
 };
 
-template <class T>
-std::string caseName(const ::testing::TestParamInfo<T>& info) {
-  std::string n = info.param.name;
-  for (char& c : n)
-    if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
-  return n;
-}
+// Cases are named after their own description.
+constexpr auto caseName = [](const auto& info) { return test_support::readableName(info.param.name); };
 
 // ----- panning ----------------------------------------------------------------------------
 
@@ -105,7 +101,7 @@ INSTANTIATE_TEST_SUITE_P(
                       PanCase{"infinitely left uncentred", false, 1000, -std::numeric_limits<float>::infinity(),
                               -400},
                       PanCase{"huge left", true, 1000, -1e30f, -200}),
-    caseName<PanCase>);
+    caseName);
 
 TEST_F(NavigationTest, APictureSmallerThanThePaneIsCorrectedOnceThenStays) {
   place(300, 200);
@@ -141,6 +137,7 @@ struct ThresholdCase {
   int zoomings;
   int mouseMoves;
   int finalZoom;
+  bool mouseZoom = true;
 };
 
 class ZoomThreshold : public NavigationTest, public ::testing::WithParamInterface<ThresholdCase> {};
@@ -148,6 +145,7 @@ class ZoomThreshold : public NavigationTest, public ::testing::WithParamInterfac
 TEST_P(ZoomThreshold, StartsAtFivePixels) {
   const ThresholdCase& c = GetParam();
   place(400, 300);
+  engine.navigation().mouseZoom = c.mouseZoom;
   nav().mouseDown(R, 0, 300, 200);
   for (float dy : c.moves) nav().mouseMove(R, 0, 300, 200 + dy);
   EXPECT_EQ(host.count(EventId::ZoomBegin), c.zoomBegins);
@@ -168,8 +166,10 @@ INSTANTIATE_TEST_SUITE_P(
                       ThresholdCase{"five pixels down begin", {5}, 1, 1, 0, 95},
                       ThresholdCase{"each later move zooms", {-5, -6, -7}, 1, 3, 0, 107},
                       ThresholdCase{"back inside the threshold still zooms", {-6, -2}, 1, 2, 0, 102},
-                      ThresholdCase{"moves before the start reach the host", {-1, -3, -8}, 1, 1, 2, 108}),
-    caseName<ThresholdCase>);
+                      ThresholdCase{"moves before the start reach the host", {-1, -3, -8}, 1, 1, 2, 108},
+                      // Without MouseZoom the gesture still begins and finishes but keeps the zoom.
+                      ThresholdCase{"mouse zoom off", {-40}, 1, 0, 0, 100, false}),
+    caseName);
 
 struct LimitCase {
   const char* name;
@@ -198,17 +198,7 @@ INSTANTIATE_TEST_SUITE_P(Limits, ZoomLimits,
                                            LimitCase{"crossed limits give the minimum", 300, 200, -50, 300},
                                            LimitCase{"infinitely far up", 1, 1000,
                                                      -std::numeric_limits<float>::infinity(), 1000}),
-                         caseName<LimitCase>);
-
-TEST_F(NavigationTest, MouseZoomOffStillBeginsAndFinishesButKeepsTheZoom) {
-  place(400, 300);
-  engine.navigation().mouseZoom = false;
-  drag(R, 0, -40);
-  EXPECT_EQ(host.count(EventId::ZoomBegin), 1);
-  EXPECT_EQ(host.count(EventId::ZoomFinished), 1);
-  EXPECT_EQ(host.count(EventId::Zooming), 0);
-  EXPECT_EQ(state().zoom, 100);
-}
+                         caseName);
 
 TEST_F(NavigationTest, VisualZoomRedrawsEveryMoveThroughTheSetter) {
   place(400, 300);
@@ -249,35 +239,28 @@ TEST_F(NavigationTest, WithoutVisualZoomTheFrameWaitsForTheSettleRedraw) {
   EXPECT_EQ(without(EventId::Draw), (std::vector<EventId>{EventId::Zooming}));
 }
 
-// The whole right-drag gesture as the host sees it, with the defaults
-// (VisualZoom off, so the zoom text shows).
-TEST_F(NavigationTest, ARightDragRaisesItsEventsInOrder) {
+// Whole gestures as the host sees them: a right drag with the defaults
+// (VisualZoom off, so the zoom text shows), then a left drag with the offset display.
+TEST_F(NavigationTest, DragsRaiseTheirEventsInOrder) {
+  using E = EventId;
   place(400, 300);
   nav().mouseDown(R, 2, 300, 200);
-  nav().mouseMove(R, 2, 300, 197);
-  nav().mouseMove(R, 2, 300, 190);
-  nav().mouseMove(R, 2, 300, 188);
+  for (float y : {197.0f, 190.0f, 188.0f}) nav().mouseMove(R, 2, 300, y);
   nav().mouseUp(R, 2, 300, 188);
   clock.advance(10);
-  using E = EventId;
   EXPECT_EQ(host.events, (std::vector<E>{E::MouseDown, E::MouseMove, E::ZoomBegin, E::Zooming, E::OSDDraw, E::Zooming,
                                          E::OSDDraw, E::ZoomFinished, E::MouseUp, E::Draw, E::Zooming}));
   EXPECT_EQ(state().zoom, 112);
-}
 
-TEST_F(NavigationTest, ALeftDragRaisesItsEventsInOrder) {
   place(1000, 300);
   engine.osd().showOffset = true;
-  nav().mouseDown(L, 1, 300, 200);
-  nav().mouseMove(L, 1, 280, 200);
-  nav().mouseUp(L, 1, 280, 200);
+  drag(L, -20, 0);
   clock.advance(10);
-  using E = EventId;
   EXPECT_EQ(host.events, (std::vector<E>{E::MouseDown, E::Draw, E::OSDDraw, E::OffsetChanged, E::MouseMove,
                                          E::MouseUp, E::Draw}));
 }
 
-// ----- which gestures settle --------------------------------------------------------------------
+// ----- which gestures settle, and when the zoom display shows ----------------------------------
 
 enum class Gesture { Click, Pan, Zoom };
 
@@ -289,6 +272,7 @@ struct SettleCase {
   bool visualZoom;
   bool hqAutoSwitch;
   bool settles;
+  bool zoomShown;  // ZoomOSD always shows the zoom, otherwise only without live redraw
 };
 
 class Settle : public NavigationTest, public ::testing::WithParamInterface<SettleCase> {};
@@ -300,61 +284,33 @@ TEST_P(Settle, MouseUpArmsTheSettleRedrawOrClearsTheOverlay) {
   engine.osd().showZoom = c.showZoom;
   engine.navigation().visualZoom = c.visualZoom;
   state().hqAutoSwitch = c.hqAutoSwitch;
+  QStringList zoomTexts;
+  host.handler = [&](EventId id, QVariantList& a) {
+    if (id == EventId::OSDDraw && a[0].toString().endsWith(u'%')) zoomTexts << a[0].toString();
+  };
   const int button = c.gesture == Gesture::Zoom ? R : L;
   nav().mouseDown(button, 0, 300, 200);
   if (c.gesture != Gesture::Click) nav().mouseMove(button, 0, 280, 180);
   nav().mouseUp(button, 0, 280, 180);
   EXPECT_EQ(engine.scheduler().updateTimer().Enabled(), c.settles);
   EXPECT_EQ(engine.scheduler().updateTimer().Interval(), 10);
+  EXPECT_EQ(zoomTexts, c.zoomShown ? QStringList{"120.0%"} : QStringList{});
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Gestures, Settle,
-    ::testing::Values(SettleCase{"a click clears at once", Gesture::Click, true, true, false, true, false},
-                      SettleCase{"a pan settles", Gesture::Pan, false, false, true, false, true},
-                      SettleCase{"a zoom without live redraw settles", Gesture::Zoom, false, false, false, false, true},
-                      SettleCase{"a live fast zoom settles", Gesture::Zoom, false, false, true, true, true},
-                      SettleCase{"a live quality zoom without display clears", Gesture::Zoom, false, false, true,
-                                 false, false},
-                      SettleCase{"a live quality zoom with its display settles", Gesture::Zoom, false, true, true,
-                                 false, true},
-                      SettleCase{"the offset display makes a zoom settle", Gesture::Zoom, true, false, true, false,
-                                 true}),
-    caseName<SettleCase>);
-
-// ----- the zoom display's condition -------------------------------------------------------------
-
-struct ZoomDisplayCase {
-  const char* name;
-  bool zoomOsd;
-  bool visualZoom;
-  bool shown;
-};
-
-class ZoomDisplay : public NavigationTest, public ::testing::WithParamInterface<ZoomDisplayCase> {};
-
-// ZoomOSD always shows the zoom; without it the zoom shows only when the
-// picture is not redrawn live.
-TEST_P(ZoomDisplay, ShowsWithZoomOsdOrWithoutLiveRedraw) {
-  const ZoomDisplayCase& c = GetParam();
-  place(400, 300);
-  engine.osd().showZoom = c.zoomOsd;
-  engine.navigation().visualZoom = c.visualZoom;
-  QStringList texts;
-  host.handler = [&](EventId id, QVariantList& a) {
-    if (id == EventId::OSDDraw) texts << a[0].toString();
-  };
-  nav().mouseDown(R, 0, 300, 200);
-  nav().mouseMove(R, 0, 300, 150);
-  EXPECT_EQ(texts, c.shown ? QStringList{"150.0%"} : QStringList{});
-}
-
-INSTANTIATE_TEST_SUITE_P(Switches, ZoomDisplay,
-                         ::testing::Values(ZoomDisplayCase{"ZoomOSD with live redraw", true, true, true},
-                                           ZoomDisplayCase{"ZoomOSD without live redraw", true, false, true},
-                                           ZoomDisplayCase{"no ZoomOSD without live redraw", false, false, true},
-                                           ZoomDisplayCase{"no ZoomOSD with live redraw", false, true, false}),
-                         caseName<ZoomDisplayCase>);
+    ::testing::Values(
+        SettleCase{"a click clears at once", Gesture::Click, true, true, false, true, false, false},
+        SettleCase{"a pan settles", Gesture::Pan, false, false, true, false, true, false},
+        SettleCase{"a zoom without live redraw settles", Gesture::Zoom, false, false, false, false, true, true},
+        SettleCase{"ZoomOSD without live redraw", Gesture::Zoom, false, true, false, false, true, true},
+        SettleCase{"a live fast zoom settles", Gesture::Zoom, false, false, true, true, true, false},
+        SettleCase{"a live quality zoom without display clears", Gesture::Zoom, false, false, true, false, false,
+                   false},
+        SettleCase{"a live quality zoom with its display settles", Gesture::Zoom, false, true, true, false, true,
+                   true},
+        SettleCase{"the offset display makes a zoom settle", Gesture::Zoom, true, false, true, false, true, false}),
+    caseName);
 
 TEST_F(NavigationTest, DisplayTextsAreFormattedAsTheHostExpects) {
   EXPECT_EQ(Navigation::offsetText(-12, 40), "X:-12 Y:40");
@@ -464,7 +420,7 @@ INSTANTIATE_TEST_SUITE_P(
                       KeyCase{"a zero factor keeps the zoom", true, 100, 0, 1, 1000, 107, 100, true},
                       KeyCase{"a negative factor turns plus round", true, 100, -10, 1, 1000, 107, 90, true},
                       KeyCase{"crossed limits", true, 250, 10, 300, 200, 107, 200, true}),
-    caseName<KeyCase>);
+    caseName);
 
 // KeyCode travels by reference: a handler that changes it changes what the
 // keypad zoom reads, and the pane gets the changed code back.
@@ -550,6 +506,7 @@ struct WheelCase {
   std::vector<int> deltas;
   bool used;
   int expected;
+  bool dragging = false;  // a left drag owns the view
 };
 
 class Wheel : public NavigationTest, public ::testing::WithParamInterface<WheelCase> {};
@@ -559,6 +516,7 @@ TEST_P(Wheel, ZoomsInKeypadSteps) {
   place(800, 600);
   engine.navigation().wheelZoom = c.wheelZoom;
   engine.navigation().keyboardZoomMax = 125;
+  if (c.dragging) nav().mouseDown(L, 0, 300, 200);
   bool used = true;
   for (int d : c.deltas) used = nav().wheel(d, c.touchpad, c.shift, 300, 200) && used;
   EXPECT_EQ(used, c.used);
@@ -575,15 +533,9 @@ INSTANTIATE_TEST_SUITE_P(
                       WheelCase{"stops at the maximum", true, false, 0, {120, 120, 120, 120}, true, 125},
                       WheelCase{"touchpad scroll alone is left to others", true, true, 0, {120}, false, 100},
                       WheelCase{"touchpad scroll with ctrl zooms", true, true, 2, {120}, true, 110},
-                      WheelCase{"wheel zoom off", false, false, 0, {120}, false, 100}),
-    caseName<WheelCase>);
-
-TEST_F(NavigationTest, WheelWaitsWhileADragOwnsTheView) {
-  place(800, 600);
-  nav().mouseDown(L, 0, 300, 200);
-  EXPECT_TRUE(nav().wheel(120, false, 0, 300, 200));
-  EXPECT_EQ(state().zoom, 100);
-}
+                      WheelCase{"wheel zoom off", false, false, 0, {120}, false, 100},
+                      WheelCase{"waits while a drag owns the view", true, false, 0, {120}, true, 100, true}),
+    caseName);
 
 TEST_F(NavigationTest, PinchScalesTheZoomItStartedFrom) {
   place(800, 600);
@@ -644,7 +596,7 @@ INSTANTIATE_TEST_SUITE_P(
                       HostileCase{"minus infinity", -std::numeric_limits<float>::infinity(), 10},
                       HostileCase{"huge", 1e30f, 10}, HostileCase{"minus huge", -1e30f, -1e30f},
                       HostileCase{"largest float", std::numeric_limits<float>::max(), 0}),
-    caseName<HostileCase>);
+    caseName);
 
 TEST_F(NavigationTest, ANaNPressStartsNoGestureButReachesTheHost) {
   place(1000, 800);

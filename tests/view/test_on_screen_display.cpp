@@ -53,25 +53,24 @@ class OnScreenDisplayTest : public testing::EngineFixture {
   QImage shown() { return pane().imageView().copy(); }
 };
 
-TEST_F(OnScreenDisplayTest, TheShadowIsDrawnFirstSoTheTextCoversIt) {
+// The shadow lies its size right of and below the text and is drawn first:
+// at size 0 the text covers it entirely.
+TEST_F(OnScreenDisplayTest, TheShadowLiesItsSizeBesideAndUnderTheText) {
   engine.osd().shadow = true;
-  engine.osd().shadowSize = 0;  // shadow and text on the same pixels
-  engine.display().draw("X:-12 Y:40");
-  const QImage img = shown();
-  EXPECT_FALSE(boundsOf(img, {kFore}).isEmpty());
-  EXPECT_TRUE(boundsOf(img, {kShadow}).isEmpty());
-}
-
-TEST_F(OnScreenDisplayTest, TheShadowLiesItsSizeRightOfAndBelowTheText) {
-  engine.osd().shadow = true;
-  engine.osd().shadowSize = 2;
-  engine.display().draw("150.0%");
-  const QImage img = shown();
-  const QRect text = boundsOf(img, {kFore});
-  const QRect shadow = boundsOf(img, {kShadow});
-  ASSERT_FALSE(text.isEmpty());
-  EXPECT_EQ(shadow.right(), text.right() + 2);
-  EXPECT_EQ(shadow.bottom(), text.bottom() + 2);
+  for (std::int16_t size : {2, 0}) {
+    engine.osd().shadowSize = size;
+    engine.display().draw("150.0%");
+    const QImage img = shown();
+    const QRect text = boundsOf(img, {kFore});
+    const QRect shadow = boundsOf(img, {kShadow});
+    ASSERT_FALSE(text.isEmpty());
+    if (size == 0) {
+      EXPECT_TRUE(shadow.isEmpty());
+    } else {
+      EXPECT_EQ(shadow.right(), text.right() + size);
+      EXPECT_EQ(shadow.bottom(), text.bottom() + size);
+    }
+  }
 }
 
 TEST_F(OnScreenDisplayTest, TheBoxIsCentredAndHoldsTheText) {
