@@ -89,6 +89,28 @@ class Persistence : public ControlTest {
   }
 };
 
+// A new control holds what an empty store gives back (the foreground colour
+// aside), the defaults of the members beyond the classic ones, and nothing
+// else: no picture, no frame, no change reported.
+TEST_F(Persistence, ANewControlHasTheDefaults) {
+  std::vector<std::pair<const char*, QVariant>> expected = {
+      {"AutoSize", false}, {"LastErrorCode", 0}, {"LastErrorDescription", QString()}, {"LastErrorFlag", 0},
+      {"CurrentFile", QString()}, {"OffsetX", 0}, {"OffsetY", 0}, {"IsZooming", false}, {"WheelZoom", true},
+      {"KeepViewOnPictureChange", false}, {"DevicePixels", true}, {"IsolatedDecoding", true}, {"LoadTimeout", 10000}, {"AllowUnlistedFormats", false}, {"AutoRotate", false},
+      {"SyncOnSave", true}};
+  for (const Setting& s : kSettings)
+    if (std::string_view(s.name) != "ForeColor") expected.emplace_back(s.name, s.readDefault);
+  for (const auto& [name, value] : expected) {
+    EXPECT_EQ(ctl->property(name).toString(), value.toString()) << name;
+    EXPECT_EQ(valueOf(*ctl, name), value.toString()) << name;
+  }
+  EXPECT_EQ(ctl->MaxLoadPixels(), 225000000);
+  EXPECT_EQ(ctl->OSDFont().get(), ctl->Font().get());  // the pane's own font object
+  EXPECT_TRUE(host.changed.isEmpty());
+  EXPECT_EQ(handleOf(ctl->Picture()), 0u);
+  EXPECT_EQ(in().framesComposed(), 0);
+}
+
 // The classic keys first, then the members beyond them under their own names.
 TEST_F(Persistence, WritesTheStoredKeysInTheirOrder) {
   MemoryPropertyBag bag;

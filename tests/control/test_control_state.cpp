@@ -1,6 +1,4 @@
-// Defaults of a new control, plain accessors and their change notifications.
-#include <QVariant>
-
+// Plain accessors, their change notifications and the panes they forward to.
 #include "ControlFixture.h"
 #include "control/MemberTable.h"
 
@@ -8,47 +6,6 @@ namespace qorv {
 namespace {
 
 using testing_support::ControlTest;
-
-class Defaults : public ControlTest {};
-
-TEST_F(Defaults, NewControlHasThePlacementState) {
-  const struct {
-    const char* name;
-    QVariant value;
-  } expected[] = {
-      {"Zoom", 100},           {"ZoomType", 3},           {"KeyboarZoomMin", 1},     {"KeyboardZoomMax", 1000},
-      {"KeyboardZoomFactor", 10}, {"OSDBackColor", 65280}, {"OSDForeColor", 65280},   {"HQInitialDelay", 250},
-      {"HQAutoSwitch", true},  {"UseBltAIP", true},       {"Stretch", true},         {"Centered", true},
-      {"KeepAspect", true},    {"AutoSize", false},       {"KeyboardScale", true},   {"MouseZoom", true},
-      {"VisualZoom", false},   {"Tiled", false},          {"IgnoreOffsetBorder", false}, {"FastLoad", false},
-      {"AutoSwitchToAPI", false}, {"LockUpdate", false},  {"ZoomFromOriginal", false}, {"ShowOffsetOSD", false},
-      {"ZoomOSD", false},      {"OSDTransparent", true},  {"OSDShaddow", true},      {"OSDShaddowColor", 0},
-      {"OSDShaddowSize", 2},   {"NoLoadingHourGlass", false}, {"JPEG_LOAD_QUALITY", 2}, {"LastErrorCode", 0},
-      {"LastErrorDescription", QString()}, {"LastErrorFlag", 0}, {"CurrentFile", QString()}, {"OffsetX", 0},
-      {"OffsetY", 0},          {"ToolTipText", QString()}, {"IsZooming", false},
-  };
-  for (const auto& e : expected) {
-    QVariantList none;
-    const QVariant viaQt = ctl->property(e.name);
-    const QVariant viaDispatch = ctl->invoke(QString::fromLatin1(e.name), QorvPicture::PropertyGet, none);
-    EXPECT_TRUE(viaQt.isValid()) << e.name;
-    EXPECT_EQ(viaQt.toString(), e.value.toString()) << e.name;
-    EXPECT_EQ(viaDispatch.toString(), e.value.toString()) << e.name;
-  }
-}
-
-TEST_F(Defaults, OSDFontIsThePaneFontObject) {
-  ASSERT_TRUE(ctl->Font());
-  EXPECT_EQ(ctl->OSDFont().get(), ctl->Font().get());
-  ctl->Font()->setBold(!ctl->Font()->Bold());
-  EXPECT_EQ(ctl->OSDFont()->Bold(), ctl->Font()->Bold());
-}
-
-TEST_F(Defaults, ConstructionReportsNothingAndHasNoPicture) {
-  EXPECT_TRUE(host.changed.isEmpty());
-  EXPECT_EQ(handleOf(ctl->Picture()), 0u);
-  EXPECT_EQ(in().framesComposed(), 0);
-}
 
 class Notifications : public ControlTest {};
 
@@ -77,18 +34,6 @@ TEST_F(Notifications, EachAssignmentReportsItsOwnName) {
   EXPECT_EQ(checked, 49 + 5 + 3 + 4 + 2);  // Let and Set properties, classic and then WheelZoom,
                                            // KeepViewOnPictureChange, DevicePixels, the four
                                            // load-safety ones, SyncOnSave and ShowTransparency
-}
-
-TEST_F(Notifications, MisspelledNameIsKept) {
-  ctl->setKeyboarZoomMin(5);
-  EXPECT_EQ(host.changed, QStringList{"KeyboarZoomMin"});
-  host.changed.clear();
-  ctl->setJPEG_LOAD_QUALITY(0);
-  EXPECT_EQ(host.changed, QStringList{"JPEG_LOAD_QUALITY"});
-  host.changed.clear();
-  ctl->setNoLoadingHourGlass(true);
-  EXPECT_TRUE(host.changed.isEmpty());
-  EXPECT_TRUE(ctl->NoLoadingHourGlass());
 }
 
 TEST_F(Notifications, NoAccessorClampsOrValidates) {

@@ -101,7 +101,10 @@ TEST_F(ImageIOMethods, SuccessfulLoadHandsOverAndRaisesEventsInOrder) {
   const QString png = writeImage(QStringLiteral("a.png"), 40, 30, "PNG");
   in().setOffsetsSilently(7, 9);
   QString path = png;
-  ASSERT_TRUE(ctl->LoadFreeImage(&path, -1, nullptr, true));
+  const int frames = in().framesComposed();
+  ASSERT_TRUE(ctl->LoadFreeImage(&path, -1, nullptr, true));  // without rendering
+  EXPECT_EQ(in().framesComposed(), frames);
+  EXPECT_FALSE(in().InitTimer().Enabled());
   EXPECT_EQ(ctl->CurrentFile(), png);
   EXPECT_EQ(QPoint(ctl->OffsetX(), ctl->OffsetY()), QPoint(0, 0));
   EXPECT_EQ(ctl->LastErrorCode(), 0);
