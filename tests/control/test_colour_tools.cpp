@@ -129,11 +129,7 @@ TEST_F(ColourTools, ColouriseWithThroughAutomation) {
 TEST_F(ColourTools, LoadPaletteFillsTheErrorRecordLikeALoad) {
   const QImage start = noise(20, 10, 3);
   show(start);
-  struct Case {
-    const char* what;
-    std::string path;
-    qint32 code, flag;
-  };
+  struct Case { const char* what; std::string path; qint32 code, flag; };
   const Case cases[] = {
       {"missing", (dir.path() + "/none.pal").toStdString(), LoadFailed, FlagWarning},
       {"directory", dir.path().toStdString(), LoadFailed, FlagWarning},

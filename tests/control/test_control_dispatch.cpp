@@ -134,12 +134,7 @@ class Invoke : public ControlTest {
 
 TEST_F(Invoke, BadCallsRaiseTheClassicErrors) {
   const QVariant missing;
-  const struct {
-    const char* name;
-    int kind;
-    QVariantList args;
-    int error;
-  } cases[] = {
+  const struct { const char* name; int kind; QVariantList args; int error; } cases[] = {
       {"Zoom", QorvPicture::PropertyLet, {"abc"}, errors::TypeMismatch},
       {"Zoom", QorvPicture::PropertyLet, {40000}, 6},
       {"Zoom", QorvPicture::PropertyLet, {}, errors::WrongNumberOfArguments},

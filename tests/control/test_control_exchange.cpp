@@ -40,10 +40,7 @@ class Exchange : public ControlTest {
 // 0 is the original; any other kind is the zoomed picture.
 TEST_F(Exchange, SendToClipboardCopiesTheOriginalOrTheZoomedPicture) {
   ctl->setZoom(200);
-  const struct {
-    qint32 kind;
-    QSize size;
-  } cases[] = {{0, {40, 30}}, {1, {80, 60}}, {5, {80, 60}}, {-1, {80, 60}}};
+  const struct { qint32 kind; QSize size; } cases[] = {{0, {40, 30}}, {1, {80, 60}}, {5, {80, 60}}, {-1, {80, 60}}};
   for (const auto& c : cases) {
     emptyClipboard();
     EXPECT_TRUE(ctl->SendToClipboard(c.kind)) << c.kind;

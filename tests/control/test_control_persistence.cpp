@@ -26,10 +26,7 @@ const QStringList kWrittenKeys = {
 
 // Each plain stored property: a value other than its default, and what an
 // empty store gives back (ForeColor's is the pane's current colour).
-struct Setting {
-  const char* name;
-  QVariant other, readDefault;
-};
+struct Setting { const char* name; QVariant other, readDefault; };
 const Setting kSettings[] = {
     {"BackColor", 0x123456, qint32(0x8000000F)}, {"ForeColor", 0x654321, 0x654321}, {"Enabled", false, true},
     {"BorderStyle", 1, 0}, {"KeepAspect", false, true}, {"KeyboardScale", false, true}, {"Zoom", 250, 100},

@@ -124,11 +124,7 @@ TEST_F(RenderTest, InitialRenderUsesFastModeAndArmsTheQualityPass) {
 
 TEST_F(RenderTest, QualityPassNeedsHalftoneADelayAndTheSwitch) {
   show(400, 200);
-  const struct {
-    bool hq;
-    int zoomType, delay, wantMode;
-    bool armed;
-  } cases[] = {
+  const struct { bool hq; int zoomType, delay, wantMode; bool armed; } cases[] = {
       {true, 4, 0, 4, false},  // no delay: quality at once
       {false, 4, 500, 4, false},
       {true, 3, 500, 3, false},

@@ -140,11 +140,7 @@ TEST_F(ImageIOMethods, FailuresKeepStateAndRaiseNothing) {
   junk.write("definitely not a picture");
   junk.close();
   const QString png = writeImage(QStringLiteral("c.png"), 20, 10, "PNG");
-  const struct {
-    QString file;
-    ErrorRecord error;
-    qint32 maxPixels = 225000000;
-  } cases[] = {
+  const struct { QString file; ErrorRecord error; qint32 maxPixels = 225000000; } cases[] = {
       {junk.fileName(), {LoadFailed, kLoadFailed, FlagWarning}},
       {dir.filePath(QStringLiteral("missing.xyz")), {FormatNotSupported, "File format not supported (xyz)", FlagWarning}},
       {dir.filePath(QStringLiteral("x.png")), {FormatNotSupported, "File format not supported (png)", FlagWarning}},
@@ -364,11 +360,7 @@ TEST_F(ImageIOMethods, SaveFailuresRecordErrorsThatLaterSavesDoNotClear) {
 TEST_F(ImageIOMethods, SaveDialogAppendsTheSelectedFiltersExtension) {
   const QString png = writeImage(QStringLiteral("photo.png"), 8, 8, "PNG");
   ASSERT_TRUE(ctl->LoadFreeImage(png));
-  struct Case {
-    QString typed;
-    int filterLeft;
-    QString saved;
-  };
+  struct Case { QString typed; int filterLeft; QString saved; };
   const QString d = dir.path() + u'/';
   const Case cases[] = {
       {d + QStringLiteral("photo.png"), 9, d + QStringLiteral("photo.png.JPG")},

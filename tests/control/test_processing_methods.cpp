@@ -85,10 +85,7 @@ TEST_F(ProcessingMethods, AutomationRowsRunAlongTheHorizontalOffset) {
 }
 
 TEST_F(ProcessingMethods, HugeOrShapelessKernelArraysFailCleanly) {
-  struct Case {
-    int lower1, upper1, lower2, upper2;
-    std::int32_t number;
-  };
+  struct Case { int lower1, upper1, lower2, upper2; std::int32_t number; };
   const Case cases[] = {
       {-1000000, 1000000, -1, 1, errors::FilterInvalidValue},       // size far above 99
       {-200, 10, -1, 1, errors::SubscriptOutOfRange},               // fits the size, not the copy

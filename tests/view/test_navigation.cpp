@@ -59,13 +59,7 @@ constexpr auto caseName = [](const auto& info) { return test_support::readableNa
 
 // ----- panning ----------------------------------------------------------------------------
 
-struct PanCase {
-  const char* name;
-  bool centered;
-  int pictureWidth;
-  float dx;
-  int expectedX;
-};
+struct PanCase { const char* name; bool centered; int pictureWidth; float dx; int expectedX; };
 
 class Pan : public NavigationTest, public ::testing::WithParamInterface<PanCase> {};
 
@@ -130,7 +124,7 @@ TEST_F(NavigationTest, OffsetChangedHandlerSeesTheNewOffsetsAndMayMoveThem) {
 
 // ----- right-button zoom ----------------------------------------------------------------------
 
-struct ThresholdCase {
+struct MouseZoomCase {
   const char* name;
   std::vector<float> moves;  // vertical distances from the press, in order
   int zoomBegins;
@@ -138,14 +132,18 @@ struct ThresholdCase {
   int mouseMoves;
   int finalZoom;
   bool mouseZoom = true;
+  std::int16_t min = 1, max = 1000;
 };
 
-class ZoomThreshold : public NavigationTest, public ::testing::WithParamInterface<ThresholdCase> {};
+class MouseZoom : public NavigationTest, public ::testing::WithParamInterface<MouseZoomCase> {};
 
-TEST_P(ZoomThreshold, StartsAtFivePixels) {
-  const ThresholdCase& c = GetParam();
+// The zoom starts five pixels from the press and stays within the limits.
+TEST_P(MouseZoom, StartsAtFivePixelsWithinTheLimits) {
+  const MouseZoomCase& c = GetParam();
   place(400, 300);
   engine.navigation().mouseZoom = c.mouseZoom;
+  engine.navigation().keyboardZoomMin = c.min;
+  engine.navigation().keyboardZoomMax = c.max;
   nav().mouseDown(R, 0, 300, 200);
   for (float dy : c.moves) nav().mouseMove(R, 0, 300, 200 + dy);
   EXPECT_EQ(host.count(EventId::ZoomBegin), c.zoomBegins);
@@ -156,49 +154,29 @@ TEST_P(ZoomThreshold, StartsAtFivePixels) {
   nav().mouseUp(R, 0, 300, 200);
   EXPECT_EQ(host.count(EventId::ZoomFinished), c.zoomBegins);
   EXPECT_FALSE(nav().isZooming());
+  EXPECT_EQ(state().zoom, c.finalZoom);
 }
+
+constexpr float kInf = std::numeric_limits<float>::infinity();
 
 INSTANTIATE_TEST_SUITE_P(
-    Moves, ZoomThreshold,
-    ::testing::Values(ThresholdCase{"four pixels up raise nothing", {-4}, 0, 0, 1, 100},
-                      ThresholdCase{"four and a half pixels raise nothing", {-4.5f}, 0, 0, 1, 100},
-                      ThresholdCase{"five pixels up begin", {-5}, 1, 1, 0, 105},
-                      ThresholdCase{"five pixels down begin", {5}, 1, 1, 0, 95},
-                      ThresholdCase{"each later move zooms", {-5, -6, -7}, 1, 3, 0, 107},
-                      ThresholdCase{"back inside the threshold still zooms", {-6, -2}, 1, 2, 0, 102},
-                      ThresholdCase{"moves before the start reach the host", {-1, -3, -8}, 1, 1, 2, 108},
+    Moves, MouseZoom,
+    ::testing::Values(MouseZoomCase{"four pixels up raise nothing", {-4}, 0, 0, 1, 100},
+                      MouseZoomCase{"four and a half pixels raise nothing", {-4.5f}, 0, 0, 1, 100},
+                      MouseZoomCase{"five pixels up begin", {-5}, 1, 1, 0, 105},
+                      MouseZoomCase{"five pixels down begin", {5}, 1, 1, 0, 95},
+                      MouseZoomCase{"each later move zooms", {-5, -6, -7}, 1, 3, 0, 107},
+                      MouseZoomCase{"back inside the threshold still zooms", {-6, -2}, 1, 2, 0, 102},
+                      MouseZoomCase{"moves before the start reach the host", {-1, -3, -8}, 1, 1, 2, 108},
                       // Without MouseZoom the gesture still begins and finishes but keeps the zoom.
-                      ThresholdCase{"mouse zoom off", {-40}, 1, 0, 0, 100, false}),
+                      MouseZoomCase{"mouse zoom off", {-40}, 1, 0, 0, 100, false},
+                      MouseZoomCase{"far up stops at the maximum", {-5000}, 1, 1, 0, 1000},
+                      MouseZoomCase{"far down stops at the minimum", {5000}, 1, 1, 0, 1},
+                      MouseZoomCase{"low maximum", {-80}, 1, 1, 0, 150, true, 1, 150},
+                      MouseZoomCase{"high minimum", {30}, 1, 1, 0, 90, true, 90, 1000},
+                      MouseZoomCase{"crossed limits give the minimum", {-50}, 1, 1, 0, 300, true, 300, 200},
+                      MouseZoomCase{"infinitely far up", {-kInf}, 1, 1, 0, 1000}),
     caseName);
-
-struct LimitCase {
-  const char* name;
-  std::int16_t min;
-  std::int16_t max;
-  float dy;
-  int expected;
-};
-
-class ZoomLimits : public NavigationTest, public ::testing::WithParamInterface<LimitCase> {};
-
-TEST_P(ZoomLimits, BoundTheMouseZoom) {
-  const LimitCase& c = GetParam();
-  place(400, 300);
-  engine.navigation().keyboardZoomMin = c.min;
-  engine.navigation().keyboardZoomMax = c.max;
-  drag(R, 0, c.dy);
-  EXPECT_EQ(state().zoom, c.expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(Limits, ZoomLimits,
-                         ::testing::Values(LimitCase{"far up stops at the maximum", 1, 1000, -5000, 1000},
-                                           LimitCase{"far down stops at the minimum", 1, 1000, 5000, 1},
-                                           LimitCase{"low maximum", 1, 150, -80, 150},
-                                           LimitCase{"high minimum", 90, 1000, 30, 90},
-                                           LimitCase{"crossed limits give the minimum", 300, 200, -50, 300},
-                                           LimitCase{"infinitely far up", 1, 1000,
-                                                     -std::numeric_limits<float>::infinity(), 1000}),
-                         caseName);
 
 TEST_F(NavigationTest, VisualZoomRedrawsEveryMoveThroughTheSetter) {
   place(400, 300);
@@ -447,9 +425,7 @@ TEST_F(NavigationTest, AKeyDownHandlerCanRedirectOrSwallowTheKey) {
 
 // Where the picture point under (x, y) is drawn now, as a fraction of the
 // drawn picture, and where that fraction is drawn after a change.
-struct Placement {
-  double left, top, w, h;
-};
+struct Placement { double left, top, w, h; };
 Placement placement(const ViewEngine& e) {
   const ViewState& s = e.state();
   const PictureBox& pane = e.panes().picPane;
@@ -556,11 +532,7 @@ TEST_F(NavigationTest, PinchScalesTheZoomItStartedFrom) {
 
 // ----- hostile input ---------------------------------------------------------------------------------
 
-struct HostileCase {
-  const char* name;
-  float x;
-  float y;
-};
+struct HostileCase { const char* name; float x; float y; };
 
 class HostileInput : public NavigationTest, public ::testing::WithParamInterface<HostileCase> {};
 

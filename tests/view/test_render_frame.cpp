@@ -44,12 +44,7 @@ struct Scene {
   }
 };
 
-struct FrameCase {
-  const char* what;
-  double x, y;
-  int w, h;
-  bool tiled, useBlt, stretch;
-};
+struct FrameCase { const char* what; double x, y; int w, h; bool tiled, useBlt, stretch; };
 
 class ComposedFrame : public ::testing::TestWithParam<FrameCase> {};
 
@@ -101,10 +96,7 @@ TEST(ComposedFrame, SubPixelSizeDrawsNothing) {
 }
 
 TEST(StretchModeChoice, FastOnlyWhenAQualityPassFollows) {
-  const struct {
-    bool hq, drag, initial;
-    int interval, zoomType, want;
-  } cases[] = {
+  const struct { bool hq, drag, initial; int interval, zoomType, want; } cases[] = {
       {true, false, false, 250, 4, 4}, {true, true, false, 250, 4, 3},  {true, false, true, 250, 4, 3},
       {true, false, true, 0, 4, 4},    {false, true, true, 250, 4, 4}, {true, false, true, 250, 1, 3},
       {true, false, false, 0, 2, 2},

@@ -70,11 +70,7 @@ TEST(DisplayedSize, EmptyBufferFollowsDoubleArithmetic) {
   EXPECT_EQ(roundHalfEven(PictureH(g)), 0);  // so nothing is drawn
 }
 
-struct FitCase {
-  double W, H, BoxW, BoxH;
-  bool keepSmall;
-  double outW, outH;
-};
+struct FitCase { double W, H, BoxW, BoxH; bool keepSmall; double outW, outH; };
 
 class Fit : public ::testing::TestWithParam<FitCase> {};
 
@@ -102,13 +98,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, Fit,
                                   (c.keepSmall ? "_KeepSmall" : "");
                          });
 
-struct ClampCase {
-  const char* what;
-  bool ignore;
-  double paneW, picW;
-  std::int32_t in;
-  std::int32_t out;
-};
+struct ClampCase { const char* what; bool ignore; double paneW, picW; std::int32_t in; std::int32_t out; };
 
 class Clamp : public ::testing::TestWithParam<ClampCase> {};
 
