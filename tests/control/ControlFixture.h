@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include <QImage>
+#include <QMetaMethod>
 #include <QStringList>
 
 #include <ostream>
@@ -43,6 +44,13 @@ std::int32_t errorOf(Call&& call) {
     return e.number();
   }
   return 0;
+}
+
+// Whether `mo` has an invokable method of that name.
+inline bool hasMethod(const QMetaObject& mo, const char* name) {
+  for (int i = mo.methodOffset(); i < mo.methodCount(); ++i)
+    if (mo.method(i).name() == name && mo.method(i).methodType() == QMetaMethod::Method) return true;
+  return false;
 }
 
 // Pseudo-random opaque pixels: every channel differs between neighbours.

@@ -15,15 +15,7 @@ namespace qorv {
 namespace {
 
 using testing_support::ControlTest;
-
-std::int32_t errorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const AutomationError& e) {
-    return e.number();
-  }
-  return 0;
-}
+using testing_support::errorOf;
 
 // What a drop from another program carries.
 std::unique_ptr<QMimeData> foreignData() {
@@ -129,6 +121,10 @@ class DragDrop : public ControlTest {
     ControlTest::TearDown();
   }
   QWidget* pane() const { return in().picPane().widget(); }
+  bool send(QEvent&& e) const {
+    QApplication::sendEvent(pane(), &e);
+    return e.isAccepted();
+  }
   FakeDrag drag;
   QList<int> events;
 };
@@ -182,12 +178,9 @@ TEST_F(DragDrop, AutomaticModeStartsADragFromALeftDrag) {
     ctl->setOLEDragMode(mode);
     const QPointF from(10, 10);
     const QPointF to(10 + QApplication::startDragDistance() + 2, 10);
-    QMouseEvent press(QEvent::MouseButtonPress, from, from, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
-    QMouseEvent move(QEvent::MouseMove, to, to, Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
-    QMouseEvent release(QEvent::MouseButtonRelease, to, to, Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(pane(), &press);
-    QApplication::sendEvent(pane(), &move);
-    QApplication::sendEvent(pane(), &release);
+    send(QMouseEvent(QEvent::MouseButtonPress, from, from, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier));
+    send(QMouseEvent(QEvent::MouseMove, to, to, Qt::NoButton, Qt::LeftButton, Qt::NoModifier));
+    send(QMouseEvent(QEvent::MouseButtonRelease, to, to, Qt::LeftButton, Qt::NoButton, Qt::NoModifier));
     EXPECT_EQ(drag.runs, mode) << mode;
   }
 }
@@ -210,22 +203,19 @@ TEST_F(DragDrop, DropsRaiseTheEventsWithTheirStateAndTakeTheHandlersEffect) {
   });
   const std::unique_ptr<QMimeData> mime = foreignData();
   const Qt::DropActions both = Qt::CopyAction | Qt::MoveAction;
-  QDragEnterEvent enter(QPoint(5, 5), both, mime.get(), Qt::LeftButton, Qt::NoModifier);
-  QApplication::sendEvent(pane(), &enter);
+  send(QDragEnterEvent(QPoint(5, 5), both, mime.get(), Qt::LeftButton, Qt::NoModifier));
   handlerEffect = 2;
   QDragMoveEvent over(QPoint(6, 6), both, mime.get(), Qt::LeftButton, Qt::NoModifier);
   QApplication::sendEvent(pane(), &over);
   EXPECT_TRUE(over.isAccepted());
   EXPECT_EQ(over.dropAction(), Qt::MoveAction);
-  QDragLeaveEvent leave;
-  QApplication::sendEvent(pane(), &leave);
+  send(QDragLeaveEvent());
   EXPECT_EQ(states, QList<int>({0, 2, 1}));
 
   // A drop follows the drag entering the pane.
   const auto dropWith = [&](int effect) {
     handlerEffect = effect;
-    QDragEnterEvent entering(QPoint(6, 6), both, mime.get(), Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(pane(), &entering);
+    send(QDragEnterEvent(QPoint(6, 6), both, mime.get(), Qt::LeftButton, Qt::NoModifier));
     QDropEvent drop(QPointF(6, 6), both, mime.get(), Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(pane(), &drop);
     return drop.isAccepted() ? drop.dropAction() : Qt::IgnoreAction;
@@ -245,11 +235,8 @@ TEST_F(DragDrop, AFailingDropHandlerRefusesTheDrop) {
     data->GetData(2);  // no bitmap in this drop: raises
   });
   const std::unique_ptr<QMimeData> mime = foreignData();
-  QDragEnterEvent enter(QPoint(6, 6), Qt::CopyAction, mime.get(), Qt::LeftButton, Qt::NoModifier);
-  QApplication::sendEvent(pane(), &enter);
-  QDropEvent drop(QPointF(6, 6), Qt::CopyAction, mime.get(), Qt::LeftButton, Qt::NoModifier);
-  QApplication::sendEvent(pane(), &drop);
-  EXPECT_FALSE(drop.isAccepted());
+  send(QDragEnterEvent(QPoint(6, 6), Qt::CopyAction, mime.get(), Qt::LeftButton, Qt::NoModifier));
+  EXPECT_FALSE(send(QDropEvent(QPointF(6, 6), Qt::CopyAction, mime.get(), Qt::LeftButton, Qt::NoModifier)));
 }
 
 }  // namespace
