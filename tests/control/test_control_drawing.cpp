@@ -140,7 +140,7 @@ TEST_F(Drawing, GuardKeepsTheViewFromPaintingOverAFigure) {
     inside = in().framesComposed();
   });
   EXPECT_EQ(inside, before);
-  EXPECT_THROW(in().drawGuarded([] { throw AutomationError(5, "pane", "failed"); }), AutomationError);
+  EXPECT_THROW(in().drawGuarded([] { throw AutomationError(errors::InvalidProcedureCall, "pane", "failed"); }), AutomationError);
   ctl->Refresh();
   EXPECT_EQ(in().framesComposed(), before);
   ctl->DrawDot(0, 0);

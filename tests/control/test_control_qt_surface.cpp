@@ -146,11 +146,11 @@ TEST_F(QtSurface, FilesOpenAndSaveWithoutDialogsOrExceptions) {
   QTemporaryDir dir;
   const QString path = dir.filePath(QStringLiteral("picture.png"));
   EXPECT_FALSE(ctl->saveFile(path));
-  EXPECT_TRUE(ctl->errorString().startsWith(QStringLiteral("error 400: "))) << ctl->errorString().toStdString();
+  EXPECT_TRUE(ctl->errorString().startsWith(QString("error %1: ").arg(error_record::NothingToSave))) << ctl->errorString().toStdString();
   EXPECT_FALSE(ctl->openFile(QString()));
   EXPECT_FALSE(ctl->errorString().isEmpty());
   EXPECT_FALSE(ctl->openFile(dir.filePath(QStringLiteral("missing.png"))));
-  EXPECT_TRUE(ctl->errorString().startsWith(QStringLiteral("error 170: "))) << ctl->errorString().toStdString();
+  EXPECT_TRUE(ctl->errorString().startsWith(QString("error %1: ").arg(error_record::LoadFailed))) << ctl->errorString().toStdString();
 
   ctl->setImage(testmodel::patternImage(7, 5));
   ASSERT_TRUE(ctl->saveFile(path));

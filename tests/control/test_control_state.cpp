@@ -6,6 +6,7 @@ namespace qorv {
 namespace {
 
 using testing_support::ControlTest;
+using testing_support::ErrorRecord;
 
 class Notifications : public ControlTest {};
 
@@ -79,15 +80,13 @@ TEST_F(Notifications, ForwardedPropertiesReadBackFromThePane) {
 }
 
 TEST_F(Notifications, ErrorRecordClears) {
-  in().setError(101, "File format not supported (.xyz)", 48);
-  EXPECT_EQ(ctl->LastErrorCode(), 101);
-  EXPECT_EQ(ctl->LastErrorFlag(), 48);
+  using namespace error_record;
+  in().setError(FormatNotSupported, "File format not supported (.xyz)", FlagWarning);
+  EXPECT_EQ(error(), (ErrorRecord{FormatNotSupported, "File format not supported (.xyz)", FlagWarning}));
   ctl->ClearError();
-  EXPECT_EQ(ctl->LastErrorCode(), 0);
-  EXPECT_EQ(ctl->LastErrorDescription(), QString());
-  EXPECT_EQ(ctl->LastErrorFlag(), 0);
+  EXPECT_EQ(error(), (ErrorRecord{0, QString(), 0}));
   // Assigning a picture starts from a clean record too.
-  in().setError(500, "x", 16);
+  in().setError(InvalidFileFormat, "x", FlagCritical);
   ctl->setPicture(nullptr);
   EXPECT_EQ(ctl->LastErrorCode(), 0);
 }

@@ -181,7 +181,7 @@ TEST_F(InputTest, ADoubleClickReachesTheHostAsTheClassicSequence) {
 // control, and the gesture's guard is released for the next move.
 TEST_F(InputTest, AThrowingHandlerDoesNotEscapeIntoTheEventLoop) {
   hook = [](EventId id, QVariantList&) {
-    if (id == EventId::OffsetChanged || id == EventId::KeyDown) throw AutomationError(5, "host", "handler failed");
+    if (id == EventId::OffsetChanged || id == EventId::KeyDown) throw AutomationError(errors::InvalidProcedureCall, "host", "handler failed");
   };
   press(Qt::LeftButton, {300, 200});
   EXPECT_NO_THROW(moveTo({280, 200}, Qt::LeftButton));
