@@ -139,11 +139,12 @@ TEST_F(ColourTools, LoadPaletteFillsTheErrorRecordLikeALoad) {
       {"value above 255", write("big.pal", "GIMP Palette\n1 2 300\n"), InvalidFileFormat, FlagCritical},
   };
   for (const Case& c : cases) {
-    EXPECT_FALSE(ctl->LoadPalette(QString::fromStdString(c.path))) << c.what;
-    EXPECT_EQ(ctl->LastErrorCode(), c.code) << c.what;
-    EXPECT_EQ(ctl->LastErrorFlag(), c.flag) << c.what;
-    EXPECT_FALSE(ctl->LastErrorDescription().isEmpty()) << c.what;
-    EXPECT_EQ(current(), start) << c.what;
+    SCOPED_TRACE(c.what);
+    EXPECT_FALSE(ctl->LoadPalette(QString::fromStdString(c.path)));
+    EXPECT_EQ(ctl->LastErrorCode(), c.code);
+    EXPECT_EQ(ctl->LastErrorFlag(), c.flag);
+    EXPECT_FALSE(ctl->LastErrorDescription().isEmpty());
+    EXPECT_EQ(current(), start);
   }
   EXPECT_TRUE(progress().empty());
   QVariantList args{QString::fromStdString(write("bw.gpl", "GIMP Palette\n0 0 0 black\n255 255 255 white\n"))};
