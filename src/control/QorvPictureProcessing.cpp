@@ -18,6 +18,7 @@
 #include "control/VariantConversion.h"
 #include "control/WorkingImage.h"
 #include <QorvPictureBox/AutomationError.h>
+#include "platform/GdiSurface.h"
 #include "platform/PictureBox.h"
 #include "platform/PixelRows.h"
 #include "platform/ScopedGdi.h"
@@ -87,21 +88,47 @@ Working::Working(const QorvPicture& c) {
   image.CreateFromPicture(handleOf(QorvPicturePrivate::of(c).Buffer().Picture()));
 }
 
-// Makes the result Buffer's picture and updates the view. Buffer sizes itself
-// to its picture and shows exactly that picture's pixels, which is what
-// painting the result into it first would leave there; only when no picture
-// can be made is the result painted, so that it is at least shown.
-void commit(QorvPicture& c, const cDIBSection& result) {
-  if (result.IsEmpty()) return;
+// Makes `pic` Buffer's picture and updates the view. Buffer sizes itself to
+// its picture and shows exactly that picture's pixels, which is what painting
+// the result into it first would leave there.
+void commitPicture(QorvPicture& c, const PicturePtr& pic) {
   QorvPicturePrivate& d = QorvPicturePrivate::of(c);
-  PictureBox& buffer = d.Buffer();
-  if (PicturePtr pic = pictureFrom(result)) {
-    buffer.setPicture(pic);
-  } else {
-    result.PaintPicture(buffer.hDC(), 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
-  }
+  d.Buffer().setPicture(pic);
   d.view.updateView(true, true);
   d.pictureProcessed();
+}
+
+// Only when no picture can be made is the result painted, so that it is at
+// least shown.
+void commit(QorvPicture& c, const cDIBSection& result) {
+  if (result.IsEmpty()) return;
+  if (PicturePtr pic = pictureFrom(result)) return commitPicture(c, pic);
+  QorvPicturePrivate& d = QorvPicturePrivate::of(c);
+  result.PaintPicture(d.Buffer().hDC(), 0, 0, -1, -1, 0, 0, gdi::SRCCOPY);
+  d.view.updateView(true, true);
+  d.pictureProcessed();
+}
+
+Direct::Direct(const QorvPicture& c) : source(QorvPicturePrivate::of(c).Buffer().Picture()) {
+  gdi::Surface s;
+  if (handleOf(source) == 0 || !gdi::BitmapSurfaceRead(source->Handle(), s) || !s.valid() || s.bitsPerPixel != 32)
+    return;
+  const std::ptrdiff_t step = s.bottomUp ? -static_cast<std::ptrdiff_t>(s.stride) : s.stride;
+  from = PixelRows{s.row(0), step, s.width, s.height, 4};
+  result.reset(gdi::CreateBitmapForOverwrite(s.width, s.height));
+  gdi::Surface r;
+  if (!result || !gdi::BitmapSurface(result.get(), r) || r.bitsPerPixel != 32 || r.bottomUp) {
+    from = {};
+    return;
+  }
+  to = PixelRows::topDown(r.rows, r.stride, r.width, r.height, 4);
+}
+
+void Direct::commit(QorvPicture& c) {
+  PicturePtr pic = Picture::fromBitmap(result.get());
+  if (!pic) return;
+  result.release();  // the picture owns it now
+  commitPicture(c, pic);
 }
 
 bool commitResized(QorvPicture& c, const cDIBSection& result) {
@@ -110,8 +137,7 @@ bool commitResized(QorvPicture& c, const cDIBSection& result) {
   // Buffer takes the new size with its new picture, and with it the
   // picture's pixels.
   QorvPicturePrivate& d = QorvPicturePrivate::of(c);
-  PictureBox& buffer = d.Buffer();
-  buffer.setPicture(pic);
+  d.Buffer().setPicture(pic);
   if (c.AutoSize()) d.view.applyAutoSize();
   d.view.updateView(true, true);
   d.pictureProcessed();
@@ -137,14 +163,21 @@ void QorvPicture::Flip(qint32 Orientation) {
 }
 
 void QorvPicture::ApplyFilter(qint32 FilterType, qint32 FilterWeight) {
-  Working w(*this);
-  cDIBSection buffer;
-  buffer.Create(w.image.Width(), w.image.Height());
   cImageProcessDIB& engine = d_->mImageProcessDIB();
   // The weight first: a built-in type then overwrites it with its own, so
   // only eCustom uses the caller's weight.
   engine.setFilterWeight(FilterWeight);
   engine.setFilterType(FilterType);
+  // A convolution reads the picture and writes its result in one pass, with
+  // no working image; the other filters, and pictures that are not 32-bit,
+  // take the working image.
+  if (engine.FiltersPixels()) {
+    operation::Direct direct(*this);
+    if (direct.ready() && engine.FilterPixels(direct.from, direct.to)) return direct.commit(*this);
+  }
+  Working w(*this);
+  cDIBSection buffer;
+  buffer.Create(w.image.Width(), w.image.Height());
   engine.ProcessImage(w.image, buffer);
   buffer.ClearUp();  // released before the result's picture is made, to keep the peak down
   commit(*this, w.image);

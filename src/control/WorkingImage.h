@@ -5,6 +5,8 @@
 
 #include <QorvPictureBox/Picture.h>
 
+#include "platform/PixelRows.h"
+#include "platform/ScopedGdi.h"
 #include "processing/cDIBSection.h"
 
 namespace qorv {
@@ -20,6 +22,24 @@ PicturePtr pictureFrom(const cDIBSection& img);
 struct Working {
   cDIBSection image;
   explicit Working(const QorvPicture& c);
+};
+
+// `pic` becomes Buffer's picture and the view is updated.
+void commitPicture(QorvPicture& c, const PicturePtr& pic);
+
+// An operation straight from Buffer's picture into a new one of its size,
+// where the picture is 32-bit: no working image, one pass over the pixels.
+// The source picture is held for the operation's length, so that a handler
+// replacing Buffer's picture from an event leaves the rows being read alone.
+struct Direct {
+  PicturePtr source;
+  PixelRows from;     // the picture's rows (B, G, R, X), top first
+  PixelRows to;       // the result's rows, top first
+  ScopedBitmap result;
+  explicit Direct(const QorvPicture& c);
+  bool ready() const { return from.valid() && to.valid(); }
+  // The result becomes Buffer's picture, as commit() makes it.
+  void commit(QorvPicture& c);
 };
 
 // A result of the picture's own size becomes Buffer's

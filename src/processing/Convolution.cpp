@@ -3,15 +3,18 @@
 // radius to an edge are not written.
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <string>
 #include <vector>
 
 #include <QorvPictureBox/gdi.h>
 #include "platform/CpuFeatures.h"
+#include "platform/PixelRows.h"
 #include "processing/cDIBSection.h"
 #include "processing/ColumnPass.h"
 
@@ -56,18 +59,18 @@ void finishExact(const Acc* acc, std::uint8_t* out, std::int32_t n, std::int32_t
 // points at the first output byte's column in source row y + j - R. Acc is
 // 16 bits when no sum can leave that range (twice the lanes per
 // instruction), 32 bits otherwise.
-template <int R, class Acc>
+template <int R, int B, class Acc>
 [[gnu::always_inline]] inline void sumFixed(const std::uint8_t* const* rows, const std::int32_t* K, Acc* acc,
                                             std::int32_t n) {
   constexpr int S = 2 * R + 1;
   const std::uint8_t* p[S];
   Acc k[S * S];
-  for (int j = 0; j < S; ++j) p[j] = rows[j] - 3 * R;
+  for (int j = 0; j < S; ++j) p[j] = rows[j] - B * R;
   for (int t = 0; t < S * S; ++t) k[t] = static_cast<Acc>(K[t]);
   for (std::int32_t x = 0; x < n; ++x) {
     Acc s = 0;
     for (int j = 0; j < S; ++j) {
-      for (int i = 0; i < S; ++i) s = static_cast<Acc>(s + k[j * S + i] * static_cast<Acc>(p[j][x + 3 * i]));
+      for (int i = 0; i < S; ++i) s = static_cast<Acc>(s + k[j * S + i] * static_cast<Acc>(p[j][x + B * i]));
     }
     acc[x] = s;
   }
@@ -80,12 +83,12 @@ constexpr std::int32_t kNarrowDivisorLimit = 8192;
 // One output row segment with 16-bit sums and the division in the same pass.
 // K holds the kernel row by row; a constant K lets the compiler drop zero
 // entries and turn the unit ones into plain additions.
-template <int R, class Kernel>
+template <int R, int B, class Kernel>
 [[gnu::always_inline]] inline void rowNarrow(const std::uint8_t* const* rows, const Kernel& K, std::uint8_t* out,
                                              std::int32_t n, std::int32_t w) {
   constexpr int S = 2 * R + 1;
   const std::uint8_t* p[S];
-  for (int j = 0; j < S; ++j) p[j] = rows[j] - 3 * R;
+  for (int j = 0; j < S; ++j) p[j] = rows[j] - B * R;
   std::int16_t k[S * S];
 #pragma GCC unroll 25
   for (int t = 0; t < S * S; ++t) k[t] = static_cast<std::int16_t>(K[t]);
@@ -97,7 +100,7 @@ template <int R, class Kernel>
     for (int j = 0; j < S; ++j) {
 #pragma GCC unroll 5
       for (int i = 0; i < S; ++i) {
-        sum = static_cast<std::int16_t>(sum + k[j * S + i] * static_cast<std::int16_t>(p[j][x + 3 * i]));
+        sum = static_cast<std::int16_t>(sum + k[j * S + i] * static_cast<std::int16_t>(p[j][x + B * i]));
       }
     }
     std::int32_t c = sum < 0 ? 0 : sum;
@@ -109,15 +112,17 @@ template <int R, class Kernel>
 using RowFn16 = void (*)(const std::uint8_t* const*, const std::int32_t*, std::uint8_t*, std::int32_t, std::int32_t);
 using SumFn32 = void (*)(const std::uint8_t* const*, const std::int32_t*, std::int32_t*, std::int32_t);
 
-template <int R>
+// B is the bytes of one pixel: 3 in a working image, 4 in a 32-bit picture.
+// Each byte sums the same channel of its neighbours either way.
+template <int R, int B>
 void row16(const std::uint8_t* const* rows, const std::int32_t* K, std::uint8_t* out, std::int32_t n,
            std::int32_t w) {
-  rowNarrow<R>(rows, K, out, n, w);
+  rowNarrow<R, B>(rows, K, out, n, w);
 }
-template <int R>
+template <int R, int B>
 [[gnu::target("avx2")]] void row16Avx2(const std::uint8_t* const* rows, const std::int32_t* K, std::uint8_t* out,
                                        std::int32_t n, std::int32_t w) {
-  rowNarrow<R>(rows, K, out, n, w);
+  rowNarrow<R, B>(rows, K, out, n, w);
 }
 
 // The built-in kernels as constants, row by row (vertical offset outer).
@@ -131,47 +136,48 @@ constexpr std::array<std::int32_t, 9> kSharpen{-1, -1, -1, -1, 15, -1, -1, -1, -
 constexpr std::array<std::int32_t, 9> kSharpenMore{0, -1, 0, -1, 5, -1, 0, -1, 0};
 constexpr std::array<std::int32_t, 9> kEmboss{-1, 0, 0, 0, 0, 0, 0, 0, 1};
 
-template <int R, const auto& K>
+template <int R, int B, const auto& K>
 void rowConst(const std::uint8_t* const* rows, const std::int32_t*, std::uint8_t* out, std::int32_t n,
               std::int32_t w) {
-  rowNarrow<R>(rows, K, out, n, w);
+  rowNarrow<R, B>(rows, K, out, n, w);
 }
-template <int R, const auto& K>
+template <int R, int B, const auto& K>
 [[gnu::target("avx2")]] void rowConstAvx2(const std::uint8_t* const* rows, const std::int32_t*, std::uint8_t* out,
                                           std::int32_t n, std::int32_t w) {
-  rowNarrow<R>(rows, K, out, n, w);
+  rowNarrow<R, B>(rows, K, out, n, w);
 }
 
-template <int R, const auto& K>
+template <int R, int B, const auto& K>
 bool pickConst(const std::vector<std::int32_t>& kernel, bool avx2, RowFn16& fn) {
   if (kernel.size() != K.size() || !std::equal(K.begin(), K.end(), kernel.begin())) return false;
-  fn = avx2 ? &rowConstAvx2<R, K> : &rowConst<R, K>;
+  fn = avx2 ? &rowConstAvx2<R, B, K> : &rowConst<R, B, K>;
   return true;
 }
 
 // The narrow row function for a kernel: a constant one for the built-ins.
+template <int B>
 RowFn16 narrowRow(const std::vector<std::int32_t>& kernel, std::int32_t r, bool avx2) {
   RowFn16 fn = nullptr;
-  if (r == 1 && (pickConst<1, kBlur>(kernel, avx2, fn) || pickConst<1, kSoften>(kernel, avx2, fn) ||
-                 pickConst<1, kSharpen>(kernel, avx2, fn) || pickConst<1, kSharpenMore>(kernel, avx2, fn) ||
-                 pickConst<1, kEmboss>(kernel, avx2, fn))) {
+  if (r == 1 && (pickConst<1, B, kBlur>(kernel, avx2, fn) || pickConst<1, B, kSoften>(kernel, avx2, fn) ||
+                 pickConst<1, B, kSharpen>(kernel, avx2, fn) || pickConst<1, B, kSharpenMore>(kernel, avx2, fn) ||
+                 pickConst<1, B, kEmboss>(kernel, avx2, fn))) {
     return fn;
   }
-  if (r == 2 && (pickConst<2, kBlurMore>(kernel, avx2, fn) || pickConst<2, kSoftenMore>(kernel, avx2, fn))) {
+  if (r == 2 && (pickConst<2, B, kBlurMore>(kernel, avx2, fn) || pickConst<2, B, kSoftenMore>(kernel, avx2, fn))) {
     return fn;
   }
-  if (r == 1) return avx2 ? &row16Avx2<1> : &row16<1>;
-  return avx2 ? &row16Avx2<2> : &row16<2>;
+  if (r == 1) return avx2 ? &row16Avx2<1, B> : &row16<1, B>;
+  return avx2 ? &row16Avx2<2, B> : &row16<2, B>;
 }
 
-template <int R>
+template <int R, int B>
 void sum32(const std::uint8_t* const* rows, const std::int32_t* K, std::int32_t* acc, std::int32_t n) {
-  sumFixed<R, std::int32_t>(rows, K, acc, n);
+  sumFixed<R, B, std::int32_t>(rows, K, acc, n);
 }
-template <int R>
+template <int R, int B>
 [[gnu::target("avx2")]] void sum32Avx2(const std::uint8_t* const* rows, const std::int32_t* K, std::int32_t* acc,
                                        std::int32_t n) {
-  sumFixed<R, std::int32_t>(rows, K, acc, n);
+  sumFixed<R, B, std::int32_t>(rows, K, acc, n);
 }
 void finish32(const std::int32_t* acc, std::uint8_t* out, std::int32_t n, std::int32_t w) {
   finishFast(acc, out, n, w);
@@ -222,25 +228,54 @@ Plan makePlan(const Kernel2D& kernel, std::int32_t r, std::int32_t weight) {
   return p;
 }
 
-// One block of the output (see Strip).
-void convolveBlock(const Plan& plan, const DibView& src, const DibView& dst, const Strip& b) {
-  const std::int32_t x0 = b.x0, y0 = b.y0, y1 = b.y1;
+// Rows of one picture numbered from the bottom, as a working image numbers
+// them, however they lie in memory.
+struct Rows {
+  std::uint8_t* bottom = nullptr;
+  std::ptrdiff_t step = 0;
+  std::uint8_t* row(std::int32_t y) const { return bottom + static_cast<std::ptrdiff_t>(y) * step; }
+};
+
+// A 32-bit result keeps only blue, green and red: its X bytes are 0, as
+// after a 24-bit working image is turned back into a picture.
+void clearXBytes(std::uint8_t* px, std::int32_t pixels) {
+  constexpr std::uint32_t keep = std::endian::native == std::endian::little ? 0x00FFFFFFu : 0xFFFFFF00u;
+  for (std::int32_t k = 0; k < pixels; ++k) {
+    std::uint32_t v;
+    std::memcpy(&v, px + 4 * k, 4);
+    v &= keep;
+    std::memcpy(px + 4 * k, &v, 4);
+  }
+}
+
+template <int B>
+void finishRow(std::uint8_t* out, std::int32_t pixels) {
+  if constexpr (B == 4) clearXBytes(out, pixels);
+}
+
+// One block of the output (see Strip; its byte columns count 3-byte pixels
+// whatever B is, so that both layouts split and report alike).
+template <int B>
+void convolveBlock(const Plan& plan, const Rows& src, const Rows& dst, const Strip& b) {
+  const std::int32_t x0 = b.x0 / 3 * B, y0 = b.y0, y1 = b.y1;
   const std::int32_t r = plan.r;
   const std::int32_t S = 2 * r + 1;
-  const std::int32_t n = b.bytes();
+  const std::int32_t pixels = b.pixels();
+  const std::int32_t n = pixels * B;
   const bool avx2 = hasAvx2();
   const std::uint8_t* rows[5];
   if (plan.narrowSums) {
-    const RowFn16 fn = narrowRow(plan.K, r, avx2);
+    const RowFn16 fn = narrowRow<B>(plan.K, r, avx2);
     for (std::int32_t y = y0; y <= y1; ++y) {
       for (std::int32_t j = 0; j < S; ++j) rows[j] = src.row(y + j - r) + x0;
       fn(rows, plan.K.data(), dst.row(y) + x0, n, plan.w);
+      finishRow<B>(dst.row(y) + x0, pixels);
     }
     return;
   }
   if (plan.fastSums) {
     std::vector<std::int32_t> acc(static_cast<std::size_t>(n));
-    const SumFn32 sum = r == 1 ? (avx2 ? sum32Avx2<1> : sum32<1>) : (avx2 ? sum32Avx2<2> : sum32<2>);
+    const SumFn32 sum = r == 1 ? (avx2 ? sum32Avx2<1, B> : sum32<1, B>) : (avx2 ? sum32Avx2<2, B> : sum32<2, B>);
     for (std::int32_t y = y0; y <= y1; ++y) {
       for (std::int32_t j = 0; j < S; ++j) rows[j] = src.row(y + j - r) + x0;
       sum(rows, plan.K.data(), acc.data(), n);
@@ -250,6 +285,7 @@ void convolveBlock(const Plan& plan, const DibView& src, const DibView& dst, con
       } else {
         finishExact(acc.data(), out, n, plan.w);
       }
+      finishRow<B>(out, pixels);
     }
     return;
   }
@@ -262,13 +298,34 @@ void convolveBlock(const Plan& plan, const DibView& src, const DibView& dst, con
       for (std::int32_t i = -r; i <= r; ++i) {
         const std::int64_t kv = plan.K[static_cast<std::size_t>((j + r) * S + (i + r))];
         if (kv == 0) continue;
-        const std::uint8_t* p = row + 3 * i;
+        const std::uint8_t* p = row + B * i;
         for (std::int32_t x = 0; x < n; ++x) acc[static_cast<std::size_t>(x)] += kv * p[x];
       }
     }
     finishExact(acc.data(), dst.row(y) + x0, n, plan.w);
+    finishRow<B>(dst.row(y) + x0, pixels);
   }
 }
+
+// Copies the pixels the convolution does not write (those nearer than r to
+// an edge) from src to dst, X bytes cleared.
+void copyBorder(const PixelRows& src, const PixelRows& dst, std::int32_t r) {
+  const std::int32_t w = src.width, h = src.height;
+  if (w < 2 * r + 1 || h < 2 * r + 1) {
+    copyPixelRows(src, dst);
+    return;
+  }
+  for (std::int32_t y = 0; y < h; ++y) {
+    if (y < r || y >= h - r) {
+      copyPixelRow(src.row(y), 4, dst.row(y), 4, w, false);
+    } else if (r > 0) {
+      copyPixelRow(src.row(y), 4, dst.row(y), 4, r, false);
+      copyPixelRow(src.row(y) + 4 * (w - r), 4, dst.row(y) + 4 * (w - r), 4, r, false);
+    }
+  }
+}
+
+Rows bottomUpRows(const PixelRows& p) { return Rows{p.row(p.height - 1), -p.step}; }
 
 }  // namespace
 
@@ -279,8 +336,40 @@ bool cImageProcessDIB::Convolve(const cDIBSection& src, cDIBSection& dst) {
   const std::int32_t r = half_;
   const Plan plan = makePlan(kernel_, r, weight_);
   // Each output row reads 2r + 1 source rows.
-  runColumnPass(ColumnPass::interior(s, FilterName(type_), r, 2 * r + 1),
-                [&](const Strip& b) { convolveBlock(plan, s, d, b); });
+  runColumnPass(ColumnPass::interior(s, FilterName(type_), r, 2 * r + 1), [&](const Strip& b) {
+    convolveBlock<3>(plan, Rows{s.bits, s.stride}, Rows{d.bits, d.stride}, b);
+  });
+  return true;
+}
+
+bool cImageProcessDIB::FiltersPixels() const {
+  switch (type_) {
+    case filter::eBlur:
+    case filter::eBlurMore:
+    case filter::eSoften:
+    case filter::eSoftenMore:
+    case filter::eSharpen:
+    case filter::eSharpenMore:
+    case filter::eCustom:
+      return true;
+    default:
+      return false;  // the others need a second image, or do nothing
+  }
+}
+
+bool cImageProcessDIB::FilterPixels(const PixelRows& src, const PixelRows& dst) {
+  if (!FiltersPixels()) return false;
+  if (!src.valid() || !dst.valid() || src.bytesPerPixel != 4 || dst.bytesPerPixel != 4 ||
+      src.width != dst.width || src.height != dst.height)
+    return false;
+  const std::int32_t r = half_;
+  const Plan plan = makePlan(kernel_, r, weight_);
+  copyBorder(src, dst, r);
+  const Rows from = bottomUpRows(src), to = bottomUpRows(dst);
+  // Split and reported exactly as the working image of this size would be.
+  const DibView shape{src.top, 0, src.width, src.height};
+  runColumnPass(ColumnPass::interior(shape, FilterName(type_), r, 2 * r + 1),
+                [&](const Strip& b) { convolveBlock<4>(plan, from, to, b); });
   return true;
 }
 

@@ -14,6 +14,7 @@ namespace qorv {
 
 class cDIBSection;
 class cPalette;
+struct PixelRows;
 struct ColumnPass;
 
 // The engine's kernels: 32-bit entries, horizontal offset first.
@@ -83,6 +84,15 @@ class cImageProcessDIB {
   // The two neighbourhood passes, reading src and writing only dst's interior.
   bool Convolve(const cDIBSection& src, cDIBSection& dst);
   bool RankFilter(const cDIBSection& src, cDIBSection& dst);
+  // The plain convolutions (blur, soften, sharpen and their stronger kinds,
+  // custom) straight from one 32-bit picture into another of its size: dst
+  // ends with the pixels ProcessImage leaves in a working image filled from
+  // src, X bytes 0, after the same notifications. False, with nothing done or
+  // raised, for the other types (they need a second working image) and for
+  // anything but two 32-bit pictures of one size.
+  bool FilterPixels(const PixelRows& src, const PixelRows& dst);
+  // Whether the current type is one FilterPixels applies.
+  bool FiltersPixels() const;
 
   // --- per-pixel operations ---------------------------------------------------------
   void Grayscale(cDIBSection& cImage);
