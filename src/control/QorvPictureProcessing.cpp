@@ -268,19 +268,48 @@ void QorvPicture::CombinePictures(const PicturePtr& Picture1, const PicturePtr& 
   commit(*this, second);
 }
 
+namespace {
+
+// A quarter turn of Buffer's W x H image straight into a new H x W picture.
+// An even-sized turn writes every pixel, so no back buffer is sized and
+// cleared first; an odd size can leave an edge row or column uncovered in
+// the back buffer's colour, and that route (or a bordered back buffer) stays
+// with the caller. Null when this route does not apply.
+PicturePtr quarterTurned(PictureBox& buffer, const PictureBox& back, std::int32_t angle, std::int32_t W,
+                         std::int32_t H) {
+  if (back.BorderStyle() != 0 || W <= 0 || H <= 0 || (W % 2) != 0 || (H % 2) != 0) return nullptr;
+  ScopedBitmap turned(gdi::CreateBitmapForOverwrite(H, W));
+  const ScopedMemDC dc(gdi::CreateCompatibleDC(0));
+  if (!turned || !dc) return nullptr;
+  {
+    const ScopedSelect sel(dc.get(), turned.get());
+    if (!sel.ok()) return nullptr;
+    rotateBlt(dc.get(), H / 2, W / 2, angle, buffer.hDC(), 0, 0, W, H);
+  }
+  PicturePtr pic = Picture::fromBitmap(turned.get());
+  if (pic) turned.release();  // the picture owns it now
+  return pic;
+}
+
+}  // namespace
+
 bool QorvPicture::Rotate(bool* ClockWise) {
   PictureBox& buffer = d_->Buffer();
   PictureBox& back = d_->bBuffer();
   if (handleOf(buffer.Picture()) == 0) return false;
-  back.Cls();
-  back.setWidth(static_cast<int>(buffer.ScaleHeight()));
-  back.setHeight(static_cast<int>(buffer.ScaleWidth()));
   const bool clockwise = ClockWise != nullptr && *ClockWise;
   const std::int32_t angle = clockwise ? 90 : -90;
   const auto W = static_cast<std::int32_t>(std::nearbyint(buffer.ScaleWidth()));
   const auto H = static_cast<std::int32_t>(std::nearbyint(buffer.ScaleHeight()));
-  rotateBlt(back.hDC(), H / 2, W / 2, angle, buffer.hDC(), 0, 0, W, H);
-  buffer.setPicture(back.Image());
+  if (PicturePtr pic = quarterTurned(buffer, back, angle, W, H)) {
+    buffer.setPicture(pic);
+  } else {
+    back.Cls();
+    back.setWidth(static_cast<int>(buffer.ScaleHeight()));
+    back.setHeight(static_cast<int>(buffer.ScaleWidth()));
+    rotateBlt(back.hDC(), H / 2, W / 2, angle, buffer.hDC(), 0, 0, W, H);
+    buffer.setPicture(back.Image());
+  }
   buffer.Refresh();
   d_->handleResize();
   d_->pictureProcessed();
