@@ -125,10 +125,17 @@ Direct::Direct(const QorvPicture& c) : source(QorvPicturePrivate::of(c).Buffer()
 }
 
 void Direct::commit(QorvPicture& c) {
-  PicturePtr pic = Picture::fromBitmap(result.get());
-  if (!pic) return;
-  result.release();  // the picture owns it now
-  commitPicture(c, pic);
+  if (PicturePtr pic = Picture::fromBitmap(result.get())) {
+    result.release();  // the picture owns it now
+    return commitPicture(c, pic);
+  }
+  // As with a working image: without a picture the result is at least shown.
+  QorvPicturePrivate& d = QorvPicturePrivate::of(c);
+  const ScopedMemDC dc(gdi::CreateCompatibleDC(0));
+  const ScopedSelect sel(dc.get(), result.get());
+  if (sel.ok()) gdi::BitBlt(d.Buffer().hDC(), 0, 0, to.width, to.height, dc.get(), 0, 0, gdi::SRCCOPY);
+  d.view.updateView(true, true);
+  d.pictureProcessed();
 }
 
 bool commitResized(QorvPicture& c, const cDIBSection& result) {
