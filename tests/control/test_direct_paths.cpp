@@ -9,8 +9,6 @@
 #include "ControlFixture.h"
 #include "control/WorkingImage.h"
 #include "platform/GdiSurface.h"
-#include "platform/PictureBox.h"
-#include "processing/Rotation.h"
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"
 
@@ -137,44 +135,6 @@ INSTANTIATE_TEST_SUITE_P(Filters, DirectFilter, ::testing::Combine(::testing::Va
                            const Size& s = std::get<1>(p.param);
                            return std::string(std::get<0>(p.param).name) + "_" + std::to_string(s.w) + "x" +
                                   std::to_string(s.h);
-                         });
-
-// A quarter turn into a new picture against the turn into the back buffer,
-// sized and cleared first: odd sizes leave an edge in the back colour.
-struct TurnCase {
-  int w, h;
-  bool clockwise;
-};
-
-class QuarterTurn : public ControlTest, public ::testing::WithParamInterface<TurnCase> {};
-
-TEST_P(QuarterTurn, MatchesTheTurnIntoTheBackBuffer) {
-  const TurnCase t = GetParam();
-  sizeTo(120, 90);
-  ctl->setPicture(noisePicture(t.w, t.h));
-  PictureBox ref;
-  ref.setBackColor(in().bBuffer().BackColor());
-  ref.setWidth(t.h);
-  ref.setHeight(t.w);
-  ref.Cls();
-  rotateBlt(ref.hDC(), t.h / 2, t.w / 2, t.clockwise ? 90 : -90, in().Buffer().hDC(), 0, 0, t.w, t.h);
-  const std::vector<std::uint8_t> want = bytesOf(ref.Image());
-
-  bool clockwise = t.clockwise;
-  ctl->Rotate(&clockwise);
-  ASSERT_FALSE(want.empty());
-  ASSERT_TRUE(ctl->Picture());
-  EXPECT_EQ(ctl->Picture()->Width(), t.h);
-  EXPECT_EQ(ctl->Picture()->Height(), t.w);
-  EXPECT_EQ(bytesOf(ctl->Picture()), want);
-}
-
-INSTANTIATE_TEST_SUITE_P(Sizes, QuarterTurn,
-                         ::testing::Values(TurnCase{6, 4, true}, TurnCase{6, 4, false}, TurnCase{7, 5, true},
-                                           TurnCase{5, 8, false}, TurnCase{2, 9, true}, TurnCase{1, 1, false}),
-                         [](const ::testing::TestParamInfo<TurnCase>& p) {
-                           return std::to_string(p.param.w) + "x" + std::to_string(p.param.h) +
-                                  (p.param.clockwise ? "_clockwise" : "_anticlockwise");
                          });
 
 }  // namespace
