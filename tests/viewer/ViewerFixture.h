@@ -52,13 +52,15 @@ class ModalAnswerer {
         s.icon = box->icon();
       }
       seen.push_back(s);
-      // Answer after the dialog has finished opening.
+      // Answer after the dialog has finished opening. The dialog counts as
+      // seen until the answer returns: an answer that lets events run (a
+      // preview computed while a slider moves) must not see it a second time.
       QTimer::singleShot(0, w, [this, w] {
-        last_ = nullptr;
         if (answer)
           answer(w);
         else if (auto* d = qobject_cast<QDialog*>(w))
           d->reject();
+        last_ = nullptr;
       });
     });
     timer_.start();
@@ -99,15 +101,20 @@ class ViewerTest : public ::testing::Test {
   }
 
   void SetUp() override {
-    QFile::remove(ViewerWindow::defaultSettingsPath());
     ASSERT_TRUE(dir.isValid());
-    window = std::make_unique<ViewerWindow>();
+    window = newWindow();
     window->resize(640, 480);
     window->show();
     QCoreApplication::processEvents();
   }
 
   void TearDown() override { window.reset(); }
+
+  // A window keeping its settings in this test's own folder: ctest runs the
+  // cases as parallel processes, which must not share the user's INI file.
+  std::unique_ptr<ViewerWindow> newWindow() {
+    return std::make_unique<ViewerWindow>(nullptr, dir.filePath(QStringLiteral("qorv-view.ini")));
+  }
 
   QString writePicture(const QString& name, const QImage& img) {
     const QString path = dir.filePath(name);

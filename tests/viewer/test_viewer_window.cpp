@@ -286,7 +286,7 @@ TEST_F(ViewerTest, SettingsAndRecentFilesSurviveARestart) {
   trigger("viewZoomOSD");
   window->resize(500, 410);
   ASSERT_TRUE(window->close());
-  window = std::make_unique<ViewerWindow>();
+  window = newWindow();
   EXPECT_EQ(window->recentFiles(), QStringList{QFileInfo(path).absoluteFilePath()});
   EXPECT_TRUE(window->control().Tiled());
   EXPECT_EQ(window->control().ZoomType(), static_cast<int>(qorv::DrawPrc::DELETE_SCANS));
@@ -305,11 +305,11 @@ TEST_F(ViewerTest, SettingsAndRecentFilesSurviveARestart) {
   EXPECT_TRUE(window->action("viewQualityHalftone")->isChecked());
   EXPECT_TRUE(window->control().AutoRotate());
   EXPECT_EQ(window->control().OLEDropMode(), 1);
-  window = std::make_unique<ViewerWindow>();
+  window = newWindow();
   EXPECT_FALSE(window->control().Tiled());
 
   // A recent file that was deleted is reported and leaves the list.
-  window = std::make_unique<ViewerWindow>();
+  window = newWindow();
   ASSERT_TRUE(QFile::remove(path));
   modals.answer = clickButton(QMessageBox::Ok);
   window->action("fileRecent0")->trigger();
