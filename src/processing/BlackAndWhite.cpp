@@ -2,26 +2,30 @@
 // a white pixel is 127 - value rather than value - 255; both that and the
 // column order are part of the look of the result.
 //
-// Column by column, a 6000-pixel-wide picture is walked down its rows 6000
-// times, one pixel of each row at a time: every step is a cache miss. The same
-// arithmetic is done here in blocks of columns instead. Within a block, pixel
-// (i, y) is visited at step y + 2i, which keeps every dependency of the column
-// order: a pixel receives its left neighbours' errors (steps y + 2i - 2 and
-// y + 2i - 1) and the one above it (y + 2i - 1) before it is read (y + 2i),
-// and its right neighbour's error to the pixel below-left (y + 2i + 2) only
-// after; the additions to each pixel, each clamped, happen in the same order.
-// One block covers a few cache lines of each row, so the rows stay in the
-// cache while the block passes down them.
+// Walking a 6000-pixel-wide picture column by column is a cache miss per
+// pixel. The column order is kept here without walking it, row by row. In the
+// column order a pixel (x, y) receives, each addition clamped:
+//   1/16 of the error of (x-1, y-1) (its below-right), then
+//   7/16 of the error of (x-1, y)   (its right), then
+//   5/16 of the error of (x, y-1)   (its below),
+// and is then read; only after that, 3/16 of the error of (x+1, y-1) (its
+// below-left) arrives, which no longer changes the result but does change the
+// working image's final value. All four come from the pixel's own row and the
+// row before it, so a row can be walked left to right once the row before has
+// passed x + 1. The additions from the row before are kept apart per kind in a
+// small buffer and applied in the column order's sequence, so every pixel of
+// both images ends with the same bytes as the column-by-column walk gives.
 //
-// Blocks are claimed in order by the threads of the row pool; a block keeps
-// behind its left neighbour by the steps the dependencies above need, so two
-// threads work on neighbouring blocks at once. The result is the same bytes
-// on one thread or two.
+// Rows are claimed in order by the threads of the row pool; a row keeps behind
+// the row before it by a chunk of pixels, so two threads walk neighbouring
+// rows at once. The result is the same bytes on one thread or two.
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>
 #include <thread>
+#include <vector>
 
 #include <QorvPictureBox/gdi.h>
 #include "platform/RowParallel.h"
@@ -32,96 +36,110 @@ namespace qorv {
 
 namespace {
 
-inline void addError(std::uint8_t* px, std::int32_t delta) {
-  const std::uint8_t v = clampByte(static_cast<std::int32_t>(px[0]) + delta);
-  px[0] = v;
-  px[1] = v;
-  px[2] = v;
+// What a pixel of each value does: its result and the shares of its error.
+struct Spread {
+  std::uint8_t out;
+  std::int16_t right, below, belowRight, belowLeft;
+};
+
+std::array<Spread, 256> spreadTable() {
+  std::array<Spread, 256> t{};
+  for (std::int32_t v = 0; v < 256; ++v) {
+    const bool white = v > 128;
+    const std::int32_t error = white ? 127 - v : (v <= 16 ? 0 : v);
+    // Integer division truncates towards zero, negative errors included.
+    t[static_cast<std::size_t>(v)] = Spread{static_cast<std::uint8_t>(white ? 255 : 0),
+                                           static_cast<std::int16_t>(error * 7 / 16),
+                                           static_cast<std::int16_t>(error * 5 / 16),
+                                           static_cast<std::int16_t>(error * 1 / 16),
+                                           static_cast<std::int16_t>(error * 3 / 16)};
+  }
+  return t;
 }
 
-// 64 pixels: 192 bytes, three cache lines of each row.
-constexpr std::int32_t kBlockPixels = 64;
+inline std::int32_t clamp255(std::int32_t v) { return v < 0 ? 0 : (v > 255 ? 255 : v); }
+
+// The additions a row hands to the next, by kind. Index x + 1 holds pixel x,
+// so that the neighbours of the first and last pixel have a slot.
+struct Handover {
+  std::vector<std::int16_t> belowRight, below, belowLeft;
+  explicit Handover(std::int32_t width)
+      : belowRight(static_cast<std::size_t>(width) + 2), below(belowRight.size()), belowLeft(belowRight.size()) {}
+};
+
+// Pixels a row walks before it tells the next row how far it is.
+constexpr std::int32_t kChunk = 256;
 
 struct Diffusion {
   DibView a, b;
-  std::int32_t lastX = 0, lastY = 0;
+  std::int32_t width = 0, lastPixel = 0;
+  std::array<Spread, 256> spread = spreadTable();
 
-  // The pixel at byte column x of row y, and its error to its neighbours.
-  void pixel(std::int32_t x, std::int32_t y) const {
-    std::uint8_t* pa = a.row(y) + x;
-    std::uint8_t* pb = b.row(y) + x;
-    const std::int32_t value = pa[0];
-    std::int32_t error;
-    if (value > 128) {
-      pb[0] = pb[1] = pb[2] = 255;
-      error = 127 - value;
-    } else {
-      pb[0] = pb[1] = pb[2] = 0;
-      error = value <= 16 ? 0 : value;
+  // Pixels x0..x1-1 of row y; `in` holds what the row before handed over,
+  // `out` receives what this row hands to the next. `right` carries the
+  // right-hand share from one pixel to the next.
+  void walk(std::int32_t y, std::int32_t x0, std::int32_t x1, const Handover& in, Handover& out,
+            std::int32_t& right) const {
+    std::uint8_t* pa = a.row(y);
+    std::uint8_t* pb = b.row(y);
+    for (std::int32_t x = x0; x < x1; ++x) {
+      const auto i = static_cast<std::size_t>(x) + 1;
+      std::int32_t v = pa[3 * x];
+      v = clamp255(v + in.belowRight[i]);
+      v = clamp255(v + right);
+      v = clamp255(v + in.below[i]);
+      const Spread& s = spread[static_cast<std::size_t>(v)];
+      pb[3 * x] = pb[3 * x + 1] = pb[3 * x + 2] = s.out;
+      const auto final = static_cast<std::uint8_t>(clamp255(v + in.belowLeft[i]));
+      pa[3 * x] = pa[3 * x + 1] = pa[3 * x + 2] = final;
+      right = s.right;
+      // The first and the last column spread straight down only.
+      const bool inner = x > 0 && x < lastPixel;
+      out.below[i] = s.below;
+      out.belowRight[i + 1] = inner ? s.belowRight : 0;
+      out.belowLeft[i - 1] = inner ? s.belowLeft : 0;
     }
-    if (error == 0) return;
-    if (x < lastX) addError(pa + 3, error * 7 / 16);
-    if (y < lastY) {
-      const bool inner = x > 0 && x < lastX;
-      std::uint8_t* below = a.row(y + 1) + x;
-      if (inner) addError(below - 3, error * 3 / 16);
-      addError(below, error * 5 / 16);
-      if (inner) addError(below + 3, error * 1 / 16);
-    }
-  }
-
-  std::int32_t blocks() const { return (lastX / 3) / kBlockPixels + 1; }
-  std::int32_t firstPixel(std::int32_t k) const { return k * kBlockPixels; }
-  std::int32_t pixelsOf(std::int32_t k) const {
-    return std::min(kBlockPixels, lastX / 3 + 1 - firstPixel(k));
-  }
-  // Steps of block k: step s visits (i, s - 2i) for every i with that row in the picture.
-  std::int32_t stepsOf(std::int32_t k) const { return lastY + 1 + 2 * (pixelsOf(k) - 1); }
-
-  // Runs step s of block k.
-  void step(std::int32_t k, std::int32_t s) const {
-    const std::int32_t n = pixelsOf(k);
-    const std::int32_t iLo = s > lastY ? (s - lastY + 1) / 2 : 0;
-    const std::int32_t iHi = std::min(n - 1, s / 2);
-    const std::int32_t x0 = 3 * firstPixel(k);
-    for (std::int32_t i = iLo; i <= iHi; ++i) pixel(x0 + 3 * i, s - 2 * i);
   }
 };
 
-// Shared by the threads: the next block to claim, and how many steps of each
-// block are done.
+// Shared by the threads: the next row to claim, how many pixels of each row
+// are done, and one hand-over buffer more than there are threads (row y reads
+// buffer y and writes buffer y + 1, modulo the count: a buffer is written
+// again only by a row claimed after the row that read it has finished).
 struct Wavefront {
-  explicit Wavefront(std::int32_t blocks) : done(new std::atomic<std::int32_t>[static_cast<std::size_t>(blocks)]) {
-    for (std::int32_t k = 0; k < blocks; ++k) done[static_cast<std::size_t>(k)].store(0, std::memory_order_relaxed);
+  Wavefront(std::int32_t rows, std::int32_t width, std::int32_t threads)
+      : done(new std::atomic<std::int32_t>[static_cast<std::size_t>(rows)]) {
+    for (std::int32_t y = 0; y < rows; ++y) done[static_cast<std::size_t>(y)].store(0, std::memory_order_relaxed);
+    for (std::int32_t k = 0; k <= threads; ++k) buffers.emplace_back(width);
   }
   std::atomic<std::int32_t> next{0};
   std::unique_ptr<std::atomic<std::int32_t>[]> done;
+  std::vector<Handover> buffers;
 };
 
-// Claims blocks in order until none is left. A block's step s waits until its
-// left neighbour has done every step up to s + 2n - 1 (n: the neighbour's
-// width): the pixels it needs are written by then and the neighbour has read
-// every pixel this step writes into. Blocks are claimed in order and the
-// lowest unfinished block never waits, so neither thread waits for ever.
-void runBlocks(const Diffusion& d, Wavefront& w) {
-  const std::int32_t blocks = d.blocks();
-  for (std::int32_t k = w.next.fetch_add(1); k < blocks; k = w.next.fetch_add(1)) {
-    const std::int32_t steps = d.stepsOf(k);
-    std::atomic<std::int32_t>* left = k > 0 ? &w.done[static_cast<std::size_t>(k - 1)] : nullptr;
-    const std::int32_t leftSteps = k > 0 ? d.stepsOf(k - 1) : 0;
-    const std::int32_t lead = k > 0 ? 2 * d.pixelsOf(k - 1) : 0;
-    std::int32_t known = k > 0 ? left->load(std::memory_order_acquire) : 0;
-    std::atomic<std::int32_t>& mine = w.done[static_cast<std::size_t>(k)];
-    for (std::int32_t s = 0; s < steps; ++s) {
-      if (left) {
-        const std::int32_t need = std::min(s + lead, leftSteps);
-        for (int spins = 0; known < need; ++spins) {
-          if (spins > 64) std::this_thread::yield();
-          known = left->load(std::memory_order_acquire);
-        }
+// Claims rows in order until none is left. Pixels up to x1 - 1 of a row wait
+// until the row before has done pixel x1 (its below-left share to x1 - 1 is
+// handed over then). The lowest unfinished row never waits, so no thread
+// waits for ever.
+void runRows(const Diffusion& d, Wavefront& w) {
+  const std::int32_t rows = d.a.height;
+  const auto ring = static_cast<std::int32_t>(w.buffers.size());
+  for (std::int32_t y = w.next.fetch_add(1); y < rows; y = w.next.fetch_add(1)) {
+    const Handover& in = w.buffers[static_cast<std::size_t>(y % ring)];
+    Handover& out = w.buffers[static_cast<std::size_t>((y + 1) % ring)];
+    std::atomic<std::int32_t>* before = y > 0 ? &w.done[static_cast<std::size_t>(y - 1)] : nullptr;
+    std::atomic<std::int32_t>& mine = w.done[static_cast<std::size_t>(y)];
+    std::int32_t known = before ? before->load(std::memory_order_acquire) : d.width;
+    std::int32_t right = 0;
+    for (std::int32_t x0 = 0; x0 < d.width; x0 += kChunk) {
+      const std::int32_t x1 = std::min(x0 + kChunk, d.width);
+      const std::int32_t need = std::min(x1 + 1, d.width);
+      for (int spins = 0; known < need; ++spins) {
+        if (spins > 64) std::this_thread::yield();
+        known = before->load(std::memory_order_acquire);
       }
-      d.step(k, s);
-      mine.store(s + 1, std::memory_order_release);
+      d.walk(y, x0, x1, in, out, right);
+      mine.store(x1, std::memory_order_release);
     }
   }
 }
@@ -133,15 +151,16 @@ void cImageProcessDIB::BlackAndWhite(cDIBSection& cImageA, cDIBSection& cImageB)
   const DibView b = cImageB.View();
   if (!a.valid() || !b.valid() || !a.sameSize(b)) return;
   Grayscale(cImageA);
-  Diffusion d{a, b, a.width * 3 - 3, a.height - 1};
+  Diffusion d{a, b, a.width, a.width - 1};
+  const std::int32_t lastByte = a.width * 3 - 3;
   // Every column is done before the first is reported; the reports follow in
   // column order, as a column-by-column loop gives them.
-  runOperation("Black & White", d.lastX, [&] {
-    Wavefront w(d.blocks());
-    const std::int32_t threads = d.blocks() > 1 ? parallelRowsThreads() : 1;
+  runOperation("Black & White", lastByte, [&] {
+    const std::int32_t threads = a.height > 1 ? parallelRowsThreads() : 1;
+    Wavefront w(a.height, a.width, threads);
     const std::int64_t perThread = static_cast<std::int64_t>(a.rowBytes()) * a.height * 8 / threads;
-    parallelRows(0, threads - 1, perThread, [&](std::int32_t, std::int32_t) { runBlocks(d, w); });
-    for (std::int32_t x = 0; x <= d.lastX; x += 3) notifyProgress(x, "Black & White");
+    parallelRows(0, threads - 1, perThread, [&](std::int32_t, std::int32_t) { runRows(d, w); });
+    for (std::int32_t x = 0; x <= lastByte; x += 3) notifyProgress(x, "Black & White");
   });
 }
 
