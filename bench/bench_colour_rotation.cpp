@@ -18,7 +18,7 @@
 #include <QImage>
 #include <QTransform>
 
-#ifdef QORV_HAVE_OPENCV
+#ifdef QORV_BENCH_OPENCV
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 #endif
@@ -153,7 +153,7 @@ void BM_RotateAngle(benchmark::State& state) {
     const QImage r = q.transformed(QTransform().rotate(kAngle), Qt::SmoothTransformation);
     benchmark::DoNotOptimize(r.constBits());
   };
-#ifdef QORV_HAVE_OPENCV
+#ifdef QORV_BENCH_OPENCV
   cv::setNumThreads(state.range(0) == 2 ? 2 : 1);
   const cv::Mat src(kH, kW, CV_8UC3, picture().DIBSectionBitsPtr(), static_cast<std::size_t>(picture().BytesPerScanLine()));
   const double c = std::fabs(std::cos(kAngle * CV_PI / 180)), s = std::fabs(std::sin(kAngle * CV_PI / 180));
