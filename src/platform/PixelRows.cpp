@@ -151,59 +151,66 @@ std::int32_t headToAlign(const std::uint8_t* d, std::int32_t dstBytes) {
   return -1;
 }
 
+// One row either way: whole pixels up to the first 16-byte boundary of the
+// destination (streamed stores need one), blocks of sixteen pixels, then the
+// tail pixel by pixel. C names the bytes a pixel has on either side and the
+// pixel and block steps.
 template <class S>
-[[gnu::always_inline]] inline void expandRow(const std::uint8_t* s, std::uint8_t* d, std::int32_t n, bool stream) {
-  std::int32_t head = stream ? headToAlign(d, 4) : 0;
-  if (head < 0 || head > n) {
-    head = 0;
-    stream = false;
+struct Expand {
+  static constexpr std::int32_t kIn = 3, kOut = 4;
+  [[gnu::always_inline]] static void pixels(const std::uint8_t* s, std::uint8_t* d, std::int32_t n) {
+    expandPixels(s, d, n);
   }
-  expandPixels(s, d, head);
-  s += 3 * head;
-  d += 4 * head;
-  n -= head;
-  const std::int32_t blocks = n / 16;
-  if (stream) {
-    expandBlocks<S, true>(s, d, blocks);
-    _mm_sfence();
-  } else {
-    expandBlocks<S, false>(s, d, blocks);
+  template <bool Stream>
+  [[gnu::always_inline]] static void blocks(const std::uint8_t* s, std::uint8_t* d, std::int32_t n) {
+    expandBlocks<S, Stream>(s, d, n);
   }
-  expandPixels(s + 48 * blocks, d + 64 * blocks, n - 16 * blocks);
-}
+};
 
 template <class S>
-[[gnu::always_inline]] inline void packRow(const std::uint8_t* s, std::uint8_t* d, std::int32_t n, bool stream) {
-  std::int32_t head = stream ? headToAlign(d, 3) : 0;
+struct Pack {
+  static constexpr std::int32_t kIn = 4, kOut = 3;
+  [[gnu::always_inline]] static void pixels(const std::uint8_t* s, std::uint8_t* d, std::int32_t n) {
+    packPixels(s, d, n);
+  }
+  template <bool Stream>
+  [[gnu::always_inline]] static void blocks(const std::uint8_t* s, std::uint8_t* d, std::int32_t n) {
+    packBlocks<S, Stream>(s, d, n);
+  }
+};
+
+template <class C>
+[[gnu::always_inline]] inline void convertRow(const std::uint8_t* s, std::uint8_t* d, std::int32_t n, bool stream) {
+  std::int32_t head = stream ? headToAlign(d, C::kOut) : 0;
   if (head < 0 || head > n) {
     head = 0;
     stream = false;
   }
-  packPixels(s, d, head);
-  s += 4 * head;
-  d += 3 * head;
+  C::pixels(s, d, head);
+  s += C::kIn * head;
+  d += C::kOut * head;
   n -= head;
   const std::int32_t blocks = n / 16;
   if (stream) {
-    packBlocks<S, true>(s, d, blocks);
+    C::template blocks<true>(s, d, blocks);
     _mm_sfence();
   } else {
-    packBlocks<S, false>(s, d, blocks);
+    C::template blocks<false>(s, d, blocks);
   }
-  packPixels(s + 64 * blocks, d + 48 * blocks, n - 16 * blocks);
+  C::pixels(s + 16 * C::kIn * blocks, d + 16 * C::kOut * blocks, n - 16 * blocks);
 }
 
 void expandRowSse2(const std::uint8_t* s, std::uint8_t* d, std::int32_t n, bool stream) {
-  expandRow<SpreadSse2>(s, d, n, stream);
+  convertRow<Expand<SpreadSse2>>(s, d, n, stream);
 }
 [[gnu::target("avx2")]] void expandRowShuffle(const std::uint8_t* s, std::uint8_t* d, std::int32_t n, bool stream) {
-  expandRow<SpreadShuffle>(s, d, n, stream);
+  convertRow<Expand<SpreadShuffle>>(s, d, n, stream);
 }
 void packRowSse2(const std::uint8_t* s, std::uint8_t* d, std::int32_t n, bool stream) {
-  packRow<SpreadSse2>(s, d, n, stream);
+  convertRow<Pack<SpreadSse2>>(s, d, n, stream);
 }
 [[gnu::target("avx2")]] void packRowShuffle(const std::uint8_t* s, std::uint8_t* d, std::int32_t n, bool stream) {
-  packRow<SpreadShuffle>(s, d, n, stream);
+  convertRow<Pack<SpreadShuffle>>(s, d, n, stream);
 }
 
 #endif  // __SSE2__
