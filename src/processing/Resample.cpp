@@ -1,7 +1,7 @@
 // Bilinear resampling: per channel, vertically between two source rows, each
 // rounded (halves to even), then horizontally between two of those, rounded
-// again. Every product and sum is the same double-precision operation in the
-// same order on every path, so every path gives the same bytes.
+// again. The results are those of double-precision arithmetic in that order
+// on every path (see ResampleRows.h for how the vector paths keep to them).
 //
 // The vertical step depends only on the destination row and the source
 // column: where the result is at least half as wide as the source, each
@@ -14,6 +14,7 @@
 
 #include "platform/CpuFeatures.h"
 #include "platform/RowParallel.h"
+#include "processing/ResampleRows.h"
 #include "processing/cDIBSection.h"
 
 #if defined(__x86_64__) && defined(__GNUC__)
@@ -35,13 +36,6 @@ inline double roundHalfEven(double v) {
 
 inline std::uint8_t toByte(double v) { return static_cast<std::uint8_t>(v < 0 ? 0 : (v > 255 ? 255 : v)); }
 
-// Where destination column x reads: the byte offsets of source pixels ix and
-// ix + 1 (clamped) and the weights 1 - d and d.
-struct Taps {
-  std::vector<std::int32_t> left, right;
-  std::vector<double> w0, w1;
-};
-
 // Where destination row y reads.
 struct RowTap {
   std::int32_t iy, iy1;
@@ -59,7 +53,7 @@ RowTap rowTap(std::int32_t y, double yScale, std::int32_t height) {
 
 // --- per pixel: for results much narrower than the source --------------------------
 
-void rowPerPixel(const std::uint8_t* r0, const std::uint8_t* r1, const RowTap& t, const Taps& taps,
+void rowPerPixel(const std::uint8_t* r0, const std::uint8_t* r1, const RowTap& t, const resample::ColumnTaps& taps,
                  std::uint8_t* o, std::int32_t n) {
   for (std::int32_t x = 0; x < n; ++x) {
     const std::size_t i = static_cast<std::size_t>(x);
@@ -74,69 +68,131 @@ void rowPerPixel(const std::uint8_t* r0, const std::uint8_t* r1, const RowTap& t
 
 // --- the whole source row at once ---------------------------------------------------
 
-// v[k] = the vertical value of source byte k, for k < bytes.
-void verticalRow(const std::uint8_t* r0, const std::uint8_t* r1, double w0, double w1, std::int32_t* v,
-                 std::int32_t bytes) {
-  for (std::int32_t k = 0; k < bytes; ++k)
-    v[k] = static_cast<std::int32_t>(roundHalfEven(w0 * r0[k] + w1 * r1[k]));
+void verticalRowDouble(const std::uint8_t* r0, const std::uint8_t* r1, double w0, double w1, float* v,
+                       std::int32_t bytes) {
+  for (std::int32_t k = 0; k < bytes; ++k) v[k] = static_cast<float>(roundHalfEven(w0 * r0[k] + w1 * r1[k]));
 }
 
-// Destination pixels x0..n-1 of one row.
-void horizontalRow(const std::int32_t* v, const Taps& taps, std::uint8_t* o, std::int32_t x0, std::int32_t n) {
+void horizontalRowDouble(const float* v, const resample::ColumnTaps& taps, std::uint8_t* o, std::int32_t x0,
+                         std::int32_t n) {
   for (std::int32_t x = x0; x < n; ++x) {
     const std::size_t i = static_cast<std::size_t>(x);
-    const std::int32_t* l = v + taps.left[i];
-    const std::int32_t* r = v + taps.right[i];
-    for (int c = 0; c < 3; ++c) o[3 * x + c] = toByte(roundHalfEven(taps.w0[i] * l[c] + taps.w1[i] * r[c]));
+    const float* l = v + taps.left[i];
+    const float* r = v + taps.right[i];
+    for (int c = 0; c < 3; ++c)
+      o[3 * x + c] = toByte(roundHalfEven(taps.w0[i] * double{l[c]} + taps.w1[i] * double{r[c]}));
   }
 }
 
 #ifdef QORV_RESAMPLE_AVX2
-// Four bytes (or values) at a time in double lanes: the same multiplications
-// and additions as above, and a rounding instruction that rounds to nearest,
-// halves to even, as the scalar addition does.
-[[gnu::target("avx2")]] void verticalRowAvx2(const std::uint8_t* r0, const std::uint8_t* r1, double w0, double w1,
-                                             std::int32_t* v, std::int32_t bytes) {
-  const __m256d a = _mm256_set1_pd(w0);
-  const __m256d b = _mm256_set1_pd(w1);
-  std::int32_t k = 0;
-  for (; k + 4 <= bytes; k += 4) {
-    std::int32_t p0, p1;
-    std::memcpy(&p0, r0 + k, 4);
-    std::memcpy(&p1, r1 + k, 4);
-    const __m256d x0 = _mm256_cvtepi32_pd(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(p0)));
-    const __m256d x1 = _mm256_cvtepi32_pd(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(p1)));
-    const __m256d s = _mm256_add_pd(_mm256_mul_pd(a, x0), _mm256_mul_pd(b, x1));
-    const __m256d r = _mm256_round_pd(s, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(v + k), _mm256_cvtpd_epi32(r));
+// Sums within this distance of a half are computed again in double precision.
+constexpr float kDoubtful = 0.5f - 1.0f / 16384;
+
+// The rounded sums, and in `doubt` a mask of the lanes that might round
+// differently in double precision (none when `exact`).
+[[gnu::target("avx2"), gnu::always_inline]] inline __m256 roundedSum(__m256 w0, __m256 a, __m256 w1, __m256 b,
+                                                                    bool exact, int& doubt) {
+  const __m256 s = _mm256_add_ps(_mm256_mul_ps(w0, a), _mm256_mul_ps(w1, b));
+  const __m256 r = _mm256_round_ps(s, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+  if (exact) {
+    doubt = 0;
+  } else {
+    const __m256 off = _mm256_andnot_ps(_mm256_set1_ps(-0.0f), _mm256_sub_ps(s, r));
+    doubt = _mm256_movemask_ps(_mm256_cmp_ps(off, _mm256_set1_ps(kDoubtful), _CMP_GE_OQ));
   }
-  verticalRow(r0 + k, r1 + k, w0, w1, v + k, bytes - k);
+  return r;
 }
 
-// One destination pixel per step: blue, green and red (and a fourth value
-// that is thrown away) in one register. `v` holds one value more than the
-// source row so that the fourth lane never reads outside it.
-[[gnu::target("avx2")]] void horizontalRowAvx2(const std::int32_t* v, const Taps& taps, std::uint8_t* o,
+[[gnu::target("avx2")]] void verticalRowAvx2(const std::uint8_t* r0, const std::uint8_t* r1, double w0, double w1,
+                                             float* v, std::int32_t bytes) {
+  const bool exact = resample::exactPair(w0, w1);
+  const __m256 a = _mm256_set1_ps(static_cast<float>(w0));
+  const __m256 b = _mm256_set1_ps(static_cast<float>(w1));
+  std::int32_t k = 0;
+  for (; k + 8 <= bytes; k += 8) {
+    const __m256 x0 = _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(r0 + k))));
+    const __m256 x1 = _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(r1 + k))));
+    int doubt;
+    _mm256_storeu_ps(v + k, roundedSum(a, x0, b, x1, exact, doubt));
+    if (doubt) verticalRowDouble(r0 + k, r1 + k, w0, w1, v + k, 8);
+  }
+  verticalRowDouble(r0 + k, r1 + k, w0, w1, v + k, bytes - k);
+}
+
+// Two destination pixels per step: blue, green and red of each (and a fourth
+// value that is thrown away) in one half of a register. Each pixel is stored
+// as four bytes: the fourth lands on the next pixel's blue, written next.
+[[gnu::target("avx2")]] void horizontalRowAvx2(const float* v, const resample::ColumnTaps& taps, std::uint8_t* o,
                                                std::int32_t n) {
   std::int32_t x = 0;
-  for (; x + 1 < n; ++x) {
-    const std::size_t i = static_cast<std::size_t>(x);
-    const __m256d l = _mm256_cvtepi32_pd(_mm_loadu_si128(reinterpret_cast<const __m128i*>(v + taps.left[i])));
-    const __m256d r = _mm256_cvtepi32_pd(_mm_loadu_si128(reinterpret_cast<const __m128i*>(v + taps.right[i])));
-    const __m256d s =
-        _mm256_add_pd(_mm256_mul_pd(_mm256_set1_pd(taps.w0[i]), l), _mm256_mul_pd(_mm256_set1_pd(taps.w1[i]), r));
-    const __m128i q = _mm256_cvtpd_epi32(_mm256_round_pd(s, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
-    const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(q, q), _mm_setzero_si128());
-    // Four bytes: the fourth lands on the next pixel's blue, written next.
-    const std::int32_t four = _mm_cvtsi128_si32(bytes);
-    std::memcpy(o + 3 * x, &four, 4);
+  for (; x + 2 < n; x += 2) {
+    const auto i = static_cast<std::size_t>(x);
+    const __m256 l = _mm256_loadu2_m128(v + taps.left[i + 1], v + taps.left[i]);
+    const __m256 r = _mm256_loadu2_m128(v + taps.right[i + 1], v + taps.right[i]);
+    const __m256 w0 = _mm256_set_m128(_mm_broadcast_ss(&taps.w0f[i + 1]), _mm_broadcast_ss(&taps.w0f[i]));
+    const __m256 w1 = _mm256_set_m128(_mm_broadcast_ss(&taps.w1f[i + 1]), _mm_broadcast_ss(&taps.w1f[i]));
+    int doubt;
+    const __m256i q = _mm256_cvtps_epi32(roundedSum(w0, l, w1, r, taps.exact, doubt));
+    if (doubt & 0x77) {  // the fourth lanes are no one's values
+      horizontalRowDouble(v, taps, o, x, x + 2);
+      continue;
+    }
+    const __m256i bytes = _mm256_packus_epi16(_mm256_packs_epi32(q, q), _mm256_setzero_si256());
+    const std::int32_t first = _mm256_cvtsi256_si32(bytes);
+    const std::int32_t second = _mm256_extract_epi32(bytes, 4);
+    std::memcpy(o + 3 * x, &first, 4);
+    std::memcpy(o + 3 * x + 3, &second, 4);
   }
-  // The last pixel writes its own three bytes only.
-  horizontalRow(v, taps, o, x, n);
+  // The last pixels write their own three bytes only.
+  horizontalRowDouble(v, taps, o, x, n);
 }
 #endif
 
 }  // namespace
+
+namespace resample {
+
+bool exactPair(double w0, double w1) {
+  constexpr double kUnit = 32768.0;  // 2^15
+  return w0 * kUnit == std::floor(w0 * kUnit) && w1 * kUnit == std::floor(w1 * kUnit);
+}
+
+void ColumnTaps::resize(std::size_t n) {
+  left.resize(n);
+  right.resize(n);
+  w0.resize(n);
+  w1.resize(n);
+  w0f.resize(n);
+  w1f.resize(n);
+  exact = true;
+}
+
+void ColumnTaps::set(std::size_t i, std::int32_t l, std::int32_t r, double a, double b) {
+  left[i] = l;
+  right[i] = r;
+  w0[i] = a;
+  w1[i] = b;
+  w0f[i] = static_cast<float>(a);
+  w1f[i] = static_cast<float>(b);
+  exact = exact && exactPair(a, b);
+}
+
+void verticalRow(const std::uint8_t* r0, const std::uint8_t* r1, double w0, double w1, float* v,
+                 std::int32_t bytes) {
+#ifdef QORV_RESAMPLE_AVX2
+  if (cpuFeatures().avx2) return verticalRowAvx2(r0, r1, w0, w1, v, bytes);
+#endif
+  verticalRowDouble(r0, r1, w0, w1, v, bytes);
+}
+
+void horizontalRow(const float* v, const ColumnTaps& taps, std::uint8_t* o, std::int32_t n) {
+#ifdef QORV_RESAMPLE_AVX2
+  if (cpuFeatures().avx2) return horizontalRowAvx2(v, taps, o, n);
+#endif
+  horizontalRowDouble(v, taps, o, 0, n);
+}
+
+}  // namespace resample
 
 std::unique_ptr<cDIBSection> cDIBSection::Resample(std::int32_t lNewHeight, std::int32_t lNewWidth) const {
   auto out = std::make_unique<cDIBSection>();
@@ -155,33 +211,22 @@ std::unique_ptr<cDIBSection> cDIBSection::Resample(std::int32_t lNewHeight, std:
   const double xScale = static_cast<double>(src.width - 1) / lNewWidth;
   const double yScale = static_cast<double>(src.height - 1) / lNewHeight;
 
-  Taps taps;
-  const auto n = static_cast<std::size_t>(lNewWidth);
-  taps.left.resize(n);
-  taps.right.resize(n);
-  taps.w0.resize(n);
-  taps.w1.resize(n);
+  resample::ColumnTaps taps;
+  taps.resize(static_cast<std::size_t>(lNewWidth));
   for (std::int32_t x = 0; x < lNewWidth; ++x) {
     const double fx = x * xScale;
     std::int32_t ix = static_cast<std::int32_t>(std::floor(fx));
     if (ix > src.width - 1) ix = src.width - 1;
     const std::int32_t ix1 = ix + 1 < src.width ? ix + 1 : ix;
     const double d = fx - ix;
-    const auto i = static_cast<std::size_t>(x);
-    taps.left[i] = 3 * ix;
-    taps.right[i] = 3 * ix1;
-    taps.w0[i] = 1.0 - d;
-    taps.w1[i] = d;
+    taps.set(static_cast<std::size_t>(x), 3 * ix, 3 * ix1, 1.0 - d, d);
   }
 
   const bool wholeRows = 2 * static_cast<std::int64_t>(lNewWidth) >= src.width;
-#ifdef QORV_RESAMPLE_AVX2
-  const bool avx2 = cpuFeatures().avx2;
-#endif
   // Rows are independent: large pictures are split over the row pool.
   parallelRows(0, lNewHeight - 1, static_cast<std::int64_t>(lNewWidth) * 24,
                [&](std::int32_t yFirst, std::int32_t yLast) {
-    std::vector<std::int32_t> v(wholeRows ? static_cast<std::size_t>(src.rowBytes()) + 1 : 0);
+    std::vector<float> v(wholeRows ? static_cast<std::size_t>(src.rowBytes()) + 1 : 0);
     for (std::int32_t y = yFirst; y <= yLast; ++y) {
       const RowTap t = rowTap(y, yScale, src.height);
       const std::uint8_t* r0 = src.row(t.iy);
@@ -191,15 +236,8 @@ std::unique_ptr<cDIBSection> cDIBSection::Resample(std::int32_t lNewHeight, std:
         rowPerPixel(r0, r1, t, taps, o, lNewWidth);
         continue;
       }
-#ifdef QORV_RESAMPLE_AVX2
-      if (avx2) {
-        verticalRowAvx2(r0, r1, t.w0, t.w1, v.data(), src.rowBytes());
-        horizontalRowAvx2(v.data(), taps, o, lNewWidth);
-        continue;
-      }
-#endif
-      verticalRow(r0, r1, t.w0, t.w1, v.data(), src.rowBytes());
-      horizontalRow(v.data(), taps, o, 0, lNewWidth);
+      resample::verticalRow(r0, r1, t.w0, t.w1, v.data(), src.rowBytes());
+      resample::horizontalRow(v.data(), taps, o, lNewWidth);
     }
   });
   return out;
