@@ -8,6 +8,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -21,6 +23,7 @@
 #include "decoder/Sandbox.h"
 #include "imageio/DecodeCore.h"
 #include "imageio/DecodeProtocol.h"
+#include "platform/PixelRow.h"
 
 #include <FreeImage.h>
 
@@ -66,22 +69,16 @@ bool misbehave(DecoderTestAction action, DecodeWireReply& reply) {
   return false;
 }
 
-// One library row (bottom-up storage) as a device row of B,G,R,X; X is 0
-// unless the alpha is being handed over in it.
-template <int SrcBytes>
-void deviceRow(const BYTE* src, unsigned char* out, unsigned width, bool keepX) {
-  if constexpr (SrcBytes == 4) {
-    std::memcpy(out, src, static_cast<std::size_t>(width) * 4);
-    if (!keepX)
-      for (unsigned x = 0; x < width; ++x) out[x * 4 + 3] = 0;
-  } else {
-    for (unsigned x = 0; x < width; ++x) {
-      out[x * 4 + 0] = src[x * 3 + 0];
-      out[x * 4 + 1] = src[x * 3 + 1];
-      out[x * 4 + 2] = src[x * 3 + 2];
-      out[x * 4 + 3] = 0;
-    }
+// Writes all of `data` at the file's position; false on an error.
+bool writeAll(int fd, const unsigned char* data, std::size_t size) {
+  while (size > 0) {
+    const ssize_t put = ::write(fd, data, size);
+    if (put < 0 && errno == EINTR) continue;
+    if (put <= 0) return false;
+    data += put;
+    size -= static_cast<std::size_t>(put);
   }
+  return true;
 }
 
 // The picture as 32-bit top-down rows in a sealed memory file; none on failure.
@@ -103,20 +100,29 @@ UniqueFd pixelsFile(FIBITMAP* dib, DecodeWireReply& reply) {
   const std::size_t bytes = stride * h;
   UniqueFd mem(::memfd_create("qorv-pixels", MFD_CLOEXEC | MFD_ALLOW_SEALING));
   if (!mem || ::ftruncate(mem.get(), static_cast<off_t>(bytes)) != 0) return UniqueFd();
-  // Populated at once: one pass over the page tables instead of a fault a page.
-  void* map = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_POPULATE, mem.get(), 0);
-  if (map == MAP_FAILED) return UniqueFd();
-  auto* out = static_cast<unsigned char*>(map);
+  // Rows are converted into a small buffer that stays in the cache and
+  // written into the file from there: the system fills fresh pages straight
+  // from it, where a mapping of the file would first zero every page, map it,
+  // and unmap it again afterwards.
+  const std::size_t rowsPerChunk = std::max<std::size_t>(1, (std::size_t{256} << 10) / stride);
+  std::vector<unsigned char> chunk(rowsPerChunk * stride);
   const unsigned pitch = FreeImage_GetPitch(dib);
   const BYTE* bits = FreeImage_GetBits(dib);
-  const bool rgb = FreeImage_GetBPP(dib) == 24;
-  for (unsigned y = 0; y < h; ++y) {
-    const BYTE* src = bits + static_cast<std::size_t>(h - 1 - y) * pitch;  // library rows run bottom-up
-    unsigned char* row = out + static_cast<std::size_t>(y) * stride;
-    if (rgb) deviceRow<3>(src, row, w, false);
-    else deviceRow<4>(src, row, w, reply.hasAlpha != 0);
+  const std::int32_t from = FreeImage_GetBPP(dib) == 24 ? 3 : 4;
+  // 32-bit rows keep their fourth byte where it carries the alpha handed over;
+  // otherwise it is cleared, as every device bitmap holds it.
+  const bool keepX = from == 4 && reply.hasAlpha != 0;
+  for (unsigned y0 = 0; y0 < h; y0 += static_cast<unsigned>(rowsPerChunk)) {
+    const unsigned rows = std::min<unsigned>(static_cast<unsigned>(rowsPerChunk), h - y0);
+    for (unsigned r = 0; r < rows; ++r) {
+      const unsigned y = y0 + r;
+      const BYTE* src = bits + static_cast<std::size_t>(h - 1 - y) * pitch;  // library rows run bottom-up
+      unsigned char* row = chunk.data() + r * stride;
+      if (keepX) std::memcpy(row, src, stride);
+      else qorv::copyPixelRow(src, from, row, 4, static_cast<std::int32_t>(w), false);
+    }
+    if (!writeAll(mem.get(), chunk.data(), rows * stride)) return UniqueFd();
   }
-  ::munmap(map, bytes);
   // The control maps this memory: it must not shrink (a read past the new
   // end would kill the control) nor change under it.
   if (::fcntl(mem.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL) != 0)

@@ -13,6 +13,7 @@
 #include <cstdint>
 
 #include <QorvPictureBox/gdi.h>
+#include "platform/PixelRow.h"
 
 namespace qorv {
 
@@ -41,12 +42,6 @@ struct PixelRows {
     return PixelRows{bits, stride, width, height, bytesPerPixel};
   }
 };
-
-// Copies the first n pixels of one row, 3 or 4 bytes a pixel on either side;
-// 32-bit results get an X byte of 0. `stream` writes around the cache, for
-// destinations too large to stay in it. The rows must not overlap.
-void copyPixelRow(const std::uint8_t* src, std::int32_t srcBytesPerPixel, std::uint8_t* dst,
-                  std::int32_t dstBytesPerPixel, std::int32_t n, bool stream);
 
 // Copies every pixel of `src` into `dst` at the same place (the smaller of
 // the two sizes); bytes past each row's last pixel are left alone. Large
