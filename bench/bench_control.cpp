@@ -359,16 +359,24 @@ void ControlBlackAndWhite(benchmark::State& s) {
 }
 
 // Loads as the command-line tool does (DoNotRender), and as a viewer does:
-// rendered into the view at once.
+// rendered into the view at once. By default the file is decoded in the
+// confined helper process; the in-process cases show what that costs.
 void ControlLoad(benchmark::State& state, FREE_IMAGE_FORMAT fif, const char* name, const std::string& key,
-                 const std::string& peer, bool render = false) {
+                 const std::string& peer, bool render = false, bool isolated = true) {
   bothThreads();
   const QString path = QFile::decodeName(QByteArray::fromStdString(photoFile(fif, name)));
   Control c;
+  c.control.setIsolatedDecoding(isolated);
   measure(state, key, {peer}, [&] { c.control.LoadFreeImage(path, -1, QString(), !render); });
 }
 void ControlLoadJpeg(benchmark::State& s) { ControlLoad(s, FIF_JPEG, "photo.jpg", "control_load_jpeg", "fi_load_jpeg"); }
 void ControlLoadPng(benchmark::State& s) { ControlLoad(s, FIF_PNG, "photo.png", "control_load_png", "fi_load_png"); }
+void ControlLoadJpegInProcess(benchmark::State& s) {
+  ControlLoad(s, FIF_JPEG, "photo.jpg", "control_load_jpeg_in_process", "fi_load_jpeg", false, false);
+}
+void ControlLoadPngInProcess(benchmark::State& s) {
+  ControlLoad(s, FIF_PNG, "photo.png", "control_load_png_in_process", "fi_load_png", false, false);
+}
 void ControlLoadJpegShown(benchmark::State& s) {
   ControlLoad(s, FIF_JPEG, "photo.jpg", "control_load_jpeg_shown", "fi_load_jpeg", true);
 }
@@ -422,6 +430,8 @@ QORV_CASE(ControlResample, 5);
 QORV_CASE(ControlBlackAndWhite, 5);
 QORV_CASE(ControlLoadJpeg, 5);
 QORV_CASE(ControlLoadPng, 5);
+QORV_CASE(ControlLoadJpegInProcess, 5);
+QORV_CASE(ControlLoadPngInProcess, 5);
 QORV_CASE(ControlLoadJpegShown, 5);
 QORV_CASE(ControlSaveJpeg, 5);
 QORV_CASE(ControlSaveBmp, 5);

@@ -54,8 +54,17 @@ std::uint8_t* mapPixels(int fd, std::size_t bytes) {
   if (bytes == 0 || seals < 0 || (seals & needed) != needed || ::fstat(fd, &st) != 0 ||
       static_cast<std::uint64_t>(st.st_size) < bytes)
     return nullptr;
-  void* p = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_POPULATE, fd, 0);
-  return p == MAP_FAILED ? nullptr : static_cast<std::uint8_t*>(p);
+  // Populating a writable private mapping would break the sharing of every
+  // page at once (the system copies each one, as if it had been written):
+  // the pages are populated read-only, then the mapping is made writable, so
+  // that only pages drawn on are copied.
+  void* p = ::mmap(nullptr, bytes, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
+  if (p == MAP_FAILED) return nullptr;
+  if (::mprotect(p, bytes, PROT_READ | PROT_WRITE) != 0) {
+    ::munmap(p, bytes);
+    return nullptr;
+  }
+  return static_cast<std::uint8_t*>(p);
 }
 
 void unmapPixels(std::uint8_t* data, std::size_t bytes) { ::munmap(data, bytes); }
