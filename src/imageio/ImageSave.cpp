@@ -11,9 +11,11 @@
 #include "platform/PixelRows.h"
 #include "platform/ScopedGdi.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -97,6 +99,24 @@ bool writeDib(QFileDevice& file, FIBITMAP* dib, std::int32_t fif, std::int32_t f
   return ok && file.error() == QFileDevice::NoError;
 }
 
+// Puts `temp` in place of `finalName` in one step. Renaming over an existing
+// file makes some file systems (ext4) write the new file out at once, as
+// though it had been synced: the very cost a save without the flush is asked
+// to leave out. Exchanging the two names has the same all-or-nothing effect
+// for anyone looking at the target name without that write-out; the old file,
+// now under the temporary name, is then removed (should that fail, it stays
+// there, as a temporary file does after a crash). Where exchanging is not
+// supported (or the target does not exist) it is a plain rename.
+bool replaceWithoutFlush(const QByteArray& temp, const QByteArray& finalName) {
+#ifdef RENAME_EXCHANGE
+  if (::renameat2(AT_FDCWD, temp.constData(), AT_FDCWD, finalName.constData(), RENAME_EXCHANGE) == 0) {
+    ::unlink(temp.constData());  // the old file
+    return true;
+  }
+#endif
+  return ::rename(temp.constData(), finalName.constData()) == 0;
+}
+
 // The same temporary-file-and-rename as QSaveFile without its flush: the
 // temporary name beside the target, the target's permissions (a new file
 // gets the usual 0666 less the umask), and nothing left behind on failure.
@@ -122,7 +142,7 @@ bool saveWithoutFlush(FIBITMAP* dib, std::int32_t fif, const QString& path, std:
     if (file.isOpen()) ok = file.flush() && ok;
   }
   ok = ::close(fd) == 0 && ok;
-  if (ok && ::rename(temp.constData(), finalName.constData()) == 0) return true;
+  if (ok && replaceWithoutFlush(temp, finalName)) return true;
   ::unlink(temp.constData());
   return false;
 }
