@@ -119,29 +119,40 @@ constexpr float kDoubtful = 0.5f - 1.0f / 16384;
   verticalRowDouble(r0 + k, r1 + k, w0, w1, v + k, bytes - k);
 }
 
-// Two destination pixels per step: blue, green and red of each (and a fourth
-// value that is thrown away) in one half of a register. Each pixel is stored
-// as four bytes: the fourth lands on the next pixel's blue, written next.
+// Blue, green and red of pixel x in lanes 0-2 and of pixel x + 1 in lanes
+// 4-6 (lanes 3 and 7 hold values no one uses), rounded; `doubt` as above.
+[[gnu::target("avx2"), gnu::always_inline]] inline __m256i pixelPair(const float* v, const resample::ColumnTaps& taps,
+                                                                    std::size_t x, int& doubt) {
+  const __m256 l = _mm256_loadu2_m128(v + taps.left[x + 1], v + taps.left[x]);
+  const __m256 r = _mm256_loadu2_m128(v + taps.right[x + 1], v + taps.right[x]);
+  const __m256 w0 = _mm256_loadu_ps(&taps.w0f[4 * x]);
+  const __m256 w1 = _mm256_loadu_ps(&taps.w1f[4 * x]);
+  const __m256i q = _mm256_cvtps_epi32(roundedSum(w0, l, w1, r, taps.exact, doubt));
+  doubt &= 0x77;
+  return q;
+}
+
+// Four destination pixels per step, packed to twelve bytes and stored as
+// sixteen: the last four land on the next two pixels, written next. Steps
+// with a doubtful sum are done again in double precision.
 [[gnu::target("avx2")]] void horizontalRowAvx2(const float* v, const resample::ColumnTaps& taps, std::uint8_t* o,
                                                std::int32_t n) {
+  const __m128i compact = _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
   std::int32_t x = 0;
-  for (; x + 2 < n; x += 2) {
+  for (; x + 6 <= n; x += 4) {
     const auto i = static_cast<std::size_t>(x);
-    const __m256 l = _mm256_loadu2_m128(v + taps.left[i + 1], v + taps.left[i]);
-    const __m256 r = _mm256_loadu2_m128(v + taps.right[i + 1], v + taps.right[i]);
-    const __m256 w0 = _mm256_set_m128(_mm_broadcast_ss(&taps.w0f[i + 1]), _mm_broadcast_ss(&taps.w0f[i]));
-    const __m256 w1 = _mm256_set_m128(_mm_broadcast_ss(&taps.w1f[i + 1]), _mm_broadcast_ss(&taps.w1f[i]));
-    int doubt;
-    const __m256i q = _mm256_cvtps_epi32(roundedSum(w0, l, w1, r, taps.exact, doubt));
-    if (doubt & 0x77) {  // the fourth lanes are no one's values
-      horizontalRowDouble(v, taps, o, x, x + 2);
+    int doubtA, doubtB;
+    const __m256i a = pixelPair(v, taps, i, doubtA);      // pixels x, x + 1
+    const __m256i b = pixelPair(v, taps, i + 2, doubtB);  // pixels x + 2, x + 3
+    if (doubtA | doubtB) {
+      horizontalRowDouble(v, taps, o, x, x + 4);
       continue;
     }
-    const __m256i bytes = _mm256_packus_epi16(_mm256_packs_epi32(q, q), _mm256_setzero_si256());
-    const std::int32_t first = _mm256_cvtsi256_si32(bytes);
-    const std::int32_t second = _mm256_extract_epi32(bytes, 4);
-    std::memcpy(o + 3 * x, &first, 4);
-    std::memcpy(o + 3 * x + 3, &second, 4);
+    // Bytes: lane 0 holds x then x + 2, lane 1 holds x + 1 then x + 3.
+    const __m256i bytes = _mm256_packus_epi16(_mm256_packs_epi32(a, b), _mm256_setzero_si256());
+    const __m128i ordered =
+        _mm_unpacklo_epi32(_mm256_castsi256_si128(bytes), _mm256_extracti128_si256(bytes, 1));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 3 * x), _mm_shuffle_epi8(ordered, compact));
   }
   // The last pixels write their own three bytes only.
   horizontalRowDouble(v, taps, o, x, n);
@@ -162,8 +173,8 @@ void ColumnTaps::resize(std::size_t n) {
   right.resize(n);
   w0.resize(n);
   w1.resize(n);
-  w0f.resize(n);
-  w1f.resize(n);
+  w0f.resize(4 * n + 4);
+  w1f.resize(4 * n + 4);
   exact = true;
 }
 
@@ -172,8 +183,10 @@ void ColumnTaps::set(std::size_t i, std::int32_t l, std::int32_t r, double a, do
   right[i] = r;
   w0[i] = a;
   w1[i] = b;
-  w0f[i] = static_cast<float>(a);
-  w1f[i] = static_cast<float>(b);
+  for (std::size_t k = 0; k < 4; ++k) {
+    w0f[4 * i + k] = static_cast<float>(a);
+    w1f[4 * i + k] = static_cast<float>(b);
+  }
   exact = exact && exactPair(a, b);
 }
 

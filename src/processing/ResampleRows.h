@@ -28,7 +28,9 @@ bool exactPair(double w0, double w1);
 struct ColumnTaps {
   std::vector<std::int32_t> left, right;
   std::vector<double> w0, w1;
-  std::vector<float> w0f, w1f;  // the weights in single precision
+  // The weights in single precision, four copies each (pixel i's from
+  // 4 * i on), so that one load gives two neighbouring pixels theirs.
+  std::vector<float> w0f, w1f;
   bool exact = true;  // every pair exactPair()
 
   void resize(std::size_t n);
