@@ -16,15 +16,16 @@
 // small buffer and applied in the column order's sequence, so every pixel of
 // both images ends with the same bytes as the column-by-column walk gives.
 //
-// Rows are claimed in order by the threads of the row pool; a row keeps behind
-// the row before it by a chunk of pixels, so two threads walk neighbouring
-// rows at once. The result is the same bytes on one thread or two.
+// Pairs of rows are claimed in order by the threads of the row pool; each
+// thread walks its two rows together, the lower two pixels behind, and a pair
+// keeps behind the pair before it by a chunk of pixels, so two threads walk
+// neighbouring pairs at once. The result is the same bytes on one thread or
+// two.
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <thread>
 #include <vector>
 
 #include <QorvPictureBox/gdi.h>
@@ -70,76 +71,120 @@ struct Handover {
 // Pixels a row walks before it tells the next row how far it is.
 constexpr std::int32_t kChunk = 256;
 
+// One row under way: its pixels, what the row before handed over (`in`),
+// what it hands to the next (`out`), and the right-hand share carried from
+// one pixel to the next.
+struct RowWalk {
+  std::uint8_t* pa;
+  std::uint8_t* pb;
+  const Handover* in;
+  Handover* out;
+  std::int32_t right = 0;
+};
+
 struct Diffusion {
   DibView a, b;
   std::int32_t width = 0, lastPixel = 0;
   std::array<Spread, 256> spread = spreadTable();
 
-  // Pixels x0..x1-1 of row y; `in` holds what the row before handed over,
-  // `out` receives what this row hands to the next. `right` carries the
-  // right-hand share from one pixel to the next.
-  void walk(std::int32_t y, std::int32_t x0, std::int32_t x1, const Handover& in, Handover& out,
-            std::int32_t& right) const {
-    std::uint8_t* pa = a.row(y);
-    std::uint8_t* pb = b.row(y);
-    for (std::int32_t x = x0; x < x1; ++x) {
-      const auto i = static_cast<std::size_t>(x) + 1;
-      std::int32_t v = pa[3 * x];
-      v = clamp255(v + in.belowRight[i]);
-      v = clamp255(v + right);
-      v = clamp255(v + in.below[i]);
-      const Spread& s = spread[static_cast<std::size_t>(v)];
-      pb[3 * x] = pb[3 * x + 1] = pb[3 * x + 2] = s.out;
-      const auto final = static_cast<std::uint8_t>(clamp255(v + in.belowLeft[i]));
-      pa[3 * x] = pa[3 * x + 1] = pa[3 * x + 2] = final;
-      right = s.right;
-      // The first and the last column spread straight down only.
-      const bool inner = x > 0 && x < lastPixel;
-      out.below[i] = s.below;
-      out.belowRight[i + 1] = inner ? s.belowRight : 0;
-      out.belowLeft[i - 1] = inner ? s.belowLeft : 0;
+  [[gnu::always_inline]] inline void pixel(RowWalk& r, std::int32_t x) const {
+    const auto i = static_cast<std::size_t>(x) + 1;
+    const Handover& in = *r.in;
+    Handover& out = *r.out;
+    std::int32_t v = r.pa[3 * x];
+    v = clamp255(v + in.belowRight[i]);
+    v = clamp255(v + r.right);
+    v = clamp255(v + in.below[i]);
+    const Spread& s = spread[static_cast<std::size_t>(v)];
+    r.pb[3 * x] = r.pb[3 * x + 1] = r.pb[3 * x + 2] = s.out;
+    const auto final = static_cast<std::uint8_t>(clamp255(v + in.belowLeft[i]));
+    r.pa[3 * x] = r.pa[3 * x + 1] = r.pa[3 * x + 2] = final;
+    r.right = s.right;
+    // The first and the last column spread straight down only.
+    const bool inner = x > 0 && x < lastPixel;
+    out.below[i] = s.below;
+    out.belowRight[i + 1] = inner ? s.belowRight : 0;
+    out.belowLeft[i - 1] = inner ? s.belowLeft : 0;
+  }
+
+  void walk(RowWalk& r, std::int32_t x0, std::int32_t x1) const {
+    for (std::int32_t x = x0; x < x1; ++x) pixel(r, x);
+  }
+
+  // Pixels x0..x1-1 of the upper row and x0-2..x1-3 of the lower one: the
+  // lower row's pixel needs the upper row's up to one to its right, done by
+  // then. The two rows' chains of dependent steps are independent of each
+  // other, so the processor overlaps them.
+  void walkPair(RowWalk& up, RowWalk& low, std::int32_t x0, std::int32_t x1) const {
+    std::int32_t x = x0;
+    for (; x < x1 && x < 2; ++x) pixel(up, x);
+    for (; x < x1; ++x) {
+      pixel(up, x);
+      pixel(low, x - 2);
     }
   }
 };
 
-// Shared by the threads: the next row to claim, how many pixels of each row
-// are done, and one hand-over buffer more than there are threads (row y reads
-// buffer y and writes buffer y + 1, modulo the count: a buffer is written
-// again only by a row claimed after the row that read it has finished).
+// Shared by the threads: the next pair of rows to claim, how many pixels of
+// each row are done, and the hand-over buffers: row y reads buffer y and
+// writes buffer y + 1, modulo their count, two per thread and two more, so
+// that a buffer is written again only by a row claimed after the row that
+// read it has finished.
 struct Wavefront {
   Wavefront(std::int32_t rows, std::int32_t width, std::int32_t threads)
       : done(new std::atomic<std::int32_t>[static_cast<std::size_t>(rows)]) {
     for (std::int32_t y = 0; y < rows; ++y) done[static_cast<std::size_t>(y)].store(0, std::memory_order_relaxed);
-    for (std::int32_t k = 0; k <= threads; ++k) buffers.emplace_back(width);
+    for (std::int32_t k = 0; k < 2 * threads + 2; ++k) buffers.emplace_back(width);
   }
   std::atomic<std::int32_t> next{0};
   std::unique_ptr<std::atomic<std::int32_t>[]> done;
   std::vector<Handover> buffers;
 };
 
-// Claims rows in order until none is left. Pixels up to x1 - 1 of a row wait
-// until the row before has done pixel x1 (its below-left share to x1 - 1 is
-// handed over then). The lowest unfinished row never waits, so no thread
-// waits for ever.
+// Tells a waiting row how far this one is.
+void publish(std::atomic<std::int32_t>& done, std::int32_t pixels) {
+  done.store(pixels, std::memory_order_release);
+  done.notify_all();
+}
+
+// Claims pairs of rows in order until none is left. Pixels up to x1 - 1 of
+// a pair's upper row wait until the row before has done pixel x1 (its
+// below-left share to x1 - 1 is handed over then). The lowest unfinished pair
+// never waits, so no thread waits for ever.
 void runRows(const Diffusion& d, Wavefront& w) {
   const std::int32_t rows = d.a.height;
   const auto ring = static_cast<std::int32_t>(w.buffers.size());
-  for (std::int32_t y = w.next.fetch_add(1); y < rows; y = w.next.fetch_add(1)) {
-    const Handover& in = w.buffers[static_cast<std::size_t>(y % ring)];
-    Handover& out = w.buffers[static_cast<std::size_t>((y + 1) % ring)];
+  auto walkOf = [&](std::int32_t y) {
+    return RowWalk{d.a.row(y), d.b.row(y), &w.buffers[static_cast<std::size_t>(y % ring)],
+                   &w.buffers[static_cast<std::size_t>((y + 1) % ring)]};
+  };
+  for (std::int32_t y = 2 * w.next.fetch_add(1); y < rows; y = 2 * w.next.fetch_add(1)) {
+    const bool pair = y + 1 < rows;
+    RowWalk up = walkOf(y);
+    RowWalk low = pair ? walkOf(y + 1) : up;
     std::atomic<std::int32_t>* before = y > 0 ? &w.done[static_cast<std::size_t>(y - 1)] : nullptr;
-    std::atomic<std::int32_t>& mine = w.done[static_cast<std::size_t>(y)];
     std::int32_t known = before ? before->load(std::memory_order_acquire) : d.width;
-    std::int32_t right = 0;
     for (std::int32_t x0 = 0; x0 < d.width; x0 += kChunk) {
       const std::int32_t x1 = std::min(x0 + kChunk, d.width);
       const std::int32_t need = std::min(x1 + 1, d.width);
+      // A short spin covers the usual wait of a few pixels; beyond it the
+      // thread sleeps until the row before moves on, leaving the core to
+      // whatever it is waiting for on a busy machine.
       for (int spins = 0; known < need; ++spins) {
-        if (spins > 64) std::this_thread::yield();
+        if (spins > 64) before->wait(known, std::memory_order_acquire);
         known = before->load(std::memory_order_acquire);
       }
-      d.walk(y, x0, x1, in, out, right);
-      mine.store(x1, std::memory_order_release);
+      if (pair) {
+        d.walkPair(up, low, x0, x1);
+        publish(w.done[static_cast<std::size_t>(y + 1)], std::max(0, x1 - 2));
+      } else {
+        d.walk(up, x0, x1);
+      }
+      publish(w.done[static_cast<std::size_t>(y)], x1);
+    }
+    if (pair) {
+      d.walk(low, std::max(0, d.width - 2), d.width);
+      publish(w.done[static_cast<std::size_t>(y + 1)], d.width);
     }
   }
 }
