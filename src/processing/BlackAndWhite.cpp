@@ -25,6 +25,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -60,68 +61,92 @@ std::array<Spread, 256> spreadTable() {
 
 inline std::int32_t clamp255(std::int32_t v) { return v < 0 ? 0 : (v > 255 ? 255 : v); }
 
-// The additions a row hands to the next, by kind. Index x + 1 holds pixel x,
-// so that the neighbours of the first and last pixel have a slot.
+// What a row hands to the next: the value each of its pixels was judged by
+// (index x + 1 for pixel x, so that the first and last pixel have
+// neighbours' slots); the next row looks the shares up. 0 (no error) before
+// the first row.
 struct Handover {
-  std::vector<std::int16_t> belowRight, below, belowLeft;
-  explicit Handover(std::int32_t width)
-      : belowRight(static_cast<std::size_t>(width) + 2), below(belowRight.size()), belowLeft(belowRight.size()) {}
+  std::vector<std::uint8_t> value;
+  explicit Handover(std::int32_t width) : value(static_cast<std::size_t>(width) + 2) {}
 };
 
 // Pixels a row walks before it tells the next row how far it is.
-constexpr std::int32_t kChunk = 256;
+constexpr std::int32_t kChunk = 1024;
 
-// One row under way: its pixels, what the row before handed over (`in`),
-// what it hands to the next (`out`), and the right-hand share carried from
-// one pixel to the next.
+// One row under way: its pixels, the values the row before was judged by
+// (`in`), this row's (`out`), and the right-hand share carried from one pixel
+// to the next.
 struct RowWalk {
   std::uint8_t* pa;
   std::uint8_t* pb;
-  const Handover* in;
-  Handover* out;
+  const std::uint8_t* in;
+  std::uint8_t* out;
   std::int32_t right = 0;
 };
+
+// Pixel x of a row. Each result goes out in one four-byte store whose fourth
+// byte lands on the next pixel's first, written by that pixel in turn (the
+// last pixel stores its three bytes one by one). The working image's first
+// byte of the next pixel is therefore not read: its second, equal after the
+// grayscale and untouched until then, is.
+[[gnu::always_inline]] inline void pixel(RowWalk& r, std::int32_t x, std::int32_t lastPixel, const Spread* spread) {
+  const std::uint8_t* above = r.in + x;  // pixels x - 1, x, x + 1
+  // The first and the last column spread straight down only.
+  const std::int32_t belowRight = x >= 2 && x <= lastPixel ? spread[above[0]].belowRight : 0;
+  const std::int32_t belowLeft = x + 2 <= lastPixel ? spread[above[2]].belowLeft : 0;
+  std::int32_t v = r.pa[3 * x + 1];
+  v = clamp255(v + belowRight);
+  v = clamp255(v + r.right);
+  v = clamp255(v + spread[above[1]].below);
+  const Spread& s = spread[v];
+  const auto final = static_cast<std::uint8_t>(clamp255(v + belowLeft));
+  r.right = s.right;
+  r.out[x + 1] = static_cast<std::uint8_t>(v);
+  std::uint8_t* pa = r.pa + 3 * x;
+  std::uint8_t* pb = r.pb + 3 * x;
+  if (x < lastPixel) {
+    const std::uint32_t a4 = final * 0x01010101u;
+    const std::uint32_t b4 = s.out * 0x01010101u;
+    std::memcpy(pa, &a4, 4);
+    std::memcpy(pb, &b4, 4);
+  } else {
+    pa[0] = pa[1] = pa[2] = final;
+    pb[0] = pb[1] = pb[2] = s.out;
+  }
+}
 
 struct Diffusion {
   DibView a, b;
   std::int32_t width = 0, lastPixel = 0;
   std::array<Spread, 256> spread = spreadTable();
 
-  [[gnu::always_inline]] inline void pixel(RowWalk& r, std::int32_t x) const {
-    const auto i = static_cast<std::size_t>(x) + 1;
-    const Handover& in = *r.in;
-    Handover& out = *r.out;
-    std::int32_t v = r.pa[3 * x];
-    v = clamp255(v + in.belowRight[i]);
-    v = clamp255(v + r.right);
-    v = clamp255(v + in.below[i]);
-    const Spread& s = spread[static_cast<std::size_t>(v)];
-    r.pb[3 * x] = r.pb[3 * x + 1] = r.pb[3 * x + 2] = s.out;
-    const auto final = static_cast<std::uint8_t>(clamp255(v + in.belowLeft[i]));
-    r.pa[3 * x] = r.pa[3 * x + 1] = r.pa[3 * x + 2] = final;
-    r.right = s.right;
-    // The first and the last column spread straight down only.
-    const bool inner = x > 0 && x < lastPixel;
-    out.below[i] = s.below;
-    out.belowRight[i + 1] = inner ? s.belowRight : 0;
-    out.belowLeft[i - 1] = inner ? s.belowLeft : 0;
-  }
-
-  void walk(RowWalk& r, std::int32_t x0, std::int32_t x1) const {
-    for (std::int32_t x = x0; x < x1; ++x) pixel(r, x);
+  // The walks keep their state in locals: every byte they store could
+  // otherwise be the state itself, as far as the compiler knows, and would
+  // force it back to memory at each pixel.
+  void walk(RowWalk& row, std::int32_t x0, std::int32_t x1) const {
+    RowWalk r = row;
+    const std::int32_t last = lastPixel;
+    const Spread* table = spread.data();
+    for (std::int32_t x = x0; x < x1; ++x) pixel(r, x, last, table);
+    row = r;
   }
 
   // Pixels x0..x1-1 of the upper row and x0-2..x1-3 of the lower one: the
   // lower row's pixel needs the upper row's up to one to its right, done by
   // then. The two rows' chains of dependent steps are independent of each
   // other, so the processor overlaps them.
-  void walkPair(RowWalk& up, RowWalk& low, std::int32_t x0, std::int32_t x1) const {
+  void walkPair(RowWalk& upper, RowWalk& lower, std::int32_t x0, std::int32_t x1) const {
+    RowWalk up = upper, low = lower;
+    const std::int32_t last = lastPixel;
+    const Spread* table = spread.data();
     std::int32_t x = x0;
-    for (; x < x1 && x < 2; ++x) pixel(up, x);
+    for (; x < x1 && x < 2; ++x) pixel(up, x, last, table);
     for (; x < x1; ++x) {
-      pixel(up, x);
-      pixel(low, x - 2);
+      pixel(up, x, last, table);
+      pixel(low, x - 2, last, table);
     }
+    upper = up;
+    lower = low;
   }
 };
 
@@ -132,14 +157,27 @@ struct Diffusion {
 // read it has finished.
 struct Wavefront {
   Wavefront(std::int32_t rows, std::int32_t width, std::int32_t threads)
-      : done(new std::atomic<std::int32_t>[static_cast<std::size_t>(rows)]) {
-    for (std::int32_t y = 0; y < rows; ++y) done[static_cast<std::size_t>(y)].store(0, std::memory_order_relaxed);
+      : progress(new Progress[static_cast<std::size_t>(rows)]) {
     for (std::int32_t k = 0; k < 2 * threads + 2; ++k) buffers.emplace_back(width);
   }
   std::atomic<std::int32_t> next{0};
-  std::unique_ptr<std::atomic<std::int32_t>[]> done;
+  // Each row's count on a cache line of its own: the other thread polls it.
+  struct alignas(64) Progress {
+    std::atomic<std::int32_t> pixels{0};
+  };
+  std::unique_ptr<Progress[]> progress;
+  std::atomic<std::int32_t>& done(std::int32_t y) { return progress[static_cast<std::size_t>(y)].pixels; }
   std::vector<Handover> buffers;
 };
+
+// Polls of the row above before a waiting row sleeps.
+constexpr int kSpins = 64;
+
+inline void pauseBriefly() {
+#if defined(__x86_64__) || defined(__i386__)
+  __builtin_ia32_pause();
+#endif
+}
 
 // Tells a waiting row how far this one is.
 void publish(std::atomic<std::int32_t>& done, std::int32_t pixels) {
@@ -155,36 +193,37 @@ void runRows(const Diffusion& d, Wavefront& w) {
   const std::int32_t rows = d.a.height;
   const auto ring = static_cast<std::int32_t>(w.buffers.size());
   auto walkOf = [&](std::int32_t y) {
-    return RowWalk{d.a.row(y), d.b.row(y), &w.buffers[static_cast<std::size_t>(y % ring)],
-                   &w.buffers[static_cast<std::size_t>((y + 1) % ring)]};
+    return RowWalk{d.a.row(y), d.b.row(y), w.buffers[static_cast<std::size_t>(y % ring)].value.data(),
+                   w.buffers[static_cast<std::size_t>((y + 1) % ring)].value.data()};
   };
   for (std::int32_t y = 2 * w.next.fetch_add(1); y < rows; y = 2 * w.next.fetch_add(1)) {
     const bool pair = y + 1 < rows;
     RowWalk up = walkOf(y);
     RowWalk low = pair ? walkOf(y + 1) : up;
-    std::atomic<std::int32_t>* before = y > 0 ? &w.done[static_cast<std::size_t>(y - 1)] : nullptr;
+    std::atomic<std::int32_t>* before = y > 0 ? &w.done(y - 1) : nullptr;
     std::int32_t known = before ? before->load(std::memory_order_acquire) : d.width;
     for (std::int32_t x0 = 0; x0 < d.width; x0 += kChunk) {
       const std::int32_t x1 = std::min(x0 + kChunk, d.width);
       const std::int32_t need = std::min(x1 + 1, d.width);
-      // A short spin covers the usual wait of a few pixels; beyond it the
+      // A short spin covers a wait that is about to end; beyond it the
       // thread sleeps until the row before moves on, leaving the core to
       // whatever it is waiting for on a busy machine.
       for (int spins = 0; known < need; ++spins) {
-        if (spins > 64) before->wait(known, std::memory_order_acquire);
+        if (spins < kSpins) pauseBriefly();
+        else before->wait(known, std::memory_order_acquire);
         known = before->load(std::memory_order_acquire);
       }
       if (pair) {
         d.walkPair(up, low, x0, x1);
-        publish(w.done[static_cast<std::size_t>(y + 1)], std::max(0, x1 - 2));
+        publish(w.done(y + 1), std::max(0, x1 - 2));
       } else {
         d.walk(up, x0, x1);
       }
-      publish(w.done[static_cast<std::size_t>(y)], x1);
+      publish(w.done(y), x1);
     }
     if (pair) {
       d.walk(low, std::max(0, d.width - 2), d.width);
-      publish(w.done[static_cast<std::size_t>(y + 1)], d.width);
+      publish(w.done(y + 1), d.width);
     }
   }
 }
