@@ -116,16 +116,16 @@ TEST_P(DirectFilter, MatchesTheWorkingImageRoute) {
   ref.ProcessImage(image, buffer);
   const std::vector<std::uint8_t> want = bytesOf(operation::pictureFrom(image));
 
-  std::vector<Raised> raised;
+  std::vector<Raised> progress;
   ctl->setEventHook([&](int id, QVariantList& a) {
     const auto e = static_cast<EventId>(id);
-    if (e == EventId::ProcessInit || e == EventId::Process || e == EventId::ProcessComplete) raised.push_back({e, a});
+    if (e == EventId::ProcessInit || e == EventId::Process || e == EventId::ProcessComplete) progress.push_back({e, a});
   });
   ctl->ApplyFilter(static_cast<qint32>(c.type), c.weight);
 
   ASSERT_FALSE(want.empty());
   EXPECT_EQ(bytesOf(ctl->Picture()), want);
-  EXPECT_EQ(raised, expected);
+  EXPECT_EQ(progress, expected);
   EXPECT_EQ(bytesOf(source), before) << "the picture read from is left as it was";
 }
 
