@@ -23,6 +23,7 @@
 #include <opencv2/imgproc.hpp>
 #endif
 
+#include "BenchPictures.h"
 #include "platform/RowParallel.h"
 #include "processing/cDIBSection.h"
 #include "processing/cImageProcessDIB.h"
@@ -39,21 +40,13 @@ constexpr int kW = 6000;
 constexpr int kH = 4000;
 constexpr double kAngle = 30.0;
 
-void fill(cDIBSection& d, std::uint32_t seed) {
-  std::mt19937 gen(seed);
-  const std::size_t n = static_cast<std::size_t>(d.BytesPerScanLine()) * d.Height();
-  std::uint8_t* p = d.DIBSectionBitsPtr();
-  for (std::size_t i = 0; i < n; i += 4) {
-    const std::uint32_t v = gen();
-    std::memcpy(p + i, &v, n - i < 4 ? n - i : 4);
-  }
-}
+using bench::fillRandom;
 
 cDIBSection& picture() {
   static cDIBSection* d = [] {
     auto* x = new cDIBSection;  // lives as long as the program
     x->Create(kW, kH);
-    fill(*x, 1);
+    fillRandom(*x, 1);
     return x;
   }();
   return *d;

@@ -25,6 +25,7 @@
 #include "Medians.h"
 #include "control/QorvPicturePrivate.h"
 #include "platform/GdiSurface.h"
+#include "BenchPictures.h"
 #include "platform/RowParallel.h"
 #include "platform/ScopedGdi.h"
 #include "processing/Rotation.h"
@@ -128,19 +129,15 @@ void EngineGrayscale(benchmark::State& state) {
 
 void EngineQuarterTurn(benchmark::State& state) {
   bothThreads();
-  const qorv::ScopedMemDC src(gdi::CreateCompatibleDC(0));
-  const qorv::ScopedMemDC dst(gdi::CreateCompatibleDC(0));
-  const qorv::ScopedBitmap a(gdi::CreateCompatibleBitmap(0, kW, kH));
-  const qorv::ScopedBitmap b(gdi::CreateCompatibleBitmap(0, kH, kW));
-  const qorv::ScopedSelect selA(src.get(), a.get());
-  const qorv::ScopedSelect selB(dst.get(), b.get());
+  const bench::QuarterTurnPanes panes(kW, kH);
+  const gdi::HDC src = panes.src.get(), dst = panes.dst.get();
   const qorv::ScopedMemDC pic(gdi::CreateCompatibleDC(0));
   {
     const qorv::ScopedSelect selPic(pic.get(), photo()->Handle());
-    gdi::BitBlt(src.get(), 0, 0, kW, kH, pic.get(), 0, 0, gdi::SRCCOPY);
+    gdi::BitBlt(src, 0, 0, kW, kH, pic.get(), 0, 0, gdi::SRCCOPY);
   }
   measure(state, "engine_quarter_turn", {},
-          [&] { qorv::rotateBlt(dst.get(), kH / 2, kW / 2, 90, src.get(), 0, 0, kW, kH); });
+          [&] { qorv::rotateBlt(dst, kH / 2, kW / 2, 90, src, 0, 0, kW, kH); });
 }
 
 void EngineResample(benchmark::State& state) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <QorvPictureBox/gdi.h>
+#include "BenchPictures.h"
 #include "platform/RowParallel.h"
 #include "platform/ScopedGdi.h"
 #include "processing/Rotation.h"
@@ -24,15 +25,7 @@ namespace filter = qorv::filter;
 constexpr int kW = 6000;
 constexpr int kH = 4000;
 
-void fill(cDIBSection& d, std::uint32_t seed) {
-  std::mt19937 gen(seed);
-  const std::size_t n = static_cast<std::size_t>(d.BytesPerScanLine()) * d.Height();
-  std::uint8_t* p = d.DIBSectionBitsPtr();
-  for (std::size_t i = 0; i < n; i += 4) {
-    const std::uint32_t v = gen();
-    std::memcpy(p + i, &v, n - i < 4 ? n - i : 4);
-  }
-}
+using bench::fillRandom;
 
 struct Pictures {
   cDIBSection image, buffer;
@@ -40,8 +33,8 @@ struct Pictures {
   Pictures(int w, int h) {
     image.Create(w, h);
     buffer.Create(w, h);
-    fill(image, 1);
-    fill(buffer, 2);
+    fillRandom(image, 1);
+    fillRandom(buffer, 2);
     const std::uint8_t* p = image.DIBSectionBitsPtr();
     original.assign(p, p + static_cast<std::size_t>(image.BytesPerScanLine()) * image.Height());
   }
@@ -144,14 +137,10 @@ void BM_SmallBlur(benchmark::State& state) { timeOperation(state, smallPictures(
 // The quarter turn between two device bitmaps, as the control's panes hold them.
 void BM_QuarterTurn(benchmark::State& state) {
   useThreads(state);
-  const qorv::ScopedMemDC src(gdi::CreateCompatibleDC(0));
-  const qorv::ScopedMemDC dst(gdi::CreateCompatibleDC(0));
-  const qorv::ScopedBitmap a(gdi::CreateCompatibleBitmap(0, kW, kH));
-  const qorv::ScopedBitmap b(gdi::CreateCompatibleBitmap(0, kH, kW));
-  const qorv::ScopedSelect selA(src.get(), a.get());
-  const qorv::ScopedSelect selB(dst.get(), b.get());
-  gdi::BitBlt(src.get(), 0, 0, kW, kH, pictures().image.hdc(), 0, 0, gdi::SRCCOPY);
-  for (auto _ : state) qorv::rotateBlt(dst.get(), kH / 2, kW / 2, 90, src.get(), 0, 0, kW, kH);
+  const bench::QuarterTurnPanes panes(kW, kH);
+  const gdi::HDC src = panes.src.get(), dst = panes.dst.get();
+  gdi::BitBlt(src, 0, 0, kW, kH, pictures().image.hdc(), 0, 0, gdi::SRCCOPY);
+  for (auto _ : state) qorv::rotateBlt(dst, kH / 2, kW / 2, 90, src, 0, 0, kW, kH);
 }
 
 // The 32-bit device bitmaps of a quarter turn hold 96 MB; this is their copy.
