@@ -113,19 +113,14 @@ bool cImageProcessDIB::ProcessImage(cDIBSection& cImage, cDIBSection& cBuffer) {
   const DibView img = cImage.View();
   const DibView buf = cBuffer.View();
   if (!img.valid() || !buf.valid() || !img.sameSize(buf)) return false;
+  if (FiltersPixels()) {
+    // The buffer takes the original and the filter writes straight back:
+    // the image ends exactly as after convolving into the buffer and
+    // copying it back, without the second copy.
+    detail::copyPixels(img, buf);
+    return Convolve(cBuffer, cImage);
+  }
   switch (type_) {
-    case filter::eBlur:
-    case filter::eBlurMore:
-    case filter::eSoften:
-    case filter::eSoftenMore:
-    case filter::eSharpen:
-    case filter::eSharpenMore:
-    case filter::eCustom:
-      // The buffer takes the original and the filter writes straight back:
-      // the image ends exactly as after convolving into the buffer and
-      // copying it back, without the second copy.
-      detail::copyPixels(img, buf);
-      return Convolve(cBuffer, cImage);
     case filter::eUnSharp: {
       setFilterType(filter::eBlur);
       detail::copyPixels(img, buf);

@@ -91,7 +91,8 @@ class cImageProcessDIB {
   // raised, for the other types (they need a second working image) and for
   // anything but two 32-bit pictures of one size.
   bool FilterPixels(const PixelRows& src, const PixelRows& dst);
-  // Whether the current type is one FilterPixels applies.
+  // Whether the current type is a plain convolution: the types FilterPixels
+  // applies, and those ProcessImage convolves in one pass.
   bool FiltersPixels() const;
 
   // --- per-pixel operations ---------------------------------------------------------
