@@ -254,41 +254,22 @@ TEST(RotateAngle, BoundingBoxSizes) {
   }
 }
 
-// The quarter turn the control's Rotate performs, between 32-bit device
-// bitmaps like its panes.
-Image quarterTurn(const cDIBSection& src, bool clockwise) {
-  const int w = src.Width(), h = src.Height();
-  Canvas from(w, h), to(h, w);
-  gdi::BitBlt(from.dc, 0, 0, w, h, src.hdc(), 0, 0, gdi::SRCCOPY);
-  rotateBlt(to.dc, h / 2, w / 2, clockwise ? 90 : -90, from.dc, 0, 0, w, h);
-  return readDc(to.dc);
-}
-
-// Both quarter turns, RotateAngle's at every quality and Rotate's blit, are
-// the exact permutation (and so four of them are the identity).
-TEST(RotateAngle, QuarterTurnsArePermutationsLikeRotate) {
-  for (const auto& [w, h] : {std::pair{1, 1}, {1, 5}, {6, 4}, {7, 5}, {64, 30}, {2, 8}, {400, 200}}) {
+// RotateAngle's quarter turns, at every quality, are the exact permutation;
+// Rotate's blit is held to the same by RotateBlt against the parallelogram blit.
+TEST(RotateAngle, QuarterTurnsArePermutations) {
+  for (const auto& [w, h] : {std::pair{1, 1}, {1, 5}, {6, 4}, {7, 5}, {64, 30}, {400, 200}}) {
     for (const int quality : {0, 1, 2}) {
       SCOPED_TRACE(::testing::Message() << w << "x" << h << " q" << quality);
       const auto src = test_support::randomDib(w, h, static_cast<std::uint32_t>(w + 7 * h));
       cImageProcessDIB e;
       const auto cw = e.RotateAngle(*src, 90, 0xFFFFFF, quality);
-      const auto ccw = e.RotateAngle(*src, -90, 0xFFFFFF, quality);
+      const auto ccw = e.RotateAngle(*src, -450, 0xFFFFFF, quality);  // a remainder of -90
       ASSERT_TRUE(cw && ccw);
-      // Rotate's corners round apart from its centre, so for an odd size its
-      // turn lands one pixel off; the exact turn is checked there by content.
-      if (w % 2 == 0 && h % 2 == 0) {
-        EXPECT_TRUE(read(*cw) == quarterTurn(*src, true));
-        EXPECT_TRUE(read(*ccw) == quarterTurn(*src, false));
-      }
       const Image a = read(*src), r = read(*cw), l = read(*ccw);
       bool exact = r.w == h && r.h == w && l.w == h && l.h == w;
       for (int y = 0; exact && y < w; ++y)
         for (int x = 0; x < h; ++x) exact = exact && r.at(x, y) == a.at(y, h - 1 - x) && l.at(x, y) == a.at(w - 1 - y, x);
       EXPECT_TRUE(exact);
-      std::unique_ptr<cDIBSection> turned = e.RotateAngle(*src, 90, 0, quality);
-      for (int i = 0; i < 3; ++i) turned = e.RotateAngle(*turned, 450, 0, quality);
-      EXPECT_TRUE(read(*turned) == read(*src));
     }
   }
 }
