@@ -4,6 +4,7 @@
 
 #include <array>
 #include <random>
+#include <tuple>
 
 #include <QString>
 
@@ -23,10 +24,8 @@ TEST(DibLayout, BytesPerScanLinePadsToFourBytes) {
   for (auto [w, stride] : cases) {
     cDIBSection d;
     ASSERT_TRUE(d.Create(w, 2));
-    EXPECT_EQ(d.BytesPerScanLine(), stride) << w;
-    EXPECT_EQ(cDIBSection::BytesPerScanLineFor(w), stride);
-    EXPECT_EQ(d.Width(), w);
-    EXPECT_EQ(d.Height(), 2);
+    EXPECT_EQ(std::tuple(d.BytesPerScanLine(), cDIBSection::BytesPerScanLineFor(w), d.Width(), d.Height()),
+              std::tuple(stride, stride, w, 2));
   }
 }
 
@@ -39,10 +38,7 @@ TEST(DibLayout, RowsAreBottomUpBlueGreenRed) {
   d.View().at(5, 0) = 30;  // red
   gdi::Surface s;
   ASSERT_TRUE(gdi::BitmapSurface(d.hDib(), s));
-  EXPECT_TRUE(s.bottomUp);
-  EXPECT_EQ(s.bitsPerPixel, 24);
-  EXPECT_EQ(s.row(2)[3], 10);
-  EXPECT_EQ(s.row(2)[5], 30);
+  EXPECT_EQ(std::tuple(s.bottomUp, s.bitsPerPixel, s.row(2)[3], s.row(2)[5]), std::tuple(true, 24, 10, 30));
   EXPECT_EQ(gdi::GetObjectType(d.hdc()), gdi::OBJ_MEMDC);
   EXPECT_EQ(gdi::CurrentBitmap(d.hdc()), d.hDib());
 }
@@ -54,11 +50,7 @@ TEST(DibLifecycle, BadSizesFailCleanly) {
   for (auto [w, h] : cases) {
     cDIBSection d;
     EXPECT_FALSE(d.Create(w, h)) << w << "x" << h;
-    EXPECT_TRUE(d.IsEmpty());
-    EXPECT_EQ(d.hdc(), 0u);
-    EXPECT_EQ(d.hDib(), 0u);
-    EXPECT_EQ(d.Width(), 0);
-    EXPECT_EQ(d.Height(), 0);
+    EXPECT_EQ(std::tuple(d.IsEmpty(), d.hdc(), d.hDib(), d.Width(), d.Height()), std::tuple(true, 0u, 0u, 0, 0));
   }
   EXPECT_EQ(gdi::LiveObjectCount(), live);
 }

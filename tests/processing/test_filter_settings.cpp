@@ -8,6 +8,7 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 #include <QorvPictureBox/IntArray2D.h>
 
@@ -133,29 +134,21 @@ TEST(FilterType, KernelFreeTypesZeroTheWeightAndKeepTheKernel) {
   }
 }
 
-TEST(FilterType, CustomKeepsKernelAndWeight) {
-  cImageProcessDIB e;
-  e.AddCustomFilter(Kernel2D{{0, 2, 0}, {2, 3, 2}, {0, 2, 0}});
-  e.setFilterWeight(11);
-  e.setFilterType(filter::eCustom);
-  EXPECT_EQ(e.FilterWeight(), 11);
-  EXPECT_EQ(e.FilterValue(0, 0), 3);
-  EXPECT_EQ(e.FilterValue(0, -1), 2);
-  EXPECT_EQ(e.FilterValue(1, 1), 0);
-}
-
-TEST(AddCustomFilter, SizesFromTheFirstUpperBoundAndLeavesTypeAndWeight) {
+// A custom kernel is sized from its first upper bound and leaves type and
+// weight alone; choosing the custom type then keeps both kernel and weight.
+TEST(AddCustomFilter, SizesFromTheFirstUpperBoundAndKeepsTypeAndWeight) {
   cImageProcessDIB e;
   e.setFilterType(filter::eSharpen);
   Kernel2D k(-2, 2, -2, 2);
   k(-2, 1) = 7;
   k(2, -2) = -9;
   e.AddCustomFilter(k);
-  EXPECT_EQ(e.FilterArraySize(), 5);
-  EXPECT_EQ(e.FilterValue(-2, 1), 7);
-  EXPECT_EQ(e.FilterValue(2, -2), -9);
-  EXPECT_EQ(e.FilterType(), filter::eSharpen);
-  EXPECT_EQ(e.FilterWeight(), 7);
+  EXPECT_EQ(std::tuple(e.FilterArraySize(), e.FilterValue(-2, 1), e.FilterValue(2, -2), e.FilterValue(0, 0)),
+            std::tuple(5, 7, -9, 0));
+  EXPECT_EQ(std::tuple(e.FilterType(), e.FilterWeight()), std::tuple(filter::eSharpen, 7));
+  e.setFilterWeight(11);
+  e.setFilterType(filter::eCustom);
+  EXPECT_EQ(std::tuple(e.FilterWeight(), e.FilterValue(-2, 1), e.FilterValue(2, -2)), std::tuple(11, 7, -9));
 }
 
 TEST(AddCustomFilter, AsymmetricArraysRunIntoTheBoundsCheck) {
@@ -178,14 +171,9 @@ TEST(Array2D, RowsAreCentredRaggedOnesPaddedWithZeros) {
   EXPECT_TRUE(k.lower1 == -1 && k.upper2 == 1);
   EXPECT_TRUE(k(-1, -1) == 1 && k(1, -1) == 3 && k(-1, 1) == 7);
   EXPECT_THROW(k(2, 0), std::out_of_range);
-  const IntArray2D a{{1, 2}, {3}};
-  EXPECT_EQ(a.lower1, -1);
-  EXPECT_EQ(a.upper1, 0);
-  EXPECT_EQ(a.lower2, -1);
-  EXPECT_EQ(a.upper2, 0);
-  EXPECT_EQ(a(0, -1), 2);
-  EXPECT_EQ(a(-1, 0), 3);
-  EXPECT_EQ(a(0, 0), 0) << "a short row is padded with zeros";
+  const IntArray2D a{{1, 2}, {3}};  // a short row is padded with zeros
+  EXPECT_EQ(std::tuple(a.lower1, a.upper1, a.lower2, a.upper2), std::tuple(-1, 0, -1, 0));
+  EXPECT_EQ(std::tuple(a(0, -1), a(-1, 0), a(0, 0)), std::tuple(2, 3, 0));
 }
 
 // Hosts write values by hand with the first index outer.
