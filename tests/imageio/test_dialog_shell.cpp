@@ -5,6 +5,8 @@
 #include <QDir>
 #include <QTemporaryDir>
 
+#include <tuple>
+
 #include "imageio/Dialog.h"
 #include "imageio/FormatTable.h"
 #include "platform/FileDialog.h"
@@ -26,6 +28,12 @@ class ScriptedDialog final : public FileDialogService {
   }
 };
 
+// Every field of a request, for comparing whole requests.
+auto fields(const FileDialogRequest& r) {
+  return std::tuple(r.save, r.owner, r.descriptions, r.patterns, r.filterIndex, r.initialDir, r.title, r.flags,
+                    r.fileName);
+}
+
 class DialogTest : public ::testing::Test {
  protected:
   void SetUp() override { setFileDialogService(&fake); }
@@ -40,15 +48,7 @@ TEST_F(DialogTest, PatternBecomesNulSeparatedAndPairsReachTheService) {
   EXPECT_EQ(Dialog(pattern, 7, QStringLiteral("/x"), title), QStringLiteral("/x/y.png"));
   EXPECT_EQ(pattern, QStringLiteral("Pictures%1*.png;*.bmp%1All%1*.*").arg(QChar(u'\0')));
   ASSERT_EQ(fake.seen.size(), 1u);
-  const FileDialogRequest& r = fake.seen[0];
-  EXPECT_EQ(r.descriptions, (QStringList{"Pictures", "All"}));
-  EXPECT_EQ(r.patterns, (QStringList{"*.png;*.bmp", "*.*"}));
-  EXPECT_EQ(r.owner, 7u);
-  EXPECT_EQ(r.initialDir, QStringLiteral("/x"));
-  EXPECT_EQ(r.title, QStringLiteral("Pick"));
-  EXPECT_FALSE(r.save);
-  EXPECT_EQ(r.flags, 0u);
-  EXPECT_EQ(r.filterIndex, 0);
+  EXPECT_EQ(fields(fake.seen[0]), fields({false, 7, {"Pictures", "All"}, {"*.png;*.bmp", "*.*"}, 0, "/x", "Pick", 0, {}}));
 }
 
 TEST_F(DialogTest, EmptyTitleBecomesTheApplicationTitleInTheCaller) {
@@ -58,12 +58,10 @@ TEST_F(DialogTest, EmptyTitleBecomesTheApplicationTitleInTheCaller) {
   std::int32_t filter = 9;
   EXPECT_EQ(Dialog(pattern, 0, QString(), title, 2, true, &filter, QStringLiteral("a.png")), QString());
   EXPECT_EQ(title, host().appTitle());
-  EXPECT_EQ(fake.seen.at(0).title, host().appTitle());
-  EXPECT_TRUE(fake.seen[0].save);
-  EXPECT_EQ(fake.seen[0].flags, 2u);
-  EXPECT_EQ(fake.seen[0].filterIndex, 9);
-  EXPECT_EQ(fake.seen[0].fileName, QStringLiteral("a.png"));
-  EXPECT_EQ(fake.seen[0].descriptions.size(), 11);
+  ASSERT_EQ(fake.seen.size(), 1u);
+  const FileDialogRequest& r = fake.seen[0];
+  EXPECT_EQ(std::tuple(r.title, r.save, r.flags, r.filterIndex, r.fileName, r.descriptions.size()),
+            std::tuple(host().appTitle(), true, 2u, 9, QStringLiteral("a.png"), 11));
   // Written back even though the user cancelled.
   EXPECT_EQ(filter, 3);
 }

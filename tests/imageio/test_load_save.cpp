@@ -231,41 +231,11 @@ TEST_F(LoadSave, PathsWithSpacesAndNonAsciiCharacters) {
   }
 }
 
-TEST_F(LoadSave, PictureLargerThanTheLimitIsRefusedFromItsHeader) {
-  // A PNG header declaring 100000 x 100000 RGB pixels and nothing else.
-  const QString huge = path(QStringLiteral("huge.png"));
-  FIBITMAP* tiny = FreeImage_Allocate(1, 1, 24);
-  ASSERT_TRUE(FreeImage_Save(FIF_PNG, tiny, QFile::encodeName(huge).constData(), 0));
-  FreeImage_Unload(tiny);
-  QByteArray png = readAll(huge);
-  // Width and height are the first two fields of the IHDR chunk at offset 16;
-  // the chunk's CRC is recomputed below.
-  auto put32 = [&](int at, quint32 v) {
-    for (int i = 0; i < 4; ++i) png[at + i] = static_cast<char>((v >> (24 - 8 * i)) & 0xFF);
-  };
-  put32(16, 100000);
-  put32(20, 100000);
-  quint32 crc = 0xFFFFFFFFu;
-  for (int i = 12; i < 29; ++i) {
-    crc ^= static_cast<quint8>(png[i]);
-    for (int k = 0; k < 8; ++k) crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
-  }
-  put32(29, crc ^ 0xFFFFFFFFu);
-  ASSERT_TRUE(writeAll(huge, png));
-
-  std::vector<int> flagsSeen;
-  setFreeImageLoader([&](std::int32_t fif, const char* p, std::int32_t flags) {
-    flagsSeen.push_back(flags);
-    return DefaultFreeImageLoad(fif, p, flags);
-  });
-  const IoOutcome r = load(huge);
-  EXPECT_EQ(r.code, 170);
-  EXPECT_TRUE(flagsSeen.empty()) << "refused from the header, before the library runs";
-
-  // The limit is adjustable: a 23 x 17 picture is over a limit of 390 pixels.
-  const QString small = writePattern(QStringLiteral("small.png"), FIF_PNG);
+// Declared-size bombs of every format are the hostile corpus's; here the
+// limit itself: a 23 x 17 picture is over a limit of 390 pixels.
+TEST_F(LoadSave, PictureLargerThanTheLimitIsRefused) {
   LoadRequest req;
-  req.path = small;
+  req.path = writePattern(QStringLiteral("small.png"), FIF_PNG);
   req.maxPixels = 390;
   EXPECT_EQ(loadInto(req).code, 170);
   req.maxPixels = 391;

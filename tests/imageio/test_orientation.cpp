@@ -8,6 +8,8 @@
 #include <QImage>
 #include <QTemporaryDir>
 
+#include <tuple>
+
 #include "ImageFixtures.h"
 #include "imageio/ImageLoad.h"
 
@@ -74,10 +76,7 @@ TEST_P(Orientation, PictureIsShownAsTheTagSays) {
   QTemporaryDir dir;
   ASSERT_TRUE(dir.isValid());
   const QString path = dir.filePath(QStringLiteral("photo.jpg"));
-  QFile f(path);
-  ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-  f.write(taggedJpeg(c.tag));
-  f.close();
+  ASSERT_TRUE(iotest::writeAll(path, taggedJpeg(c.tag)));
   for (bool isolated : {true, false}) {
     SCOPED_TRACE(isolated ? "isolated" : "in process");
     LoadRequest r;
@@ -87,10 +86,8 @@ TEST_P(Orientation, PictureIsShownAsTheTagSays) {
     const LoadedPicture got = LoadPicture(r);
     ASSERT_TRUE(got.outcome.ok());
     const QImage img = got.picture->toImage();
-    EXPECT_EQ(img.width(), c.turned ? 16 : 32);
-    EXPECT_EQ(img.height(), c.turned ? 32 : 16);
-    EXPECT_EQ(quarterAt(img, false), c.topLeft);
-    EXPECT_EQ(quarterAt(img, true), c.topRight);
+    EXPECT_EQ(std::tuple(img.size(), quarterAt(img, false), quarterAt(img, true)),
+              std::tuple(c.turned ? QSize(16, 32) : QSize(32, 16), c.topLeft, c.topRight));
   }
 }
 
