@@ -92,6 +92,19 @@ inline QRgb rgbAt(const QImage& img, int x, int y) { return img.pixel(x, y) & 0x
 
 constexpr int kW = 40, kH = 30;  // the usual test picture's size
 
+// Checks of an operation's result: same size, changed, and then grey at a
+// probe pixel, or nothing but black and white anywhere.
+inline bool changedToGrey(const QImage& before, const QImage& after) {
+  const QRgb p = after.pixel(7, 9);
+  return after.size() == before.size() && after != before && qRed(p) == qGreen(p) && qGreen(p) == qBlue(p);
+}
+inline bool changedToBlackAndWhite(const QImage& before, const QImage& after) {
+  for (int y = 0; y < after.height(); ++y)
+    for (int x = 0; x < after.width(); ++x)
+      if (rgbAt(after, x, y) != 0 && rgbAt(after, x, y) != 0xFFFFFF) return false;
+  return after.size() == before.size() && after != before;
+}
+
 class ViewerTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {

@@ -8,6 +8,8 @@
 #include <QStatusBar>
 #include <QTemporaryDir>
 
+#include <tuple>
+
 #include "CommandLine.h"
 #include "FolderBrowser.h"
 #include "StatusPanel.h"
@@ -31,10 +33,8 @@ class CommandLineCases : public ::testing::TestWithParam<CommandCase> {};
 TEST_P(CommandLineCases, ParsesOrRefuses) {
   const CommandCase& c = GetParam();
   const CommandLine cl = parseCommandLine(c.args);
-  EXPECT_EQ(cl.path, c.path);
-  EXPECT_EQ(cl.help, c.help);
-  EXPECT_EQ(cl.version, c.version);
-  EXPECT_EQ(!cl.error.isEmpty(), c.refused) << cl.error.toStdString();
+  EXPECT_EQ(std::tuple(cl.path, cl.help, cl.version, !cl.error.isEmpty()), std::tuple(c.path, c.help, c.version, c.refused))
+      << cl.error.toStdString();
 }
 
 INSTANTIATE_TEST_SUITE_P(
