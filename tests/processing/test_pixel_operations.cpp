@@ -201,8 +201,11 @@ TEST(Flip, UnknownOrientationsChangeNothingAndSayNothing) {
   EXPECT_TRUE(log.events.empty());
 }
 
+// The large shapes are where the wavefront of rows and the chunks within a
+// row meet their edges: one chunk and a pixel, many chunks, one or two columns.
 TEST(BlackAndWhite, MatchesTheReferenceEveryWay) {
-  for (auto [w, h] : {std::pair{1, 1}, {1, 7}, {7, 1}, {2, 3}, {3, 2}, {5, 4}, {9, 9}, {203, 45}, {701, 523}}) {
+  for (auto [w, h] : {std::pair{1, 1}, {1, 7}, {7, 1}, {2, 3}, {3, 2}, {5, 4}, {9, 9}, {203, 45}, {701, 523},
+                      {257, 1400}, {3001, 130}, {2, 90000}, {1, 70000}}) {
     const auto seed = static_cast<std::uint32_t>(3 * w + h);
     Bytes ra = ref::grayscale(snapshot(*randomDib(w, h, seed))), rb = snapshot(*randomDib(w, h, 1));
     ref::blackAndWhite(ra, rb);
