@@ -7,6 +7,8 @@
 #include <QStatusBar>
 #include <QStatusTipEvent>
 
+#include <tuple>
+
 #include "ViewerFixture.h"
 #include "support/TestNames.h"
 
@@ -269,23 +271,19 @@ TEST_F(ViewerTest, SettingsAndRecentFilesSurviveARestart) {
   ASSERT_TRUE(window->close());
   window = newWindow();
   EXPECT_EQ(window->recentFiles(), QStringList{QFileInfo(path).absoluteFilePath()});
-  EXPECT_TRUE(window->control().Tiled());
-  EXPECT_EQ(window->control().ZoomType(), static_cast<int>(qorv::DrawPrc::DELETE_SCANS));
-  EXPECT_TRUE(window->action("viewQualityDelete")->isChecked());
-  EXPECT_EQ(window->control().ZoomOSD(), zoomOsd);
-  EXPECT_EQ(window->action("viewZoomOSD")->isChecked(), zoomOsd);
-  EXPECT_EQ(window->size(), QSize(500, 410));
+  const qorv::QorvPicture& ctl = window->control();
+  EXPECT_EQ(std::tuple(ctl.Tiled(), ctl.ZoomType(), window->action("viewQualityDelete")->isChecked(), ctl.ZoomOSD(),
+                       window->action("viewZoomOSD")->isChecked(), window->size()),
+            std::tuple(true, static_cast<int>(qorv::DrawPrc::DELETE_SCANS), true, zoomOsd, zoomOsd, QSize(500, 410)));
   window->action("fileRecent0")->trigger();
   EXPECT_EQ(window->currentPath(), QFileInfo(path).absoluteFilePath());
 
   // Reset forgets the stored view: the viewer's own look is back, and the
   // next start finds nothing of the old view either.
   window->action("resetViewSettings")->trigger();
-  EXPECT_FALSE(window->control().Tiled());
-  EXPECT_EQ(window->control().ZoomType(), 4);
-  EXPECT_TRUE(window->action("viewQualityHalftone")->isChecked());
-  EXPECT_TRUE(window->control().AutoRotate());
-  EXPECT_EQ(window->control().OLEDropMode(), 1);
+  EXPECT_EQ(std::tuple(ctl.Tiled(), ctl.ZoomType(), window->action("viewQualityHalftone")->isChecked(),
+                       ctl.AutoRotate(), ctl.OLEDropMode()),
+            std::tuple(false, 4, true, true, 1));
   window = newWindow();
   EXPECT_FALSE(window->control().Tiled());
 
