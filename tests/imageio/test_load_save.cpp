@@ -10,6 +10,8 @@
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 
+#include <tuple>
+
 #include "ImageFixtures.h"
 #include "imageio/ImageLoad.h"
 #include "imageio/ImageSave.h"
@@ -176,9 +178,7 @@ TEST_F(LoadSave, BadFilesFailWithTheDocumentedErrors) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.file.toStdString());
     const IoOutcome r = load(c.file);
-    EXPECT_EQ(r.code, c.code);
-    EXPECT_EQ(r.description, c.text);
-    EXPECT_EQ(r.flag, 48);
+    EXPECT_EQ(std::tuple(r.code, r.description, r.flag), std::tuple(c.code, c.text, 48));
   }
   // Out-of-range forced types never reach the library; a valid one is taken
   // unchecked: PNG data read as JPEG fails.
@@ -320,12 +320,9 @@ TEST_F(LoadSave, SaveFailuresLeaveNoFileAndKeepTheOldOne) {
     for (const Case& c : cases) {
       SCOPED_TRACE(std::string(c.label) + (sync == SaveSync::Flush ? ", flushed" : ", not flushed"));
       const IoOutcome r = SaveBitmap(c.bitmap, c.target, 0, c.fifType, sync);
-      EXPECT_EQ(r.code, c.code);
-      EXPECT_EQ(r.description, c.text);
-      EXPECT_EQ(r.flag, c.flag);
+      EXPECT_EQ(std::tuple(r.code, r.description, r.flag), std::tuple(c.code, c.text, c.flag));
       EXPECT_EQ(entries(), before) << "a partial or temporary file was left behind";
-      EXPECT_EQ(readAll(existing), original);
-      EXPECT_EQ(readAll(existingPng), original);
+      EXPECT_EQ(std::pair(readAll(existing), readAll(existingPng)), std::pair(original, original));
     }
   }
   gdi::DeleteObject(picture);

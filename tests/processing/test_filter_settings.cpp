@@ -66,12 +66,9 @@ TEST(FilterArraySize, RejectsOtherSizesWithTheirOwnMessages) {
     e.setFilterArraySize(3);
     e.setFilterValue(1, 1, 42);
     const AutomationError err = caught([&] { e.setFilterArraySize(c.size); });
-    EXPECT_EQ(err.number(), c.number);
-    EXPECT_EQ(err.description(), c.description);
-    EXPECT_EQ(err.source(), programName() + ".cImageProcess");
-    // Nothing changed.
-    EXPECT_EQ(e.FilterArraySize(), 3);
-    EXPECT_EQ(e.FilterValue(1, 1), 42);
+    EXPECT_EQ(std::tuple(err.number(), err.description(), err.source()),
+              std::tuple(c.number, std::string(c.description), programName() + ".cImageProcess"));
+    EXPECT_EQ(std::tuple(e.FilterArraySize(), e.FilterValue(1, 1)), std::tuple(3, 42));  // nothing changed
   }
 }
 
@@ -81,11 +78,9 @@ TEST(FilterType, RejectsNumbersOutsideTheEnumeration) {
     cImageProcessDIB e;
     e.setFilterType(filter::eSharpen);
     const AutomationError err = caught([&] { e.setFilterType(t); });
-    EXPECT_EQ(err.number(), kInvalidError);
-    EXPECT_EQ(err.description(), "Invalid filter types.");
-    EXPECT_EQ(err.source(), programName() + ".cImageProcess");
-    EXPECT_EQ(e.FilterType(), filter::eSharpen);
-    EXPECT_EQ(e.FilterWeight(), 7);
+    EXPECT_EQ(std::tuple(err.number(), err.description(), err.source()),
+              std::tuple(kInvalidError, std::string("Invalid filter types."), programName() + ".cImageProcess"));
+    EXPECT_EQ(std::tuple(e.FilterType(), e.FilterWeight()), std::tuple(filter::eSharpen, 7));  // nothing changed
   }
 }
 

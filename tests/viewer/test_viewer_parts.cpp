@@ -58,14 +58,13 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& p) { return qorv::test_support::readableName(p.param.name); });
 
 TEST(ViewerCommandLine, HelpAndVersionEndWithANewline) {
-  EXPECT_TRUE(usageText().endsWith(u'\n'));
-  EXPECT_TRUE(versionText().startsWith(QStringLiteral("qorv-view ")));
-  EXPECT_TRUE(versionText().endsWith(u'\n'));
-  EXPECT_EQ(parseCommandLine({"--screenshot", "out.png", "a.png"}).screenshot, QStringLiteral("out.png"));
-  EXPECT_EQ(parseCommandLine({"--size", "320x200"}).size, QSize(320, 200));
-  EXPECT_EQ(parseCommandLine({"--settings", "v.ini"}).settings, QStringLiteral("v.ini"));
+  // What they say is checked end to end by the command-line script.
+  EXPECT_TRUE(usageText().endsWith(u'\n') && versionText().endsWith(u'\n'));
+  const CommandLine all = parseCommandLine(
+      {"--screenshot", "out.png", "--size", "320x200", "--settings", "v.ini", "--no-auto-rotate", "a.png"});
+  EXPECT_EQ(std::tuple(all.screenshot, all.size, all.settings, all.autoRotate),
+            std::tuple(QStringLiteral("out.png"), QSize(320, 200), QStringLiteral("v.ini"), false));
   EXPECT_TRUE(parseCommandLine({}).autoRotate);
-  EXPECT_FALSE(parseCommandLine({"--no-auto-rotate"}).autoRotate);
 }
 
 TEST(ViewerFolder, SortsNaturallyAndBrowsesWrappingAround) {
