@@ -188,17 +188,6 @@ TEST_F(RenderTest, ZoomRaisesDrawThenOffsetChangedThenZooming) {
   EXPECT_EQ(order, (QStringList{"Draw", "OffsetChanged", "Zooming"}));
 }
 
-TEST_F(RenderTest, PanCursorFollowsOverflow) {
-  show(400, 200);
-  ctl->setZoom(100);
-  EXPECT_EQ(in().picPane().MousePointer(), 0);
-  ctl->setZoom(200);
-  EXPECT_EQ(in().picPane().MousePointer(), 15);
-  ctl->setMouseIcon(pattern(8, 8));
-  ctl->setZoom(201);
-  EXPECT_EQ(in().picPane().MousePointer(), 99);
-}
-
 TEST_F(RenderTest, AutoSizeMakesTheControlThePictureSize) {
   show(123, 45);
   ctl->setAutoSize(true);

@@ -117,19 +117,6 @@ TEST_F(ImageIOMethods, SuccessfulLoadHandsOverAndRaisesEventsInOrder) {
   EXPECT_EQ(pointerHost.pointers.back(), kDefaultPointer);
 }
 
-TEST_F(ImageIOMethods, RenderedLoadEndsWithTheSameThreeEvents) {
-  const QString png = writeImage(QStringLiteral("b.png"), 50, 20, "PNG");
-  ctl->setFastLoad(true);
-  ASSERT_TRUE(ctl->LoadFreeImage(png));
-  const std::vector<E> ids = ioEvents();
-  ASSERT_GE(ids.size(), 3u);
-  EXPECT_EQ(std::vector<E>(ids.end() - 3, ids.end()), (std::vector<E>{E::OffsetChanged, E::LoadImage, E::FileChange}));
-  for (std::size_t i = 0; i + 3 < ids.size(); ++i) EXPECT_EQ(ids[i], E::OffsetChanged);
-  EXPECT_GT(in().framesComposed(), 0);
-  ASSERT_NE(ctl->Picture(), nullptr);
-  EXPECT_EQ(current(), testmodel::patternImage(50, 20));
-}
-
 TEST_F(ImageIOMethods, FailuresKeepStateAndRaiseNothing) {
   const QString good = writeImage(QStringLiteral("good.bmp"), 16, 12, "BMP");
   ASSERT_TRUE(ctl->LoadFreeImage(good));
@@ -417,7 +404,7 @@ TEST_F(ImageIOMethods, DialogMemberWritesItsByReferenceArgumentsBack) {
   EXPECT_EQ(args[6].toInt(), 2);
 }
 
-TEST_F(ImageIOMethods, ShellExecuteAndPathMembers) {
+TEST_F(ImageIOMethods, ShellExecuteReturnsTheServicesCode) {
   struct Shell final : ShellService {
     int code = 2;
     std::int32_t execute(std::uint32_t, const QString&, const QString&, const QString&, const QString&,
@@ -432,19 +419,6 @@ TEST_F(ImageIOMethods, ShellExecuteAndPathMembers) {
   shell.code = 42;
   EXPECT_EQ(ctl->ShellExecute(QStringLiteral("/x"), QString()), 42);
   setShellService(nullptr);
-
-  EXPECT_EQ(ctl->FileExtension(QStringLiteral("photo.jpg"), true), QStringLiteral(".jpg"));
-  EXPECT_EQ(ctl->FileName(QStringLiteral("a/b.png")), QStringLiteral("b.png"));
-  EXPECT_EQ(ctl->RemoveFileExtension(QStringLiteral("README")), QString());
-  EXPECT_EQ(ctl->GetFIFFormatFromExtension(QStringLiteral("C:\\pics\\a.JPEG")), 2);
-  EXPECT_EQ(ctl->FreeImageFormatCount(), 26);
-  QString ext = QStringLiteral("jpg");
-  EXPECT_EQ(ctl->FreeImageGetFormatExtensionIndex(10, &ext), -1);
-  EXPECT_EQ(ext, QStringLiteral(".jpg"));
-  qint32 idx = 0;
-  ctl->FreeImageSavePattern(&idx, QStringLiteral("JPE"));
-  EXPECT_EQ(idx, 9);
-  EXPECT_THROW(ctl->FreeImageFormat(26), AutomationError);
 }
 
 }  // namespace
