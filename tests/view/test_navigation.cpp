@@ -122,6 +122,19 @@ TEST_F(NavigationTest, OffsetChangedHandlerSeesTheNewOffsetsAndMayMoveThem) {
   EXPECT_EQ(state().offsetX, -7);
 }
 
+// The pan pointer (or the host's own icon) shows exactly while the picture overflows the pane.
+TEST_F(NavigationTest, EachViewUpdateChoosesThePanPointer) {
+  place(400, 300);
+  const PictureBox& pane = engine.panes().picPane;
+  EXPECT_EQ(pane.MousePointer(), 0);
+  state().zoom = 200;
+  engine.updateView(false, false);
+  EXPECT_EQ(pane.MousePointer(), 15);
+  engine.panes().picPane.setMouseIcon(Picture::fromImage(testmodel::patternImage(8, 8)));
+  engine.updateView(false, false);
+  EXPECT_EQ(pane.MousePointer(), 99);
+}
+
 // ----- right-button zoom ----------------------------------------------------------------------
 
 struct MouseZoomCase {
