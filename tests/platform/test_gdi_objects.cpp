@@ -13,7 +13,6 @@
 #include <tuple>
 #include <utility>
 
-#include "platform/Clock.h"
 #include "platform/GdiSurface.h"
 #include "platform/ScopedGdi.h"
 #include "platform/test_gdi_util.h"
@@ -198,7 +197,7 @@ TEST(GdiObjects, BadInputTable) {
   EXPECT_EQ(DeleteDC(mem), TRUE);
 }
 
-TEST(GdiObjects, DesktopAndWindowDcs) {
+TEST(GdiObjects, DesktopDcsShowOneScreenAndReleaseOnce) {
   const std::size_t before = LiveObjectCount();
   HWND desk = GetDesktopWindow();
   EXPECT_NE(desk, 0u);
@@ -215,28 +214,8 @@ TEST(GdiObjects, DesktopAndWindowDcs) {
   EXPECT_EQ(ReleaseDC(desk, s1), 0);  // already released
   EXPECT_EQ(ReleaseDC(0, s2), 1);
 
-  HBITMAP surf = CreateCompatibleBitmap(0, 8, 6);
-  HBITMAP surf2 = CreateCompatibleBitmap(0, 3, 2);
-  HWND wnd = CreateWindowHandle(surf);
-  ASSERT_NE(wnd, 0u);
-  HDC wdc = GetDC(wnd);
-  ASSERT_NE(wdc, 0u);
-  EXPECT_EQ(std::pair(GetObjectType(wdc), CurrentBitmap(wdc)), std::pair(OBJ_DC, surf));
-  // A window's bitmap may also be selected in a pane's memory DC.
-  HDC mem = CreateCompatibleDC(wdc);
-  HGDIOBJ old = SelectObject(mem, surf);
-  EXPECT_NE(old, 0u);
-  EXPECT_TRUE(RebindWindow(wnd, surf2));
-  EXPECT_EQ(CurrentBitmap(wdc), surf2);  // an existing DC follows the window
-  Surface ws;
-  EXPECT_TRUE(DCSurface(wdc, ws) && ws.width == 3);
-  EXPECT_EQ(ReleaseDC(wnd, wdc), 1);
-  EXPECT_TRUE(DestroyWindowHandle(wnd));
-  EXPECT_FALSE(DestroyWindowHandle(wnd));
-  SelectObject(mem, old);
-  DeleteDC(mem);
-  DeleteObject(surf);
-  DeleteObject(surf2);
+  // Window DCs drawing on a pane, following it to a new bitmap and being
+  // released with it are checked through the picture box.
   EXPECT_EQ(LiveObjectCount(), before);
 }
 
@@ -295,16 +274,6 @@ TEST(GdiObjects, ConcurrentCreationAndDeletionKeepsTheTableConsistent) {
   EXPECT_EQ(LiveObjectCount(), before);
 }
 
-TEST(GdiObjects, TickCountsReadThePlatformClock) {
-  qorv::ManualClock manual;
-  qorv::setClock(&manual);
-  const DWORD a = GetTickCount(), b = timeGetTime();
-  manual.advance(1234);
-  EXPECT_EQ(GetTickCount() - a, 1234u);
-  EXPECT_EQ(timeGetTime() - b, 1234u);
-  qorv::setClock(nullptr);
-}
-
 // --- the clipboard: open/close rules, bitmap ownership, the system clipboard ---
 
 namespace {
@@ -341,19 +310,6 @@ TEST_F(Clipboard, CallsNeedAnOpenClipboard) {
   EXPECT_EQ(CloseClipboard(), TRUE);
   EXPECT_EQ(CloseClipboard(), FALSE);
   EXPECT_EQ(DeleteObject(hbm), TRUE);
-}
-
-TEST_F(Clipboard, AnotherThreadCannotUseItWhileOpen) {
-  ASSERT_EQ(OpenClipboard(0), TRUE);
-  BOOL opened = TRUE, emptied = TRUE;
-  std::thread t([&] {
-    opened = OpenClipboard(0);
-    emptied = EmptyClipboard();
-  });
-  t.join();
-  EXPECT_EQ(opened, FALSE);
-  EXPECT_EQ(emptied, FALSE);
-  EXPECT_EQ(CloseClipboard(), TRUE);
 }
 
 TEST_F(Clipboard, TakesOwnershipAndDeletesOnNextEmpty) {

@@ -213,24 +213,12 @@ TEST(RandomTest, DefaultGeneratorProducesTheClassicSequence) {
   for (double e : expected) EXPECT_DOUBLE_EQ(rnd(), e);
 }
 
-TEST(RandomTest, ValuesStayInUnitIntervalAndReseedingChangesTheSequence) {
-  resetRandom();
-  double sum = 0;
-  for (int i = 0; i < 20000; ++i) {
-    const double v = rnd();
-    ASSERT_GE(v, 0.0);
-    ASSERT_LT(v, 1.0);
-    sum += v;
-  }
-  EXPECT_NEAR(sum / 20000, 0.5, 0.02);
-  resetRandom();
-  const double first = rnd();
+// The classic sequence pins the generator; what remains is that reseeding and
+// an installed source each replace it, and that a reset brings it back.
+TEST(RandomTest, ReseedingOrAnInstalledSourceReplacesTheSequenceUntilReset) {
   resetRandom();
   randomize(12345.678);
-  EXPECT_NE(rnd(), first);
-}
-
-TEST(RandomTest, InstalledSourceReplacesTheGenerator) {
+  EXPECT_NE(rnd(), 0.7055475115776062);
   double next = 0.0;
   setRandomSource([&] { return next += 0.25; });
   EXPECT_DOUBLE_EQ(rnd(), 0.25);
@@ -238,10 +226,6 @@ TEST(RandomTest, InstalledSourceReplacesTheGenerator) {
   setRandomSource({});
   resetRandom();
   EXPECT_DOUBLE_EQ(rnd(), 0.7055475115776062);
-}
-
-TEST(RandomTest, TimerIsSecondsSinceMidnight) {
-  EXPECT_TRUE(timer() >= 0.0 && timer() < 86401.0) << timer();
 }
 
 // --- timers on a hand-moved clock, as the delayed redraw uses them -------------
