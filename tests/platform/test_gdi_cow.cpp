@@ -25,13 +25,8 @@ using gditest::Selected;
 constexpr int kW = 23, kH = 17;
 
 HBITMAP randomBitmap(int w, int h, unsigned seed) {
-  const HBITMAP hbm = CreateCompatibleBitmap(0, w, h);
-  Surface s;
-  EXPECT_TRUE(BitmapSurface(hbm, s));
   std::mt19937 rng(seed);
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x) reinterpret_cast<std::uint32_t*>(s.row(y))[x] = static_cast<std::uint32_t>(rng());
-  return hbm;
+  return gditest::deviceBitmap(w, h, [&](int, int) { return rng(); });
 }
 
 // Runs `blit` with `dst` and `src` each selected in a DC of its own.

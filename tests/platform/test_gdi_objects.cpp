@@ -6,7 +6,6 @@
 #include <QGuiApplication>
 #include <QImage>
 
-#include <cstring>
 #include <functional>
 #include <string>
 #include <thread>
@@ -279,12 +278,7 @@ TEST(GdiObjects, ConcurrentCreationAndDeletionKeepsTheTableConsistent) {
 namespace {
 
 HBITMAP filledBitmap(int w, int h, std::uint32_t colour) {
-  const HBITMAP hbm = CreateCompatibleBitmap(0, w, h);
-  Surface s;
-  EXPECT_TRUE(BitmapSurface(hbm, s));
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x) std::memcpy(s.row(y) + 4 * x, &colour, 4);
-  return hbm;
+  return gditest::deviceBitmap(w, h, [colour](int, int) { return colour; });
 }
 
 // Leaves the clipboard closed and empty whatever a test did.

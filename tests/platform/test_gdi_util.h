@@ -104,6 +104,17 @@ inline std::vector<std::uint32_t> pixelsOf(gdi::HBITMAP hbm) {
   return out;
 }
 
+// A 32-bit device bitmap whose pixel (x, y) is the word `pixel(x, y)` gives.
+template <class Pixel>
+gdi::HBITMAP deviceBitmap(int w, int h, Pixel pixel) {
+  const gdi::HBITMAP hbm = gdi::CreateCompatibleBitmap(0, w, h);
+  gdi::Surface s;
+  EXPECT_TRUE(gdi::BitmapSurface(hbm, s));
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) reinterpret_cast<std::uint32_t*>(s.row(y))[x] = static_cast<std::uint32_t>(pixel(x, y));
+  return hbm;
+}
+
 // A memory DC with an existing bitmap selected while the object lives.
 struct Selected {
   explicit Selected(gdi::HBITMAP hbm) { sel.select(dc.get(), hbm); }
