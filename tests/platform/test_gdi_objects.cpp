@@ -464,7 +464,7 @@ TEST(ScopedScreenDC, GivesTheScreenContextBack) {
   EXPECT_FALSE(none);
 }
 
-TEST(ScopedSelect, PutsTheOriginalBackAfterSeveralSelections) {
+TEST(ScopedSelect, PutsTheOriginalBackOnceAfterSeveralSelectionsOrEarly) {
   const ScopedMemDC dc(newMemDC());
   const gdi::HBITMAP stock = gdi::CurrentBitmap(dc.get());
   const ScopedBitmap a(newBitmap()), b(newBitmap());
@@ -477,20 +477,12 @@ TEST(ScopedSelect, PutsTheOriginalBackAfterSeveralSelections) {
     EXPECT_EQ(sel.original(), stock);
   }
   EXPECT_EQ(gdi::CurrentBitmap(dc.get()), stock);
-}
-
-TEST(ScopedSelect, RestoreIsOnceAndEarly) {
-  const ScopedMemDC dc(newMemDC());
-  const gdi::HBITMAP stock = gdi::CurrentBitmap(dc.get());
-  const ScopedBitmap a(newBitmap());
+  // Restored early, once: the bitmap is free to be selected elsewhere.
   ScopedSelect sel(dc.get(), a.get());
   sel.restore();
-  EXPECT_EQ(gdi::CurrentBitmap(dc.get()), stock);
-  EXPECT_FALSE(sel.ok());
-  // The bitmap is free again: it can be selected elsewhere while the guard lives.
+  EXPECT_EQ(std::pair(gdi::CurrentBitmap(dc.get()), sel.ok()), std::pair(stock, false));
   const ScopedMemDC other(newMemDC());
-  const ScopedSelect there(other.get(), a.get());
-  EXPECT_TRUE(there.ok());
+  EXPECT_TRUE(ScopedSelect(other.get(), a.get()).ok());
 }
 
 TEST(ScopedSelect, AFailedSelectionRestoresNothing) {

@@ -265,37 +265,28 @@ TEST(PictureBoxTest, DrawStylesAndWidthsShapeTheLine) {
 }
 
 TEST(PictureBoxTest, HatchedFillsRunInTheirDirection) {
-  auto interior = [](int fillStyle) {
+  // Inside a box filled with `fillStyle`: whether fill and back colour both
+  // show, whether every row is one colour, and whether every column is.
+  auto seen = [](int fillStyle) {
     Pane p(40, 40);
     p.box.setFillStyle(fillStyle);
     p.box.setFillColor(kGreen);
     p.box.Line(0, 0, 39, 39, kRed, PictureBox::Box);
-    return p.box.imageView().copy(5, 5, 30, 30);
-  };
-  auto uniformRows = [](const QImage& img) {
-    for (int y = 0; y < img.height(); ++y)
-      for (int x = 1; x < img.width(); ++x)
-        if (img.pixel(x, y) != img.pixel(0, y)) return false;
-    return true;
-  };
-  auto mixed = [](const QImage& img) {
-    bool green = false, back = false;
-    for (int y = 0; y < img.height(); ++y)
-      for (int x = 0; x < img.width(); ++x) {
-        green = green || (img.pixel(x, y) & 0xFFFFFF) == 0x00FF00u;
-        back = back || (img.pixel(x, y) & 0xFFFFFF) == 0x0A141Eu;
+    bool green = false, back = false, rows = true, columns = true;
+    for (int y = 5; y < 35; ++y)
+      for (int x = 5; x < 35; ++x) {
+        const COLORREF c = at(p.box, x, y);
+        green = green || c == kGreen;
+        back = back || c == kBack;
+        rows = rows && c == at(p.box, 5, y);
+        columns = columns && c == at(p.box, x, 5);
       }
-    return green && back;
+    return std::tuple(green && back, rows, columns);
   };
-  const QImage horizontal = interior(2);
-  EXPECT_TRUE(mixed(horizontal));
-  EXPECT_TRUE(uniformRows(horizontal));
-  const QImage vertical = interior(3);
-  EXPECT_TRUE(mixed(vertical));
-  EXPECT_FALSE(uniformRows(vertical));
-  EXPECT_TRUE(uniformRows(vertical.transformed(QTransform().rotate(90))));
-  for (int style : {4, 5, 6, 7}) EXPECT_TRUE(mixed(interior(style))) << style;
-  EXPECT_FALSE(mixed(interior(1)));
+  const std::pair<int, std::tuple<bool, bool, bool>> cases[] = {
+      {1, {false, true, true}}, {2, {true, true, false}}, {3, {true, false, true}},
+      {4, {true, false, false}}, {5, {true, false, false}}, {6, {true, false, false}}, {7, {true, false, false}}};
+  for (const auto& [style, expected] : cases) EXPECT_EQ(seen(style), expected) << "fill style " << style;
 }
 
 TEST(PictureBoxTest, CircleIsCentredWithTheGivenRadius) {
@@ -323,7 +314,6 @@ TEST(PictureBoxTest, BadCoordinatesAndSizesNeverCrash) {
   p.box.Cls();
   p.box.PaintPicture(pic, 0, 0, 1e9f, 1e9f);
   EXPECT_EQ(at(p.box, 9, 9), kBlue);
-  EXPECT_THROW(p.box.PaintPicture(nullptr, 0, 0), AutomationError);
   const float values[] = {nan, inf, -inf, 3e38f, -3e38f, 1e7f};
   for (float v : values) {
     p.box.Line(v, 0, 5, v);
