@@ -138,8 +138,15 @@ void Direct::commit(QorvPicture& c) {
   d.pictureProcessed();
 }
 
-bool commitResized(QorvPicture& c, const cDIBSection& result) {
-  PicturePtr pic = pictureFrom(result);
+bool commitResized(QorvPicture& c, const cDIBSection& result) { return commitResized(c, pictureFrom(result)); }
+
+bool commitResized(QorvPicture& c, ScopedBitmap result) {
+  PicturePtr pic = Picture::fromBitmap(result.get());
+  if (pic) result.release();  // the picture owns it now
+  return commitResized(c, pic);
+}
+
+bool commitResized(QorvPicture& c, const PicturePtr& pic) {
   if (!pic) return false;
   // Buffer takes the new size with its new picture, and with it the
   // picture's pixels.
@@ -242,6 +249,18 @@ void QorvPicture::BlackAndWhite() {
 void QorvPicture::Resample(qint32 lW, qint32 lH) {
   Working w(*this);
   if (w.image.IsEmpty()) return;
+  // The scaled rows go straight into the new 32-bit picture, with no 24-bit
+  // result to convert afterwards; only where that picture cannot be had does
+  // the working result (which then fails the same way, or is shown) follow.
+  if (lW > 0 && lH > 0) {
+    ScopedBitmap result(gdi::CreateBitmapForOverwrite(lW, lH));
+    gdi::Surface r;
+    if (result && gdi::BitmapSurface(result.get(), r) && r.bitsPerPixel == 32 && !r.bottomUp &&
+        d_->mImageProcessDIB().ResamplePixels(w.image, PixelRows::topDown(r.rows, r.stride, r.width, r.height, 4))) {
+      operation::commitResized(*this, std::move(result));
+      return;
+    }
+  }
   const std::unique_ptr<cDIBSection> out = d_->mImageProcessDIB().Resample(w.image, lH, lW);
   if (!out) return;  // no buffer of that size: the picture stays as it was
   operation::commitResized(*this, *out);

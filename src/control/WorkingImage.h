@@ -50,6 +50,9 @@ void commit(QorvPicture& c, const cDIBSection& result);
 // under AutoSize and the view is updated. False, with the picture as it was,
 // when no picture of that size can be made.
 bool commitResized(QorvPicture& c, const cDIBSection& result);
+// The same for a finished picture, or a 32-bit device bitmap that becomes one.
+bool commitResized(QorvPicture& c, const PicturePtr& pic);
+bool commitResized(QorvPicture& c, ScopedBitmap result);
 
 }  // namespace operation
 }  // namespace qorv

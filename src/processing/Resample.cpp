@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/CpuFeatures.h"
+#include "platform/PixelRows.h"
 #include "platform/RowParallel.h"
 #include "processing/ResampleRows.h"
 #include "processing/cDIBSection.h"
@@ -53,6 +54,8 @@ RowTap rowTap(std::int32_t y, double yScale, std::int32_t height) {
 
 // --- per pixel: for results much narrower than the source --------------------------
 
+// N bytes per destination pixel: 3 (B, G, R) or 4 (B, G, R, 0).
+template <int N>
 void rowPerPixel(const std::uint8_t* r0, const std::uint8_t* r1, const RowTap& t, const resample::ColumnTaps& taps,
                  std::uint8_t* o, std::int32_t n) {
   for (std::int32_t x = 0; x < n; ++x) {
@@ -61,8 +64,9 @@ void rowPerPixel(const std::uint8_t* r0, const std::uint8_t* r1, const RowTap& t
     for (int c = 0; c < 3; ++c) {
       const double left = roundHalfEven(t.w0 * r0[l + c] + t.w1 * r1[l + c]);
       const double right = roundHalfEven(t.w0 * r0[r + c] + t.w1 * r1[r + c]);
-      o[3 * x + c] = toByte(roundHalfEven(taps.w0[i] * left + taps.w1[i] * right));
+      o[N * x + c] = toByte(roundHalfEven(taps.w0[i] * left + taps.w1[i] * right));
     }
+    if constexpr (N == 4) o[4 * x + 3] = 0;
   }
 }
 
@@ -73,6 +77,7 @@ void verticalRowDouble(const std::uint8_t* r0, const std::uint8_t* r1, double w0
   for (std::int32_t k = 0; k < bytes; ++k) v[k] = static_cast<float>(roundHalfEven(w0 * r0[k] + w1 * r1[k]));
 }
 
+template <int N>
 void horizontalRowDouble(const float* v, const resample::ColumnTaps& taps, std::uint8_t* o, std::int32_t x0,
                          std::int32_t n) {
   for (std::int32_t x = x0; x < n; ++x) {
@@ -80,7 +85,8 @@ void horizontalRowDouble(const float* v, const resample::ColumnTaps& taps, std::
     const float* l = v + taps.left[i];
     const float* r = v + taps.right[i];
     for (int c = 0; c < 3; ++c)
-      o[3 * x + c] = toByte(roundHalfEven(taps.w0[i] * double{l[c]} + taps.w1[i] * double{r[c]}));
+      o[N * x + c] = toByte(roundHalfEven(taps.w0[i] * double{l[c]} + taps.w1[i] * double{r[c]}));
+    if constexpr (N == 4) o[4 * x + 3] = 0;
   }
 }
 
@@ -145,7 +151,7 @@ constexpr float kDoubtful = 0.5f - 1.0f / 16384;
     const __m256i a = pixelPair(v, taps, i, doubtA);      // pixels x, x + 1
     const __m256i b = pixelPair(v, taps, i + 2, doubtB);  // pixels x + 2, x + 3
     if (doubtA | doubtB) {
-      horizontalRowDouble(v, taps, o, x, x + 4);
+      horizontalRowDouble<3>(v, taps, o, x, x + 4);
       continue;
     }
     // Bytes: lane 0 holds x then x + 2, lane 1 holds x + 1 then x + 3.
@@ -155,7 +161,29 @@ constexpr float kDoubtful = 0.5f - 1.0f / 16384;
     _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 3 * x), _mm_shuffle_epi8(ordered, compact));
   }
   // The last pixels write their own three bytes only.
-  horizontalRowDouble(v, taps, o, x, n);
+  horizontalRowDouble<3>(v, taps, o, x, n);
+}
+
+// As above with four bytes a pixel: the unused lanes become the X bytes (0),
+// and four pixels fill sixteen bytes exactly, so no store overlaps the next.
+[[gnu::target("avx2")]] void horizontalRow4Avx2(const float* v, const resample::ColumnTaps& taps, std::uint8_t* o,
+                                                std::int32_t n) {
+  std::int32_t x = 0;
+  for (; x + 4 <= n; x += 4) {
+    const auto i = static_cast<std::size_t>(x);
+    int doubtA, doubtB;
+    const __m256i a = _mm256_blend_epi32(pixelPair(v, taps, i, doubtA), _mm256_setzero_si256(), 0x88);
+    const __m256i b = _mm256_blend_epi32(pixelPair(v, taps, i + 2, doubtB), _mm256_setzero_si256(), 0x88);
+    if (doubtA | doubtB) {
+      horizontalRowDouble<4>(v, taps, o, x, x + 4);
+      continue;
+    }
+    const __m256i bytes = _mm256_packus_epi16(_mm256_packs_epi32(a, b), _mm256_setzero_si256());
+    const __m128i ordered =
+        _mm_unpacklo_epi32(_mm256_castsi256_si128(bytes), _mm256_extracti128_si256(bytes, 1));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 4 * x), ordered);
+  }
+  horizontalRowDouble<4>(v, taps, o, x, n);
 }
 #endif
 
@@ -202,23 +230,25 @@ void horizontalRow(const float* v, const ColumnTaps& taps, std::uint8_t* o, std:
 #ifdef QORV_RESAMPLE_AVX2
   if (cpuFeatures().avx2) return horizontalRowAvx2(v, taps, o, n);
 #endif
-  horizontalRowDouble(v, taps, o, 0, n);
+  horizontalRowDouble<3>(v, taps, o, 0, n);
+}
+
+void horizontalRow4(const float* v, const ColumnTaps& taps, std::uint8_t* o, std::int32_t n) {
+#ifdef QORV_RESAMPLE_AVX2
+  if (cpuFeatures().avx2) return horizontalRow4Avx2(v, taps, o, n);
+#endif
+  horizontalRowDouble<4>(v, taps, o, 0, n);
 }
 
 }  // namespace resample
 
-std::unique_ptr<cDIBSection> cDIBSection::Resample(std::int32_t lNewHeight, std::int32_t lNewWidth) const {
-  auto out = std::make_unique<cDIBSection>();
-  const DibView src = View();
-  // With a picture to scale every result pixel is written below.
-  if (!(src.valid() ? out->createForOverwrite(lNewWidth, lNewHeight) : out->Create(lNewWidth, lNewHeight)))
-    return nullptr;
-  if (!src.valid()) return out;  // nothing to scale: a black picture of the new size
-  if (lNewWidth == src.width && lNewHeight == src.height) {
-    out->LoadPictureBlt(hdc(), 0, 0, -1, -1, gdi::SRCCOPY);
-    return out;
-  }
-  const DibView dst = out->View();
+namespace {
+
+// Writes src scaled to w x h into the rows at dstBottom, dstBottom + step,
+// ... (memory row y, 0 = the bottom row, as src's), N bytes a pixel.
+template <int N>
+void resampleInto(const DibView& src, std::uint8_t* dstBottom, std::ptrdiff_t step, std::int32_t lNewWidth,
+                  std::int32_t lNewHeight) {
   // Sizes minus one keep the right and upper neighbours inside the picture;
   // a one-pixel axis has no neighbour at all, so it is clamped.
   const double xScale = static_cast<double>(src.width - 1) / lNewWidth;
@@ -244,16 +274,49 @@ std::unique_ptr<cDIBSection> cDIBSection::Resample(std::int32_t lNewHeight, std:
       const RowTap t = rowTap(y, yScale, src.height);
       const std::uint8_t* r0 = src.row(t.iy);
       const std::uint8_t* r1 = src.row(t.iy1);
-      std::uint8_t* o = dst.row(y);
+      std::uint8_t* o = dstBottom + static_cast<std::ptrdiff_t>(y) * step;
       if (!wholeRows) {
-        rowPerPixel(r0, r1, t, taps, o, lNewWidth);
+        rowPerPixel<N>(r0, r1, t, taps, o, lNewWidth);
         continue;
       }
       resample::verticalRow(r0, r1, t.w0, t.w1, v.data(), src.rowBytes());
-      resample::horizontalRow(v.data(), taps, o, lNewWidth);
+      if constexpr (N == 4)
+        resample::horizontalRow4(v.data(), taps, o, lNewWidth);
+      else
+        resample::horizontalRow(v.data(), taps, o, lNewWidth);
     }
   });
+}
+
+}  // namespace
+
+std::unique_ptr<cDIBSection> cDIBSection::Resample(std::int32_t lNewHeight, std::int32_t lNewWidth) const {
+  auto out = std::make_unique<cDIBSection>();
+  const DibView src = View();
+  // With a picture to scale every result pixel is written below.
+  if (!(src.valid() ? out->createForOverwrite(lNewWidth, lNewHeight) : out->Create(lNewWidth, lNewHeight)))
+    return nullptr;
+  if (!src.valid()) return out;  // nothing to scale: a black picture of the new size
+  if (lNewWidth == src.width && lNewHeight == src.height) {
+    out->LoadPictureBlt(hdc(), 0, 0, -1, -1, gdi::SRCCOPY);
+    return out;
+  }
+  const DibView dst = out->View();
+  resampleInto<3>(src, dst.row(0), dst.stride, lNewWidth, lNewHeight);
   return out;
+}
+
+bool cDIBSection::ResampleInto(const PixelRows& dst) const {
+  const DibView src = View();
+  if (!src.valid() || !dst.valid() || dst.bytesPerPixel != 4) return false;
+  // Same size: the pixels as they are, as Resample copies them.
+  if (dst.width == src.width && dst.height == src.height) {
+    copyPixelRows(PixelRows::bottomUp(src.bits, src.stride, src.width, src.height, 3), dst);
+    return true;
+  }
+  // dst's rows run top first; the scaling walks memory rows from the bottom.
+  resampleInto<4>(src, dst.row(dst.height - 1), -dst.step, dst.width, dst.height);
+  return true;
 }
 
 }  // namespace qorv

@@ -45,5 +45,8 @@ void verticalRow(const std::uint8_t* r0, const std::uint8_t* r1, double w0, doub
 // Destination pixels 0..n-1 (blue, green, red) of one row from the vertical
 // values `v`, which hold one value past the last one read (any number).
 void horizontalRow(const float* v, const ColumnTaps& taps, std::uint8_t* o, std::int32_t n);
+// The same values with four bytes a pixel (blue, green, red, 0), as 32-bit
+// pictures hold them.
+void horizontalRow4(const float* v, const ColumnTaps& taps, std::uint8_t* o, std::int32_t n);
 
 }  // namespace qorv::resample

@@ -1,5 +1,7 @@
 #include "processing/cImageProcessDIB.h"
 
+#include "platform/PixelRows.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -7,6 +9,7 @@
 
 #include <QorvPictureBox/AutomationError.h>
 #include <QorvPictureBox/gdi.h>
+#include "platform/PixelRows.h"
 #include "processing/ColumnPass.h"
 #include "processing/cDIBSection.h"
 
@@ -156,6 +159,16 @@ std::unique_ptr<cDIBSection> cImageProcessDIB::Resample(const cDIBSection& cImag
     for (std::int32_t y = 0; y < lNewHeight; ++y) notifyProgress(y, desc);
   });
   return out;
+}
+
+bool cImageProcessDIB::ResamplePixels(const cDIBSection& cImage, const PixelRows& dst) {
+  if (cImage.IsEmpty() || !dst.valid() || dst.bytesPerPixel != 4) return false;
+  const std::string desc = "Resample";
+  runOperation(desc, dst.height - 1, [&] {
+    cImage.ResampleInto(dst);
+    for (std::int32_t y = 0; y < dst.height; ++y) notifyProgress(y, desc);
+  });
+  return true;
 }
 
 }  // namespace qorv

@@ -127,6 +127,10 @@ class cImageProcessDIB {
   // Bilinear resample (height first, as cDIBSection::Resample) with progress.
   std::unique_ptr<cDIBSection> Resample(const cDIBSection& cImage, std::int32_t lNewHeight,
                                         std::int32_t lNewWidth);
+  // The same, written into `dst` (4 bytes a pixel) at its size, with the
+  // same progress. False, with no notification, when cImage is empty or dst
+  // unusable.
+  bool ResamplePixels(const cDIBSection& cImage, const PixelRows& dst);
 
   // A new working image holding cImage turned by Degrees (clockwise as seen),
   // sized to the turned picture's bounding box, uncovered corners in

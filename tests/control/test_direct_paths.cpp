@@ -137,5 +137,62 @@ INSTANTIATE_TEST_SUITE_P(Filters, DirectFilter, ::testing::Combine(::testing::Va
                                   std::to_string(s.h);
                          });
 
+// Resample writes its rows straight into the new picture: the same bytes
+// and events as the engine's 24-bit result turned into a picture. Sizes
+// cover up and down on each axis, one-pixel sources and results (clamped
+// neighbours), the unchanged size, results narrower than half the source
+// (per-pixel route) and widths that leave a partial vector step.
+struct ResampleCase {
+  Size from, to;
+};
+const ResampleCase kResamples[] = {
+    {{1, 1}, {5, 3}},  {{7, 5}, {1, 1}},   {{1, 9}, {6, 4}},   {{33, 17}, {61, 29}},
+    {{33, 17}, {7, 40}}, {{40, 23}, {13, 9}}, {{7, 5}, {7, 5}}, {{17, 3}, {23, 1}},
+};
+
+class DirectResample : public ControlTest, public ::testing::WithParamInterface<ResampleCase> {};
+
+TEST_P(DirectResample, MatchesTheWorkingImageRoute) {
+  const ResampleCase& c = GetParam();
+  sizeTo(120, 90);
+  ctl->setPicture(noisePicture(c.from.w, c.from.h));
+  const PicturePtr source = in().Buffer().Picture();
+  ASSERT_TRUE(source);
+
+  cImageProcessDIB ref;
+  std::vector<Raised> expected;
+  ref.InitProgress = [&](std::int32_t m, const std::string& d) {
+    expected.push_back({EventId::ProcessInit, {m, QString::fromStdString(d)}});
+  };
+  ref.Progress = [&](std::int32_t p, const std::string& d) {
+    expected.push_back({EventId::Process, {p, QString::fromStdString(d)}});
+  };
+  ref.Complete = [&](std::int32_t, const std::string& d) {
+    expected.push_back({EventId::ProcessComplete, {QString::fromStdString(d)}});
+  };
+  cDIBSection image;
+  image.CreateFromPicture(source->Handle());
+  const std::unique_ptr<cDIBSection> out = ref.Resample(image, c.to.h, c.to.w);
+  ASSERT_TRUE(out);
+  const std::vector<std::uint8_t> want = bytesOf(operation::pictureFrom(*out));
+
+  std::vector<Raised> progress;
+  ctl->setEventHook([&](int id, QVariantList& a) {
+    const auto e = static_cast<EventId>(id);
+    if (e == EventId::ProcessInit || e == EventId::Process || e == EventId::ProcessComplete) progress.push_back({e, a});
+  });
+  ctl->Resample(c.to.w, c.to.h);
+
+  ASSERT_EQ(want.size(), std::size_t{4} * c.to.w * c.to.h);
+  EXPECT_EQ(bytesOf(ctl->Picture()), want);
+  EXPECT_EQ(progress, expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, DirectResample, ::testing::ValuesIn(kResamples),
+                         [](const ::testing::TestParamInfo<ResampleCase>& p) {
+                           const auto name = [](const Size& s) { return std::to_string(s.w) + "x" + std::to_string(s.h); };
+                           return name(p.param.from) + "_to_" + name(p.param.to);
+                         });
+
 }  // namespace
 }  // namespace qorv::testing_support
