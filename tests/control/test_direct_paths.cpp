@@ -190,7 +190,9 @@ TEST_P(DirectResample, MatchesTheWorkingImageRoute) {
 
 INSTANTIATE_TEST_SUITE_P(Sizes, DirectResample, ::testing::ValuesIn(kResamples),
                          [](const ::testing::TestParamInfo<ResampleCase>& p) {
-                           const auto name = [](const Size& s) { return std::to_string(s.w) + "x" + std::to_string(s.h); };
+                           const auto name = [](const Size& s) {
+                             return std::to_string(s.w) + "x" + std::to_string(s.h);
+                           };
                            return name(p.param.from) + "_to_" + name(p.param.to);
                          });
 
