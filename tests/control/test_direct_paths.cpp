@@ -46,6 +46,28 @@ PicturePtr noisePicture(int w, int h) {
   return Picture::fromBitmap(bm);
 }
 
+// The engine's notifications as the control raises them, for comparing the
+// working-image route with the direct one.
+void recordEngineProgress(cImageProcessDIB& engine, std::vector<Raised>& out) {
+  engine.InitProgress = [&out](std::int32_t m, const std::string& d) {
+    out.push_back({EventId::ProcessInit, {m, QString::fromStdString(d)}});
+  };
+  engine.Progress = [&out](std::int32_t p, const std::string& d) {
+    out.push_back({EventId::Process, {p, QString::fromStdString(d)}});
+  };
+  engine.Complete = [&out](std::int32_t, const std::string& d) {
+    out.push_back({EventId::ProcessComplete, {QString::fromStdString(d)}});
+  };
+}
+
+// The progress events the control raises.
+void recordControlProgress(QorvPicture& control, std::vector<Raised>& out) {
+  control.setEventHook([&out](int id, QVariantList& a) {
+    const auto e = static_cast<EventId>(id);
+    if (e == EventId::ProcessInit || e == EventId::Process || e == EventId::ProcessComplete) out.push_back({e, a});
+  });
+}
+
 struct FilterCase {
   const char* name;
   gEFilterTypes type;
@@ -98,15 +120,7 @@ TEST_P(DirectFilter, MatchesTheWorkingImageRoute) {
   // The reference: the working-image route on a second engine of the same settings.
   cImageProcessDIB ref;
   std::vector<Raised> expected;
-  ref.InitProgress = [&](std::int32_t m, const std::string& d) {
-    expected.push_back({EventId::ProcessInit, {m, QString::fromStdString(d)}});
-  };
-  ref.Progress = [&](std::int32_t p, const std::string& d) {
-    expected.push_back({EventId::Process, {p, QString::fromStdString(d)}});
-  };
-  ref.Complete = [&](std::int32_t, const std::string& d) {
-    expected.push_back({EventId::ProcessComplete, {QString::fromStdString(d)}});
-  };
+  recordEngineProgress(ref, expected);
   if (!c.kernel.isEmpty()) ref.AddCustomFilter(in().mImageProcessDIB().Kernel());
   ref.setFilterWeight(c.weight);
   ref.setFilterType(static_cast<std::int32_t>(c.type));
@@ -117,10 +131,7 @@ TEST_P(DirectFilter, MatchesTheWorkingImageRoute) {
   const std::vector<std::uint8_t> want = bytesOf(operation::pictureFrom(image));
 
   std::vector<Raised> progress;
-  ctl->setEventHook([&](int id, QVariantList& a) {
-    const auto e = static_cast<EventId>(id);
-    if (e == EventId::ProcessInit || e == EventId::Process || e == EventId::ProcessComplete) progress.push_back({e, a});
-  });
+  recordControlProgress(*ctl, progress);
   ctl->ApplyFilter(static_cast<qint32>(c.type), c.weight);
 
   ASSERT_FALSE(want.empty());
@@ -161,15 +172,7 @@ TEST_P(DirectResample, MatchesTheWorkingImageRoute) {
 
   cImageProcessDIB ref;
   std::vector<Raised> expected;
-  ref.InitProgress = [&](std::int32_t m, const std::string& d) {
-    expected.push_back({EventId::ProcessInit, {m, QString::fromStdString(d)}});
-  };
-  ref.Progress = [&](std::int32_t p, const std::string& d) {
-    expected.push_back({EventId::Process, {p, QString::fromStdString(d)}});
-  };
-  ref.Complete = [&](std::int32_t, const std::string& d) {
-    expected.push_back({EventId::ProcessComplete, {QString::fromStdString(d)}});
-  };
+  recordEngineProgress(ref, expected);
   cDIBSection image;
   image.CreateFromPicture(source->Handle());
   const std::unique_ptr<cDIBSection> out = ref.Resample(image, c.to.h, c.to.w);
@@ -177,10 +180,7 @@ TEST_P(DirectResample, MatchesTheWorkingImageRoute) {
   const std::vector<std::uint8_t> want = bytesOf(operation::pictureFrom(*out));
 
   std::vector<Raised> progress;
-  ctl->setEventHook([&](int id, QVariantList& a) {
-    const auto e = static_cast<EventId>(id);
-    if (e == EventId::ProcessInit || e == EventId::Process || e == EventId::ProcessComplete) progress.push_back({e, a});
-  });
+  recordControlProgress(*ctl, progress);
   ctl->Resample(c.to.w, c.to.h);
 
   ASSERT_EQ(want.size(), std::size_t{4} * c.to.w * c.to.h);
