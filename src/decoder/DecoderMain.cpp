@@ -5,6 +5,8 @@
 //
 //   qorv-decode ADDRESS_SPACE_BYTES      (the socket is descriptor 3)
 #include <fcntl.h>
+#include <malloc.h>
+#include <poll.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -64,71 +66,115 @@ bool misbehave(DecoderTestAction action, DecodeWireReply& reply) {
       if (::open("/etc/hostname", O_RDONLY) >= 0) setMessage(reply, "the sandbox let a file be opened");
       return true;
     case DecoderTestAction::None:
+    case DecoderTestAction::ShortPixels:  // decodes, then misbehaves in the hand-over
       break;
   }
   return false;
 }
 
-// Writes all of `data` at the file's position; false on an error.
-bool writeAll(int fd, const unsigned char* data, std::size_t size) {
-  while (size > 0) {
-    const ssize_t put = ::write(fd, data, size);
-    if (put < 0 && errno == EINTR) continue;
-    if (put <= 0) return false;
-    data += put;
-    size -= static_cast<std::size_t>(put);
+// The hand-over memory: ONE memory file the helper keeps for its life, with
+// a shared mapping it converts each picture's rows into. Reusing it spares
+// every load the kernel's filling, mapping and freeing of fresh pages. It grows
+// when a larger picture comes and never shrinks while it lives; the seal
+// against shrinking keeps whoever holds a descriptor of it from having the
+// file cut under a mapping. The control never maps it as a picture (the
+// helper writes it again on the next load): it copies the pixels out.
+class Staging {
+ public:
+  // Writable memory for `bytes` of pixels at the start of the file, or null.
+  unsigned char* reserve(std::size_t bytes) {
+    if (!fd_) {
+      fd_.reset(::memfd_create("qorv-pixels", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+      if (!fd_ || ::fcntl(fd_.get(), F_ADD_SEALS, F_SEAL_SHRINK) != 0) {
+        drop();
+        return nullptr;
+      }
+    }
+    if (bytes > capacity_) {
+      // Whole mebibytes, so that a series of slightly larger pictures does
+      // not remap on every load.
+      const std::size_t grown = (bytes + kGrain - 1) / kGrain * kGrain;
+      // The old mapping goes first: old and new at once might not fit the
+      // address-space limit. The file's pages stay, only the tail is new.
+      unmap();
+      if (::ftruncate(fd_.get(), static_cast<off_t>(grown)) != 0) {
+        drop();
+        return nullptr;
+      }
+      void* p = ::mmap(nullptr, grown, PROT_READ | PROT_WRITE, MAP_SHARED, fd_.get(), 0);
+      if (p == MAP_FAILED) {
+        drop();
+        return nullptr;
+      }
+      map_ = static_cast<unsigned char*>(p);
+      capacity_ = grown;
+    }
+    return map_;
   }
-  return true;
-}
+  int fd() const { return fd_.get(); }
+  // Gives the memory back to the system (the control holds no descriptor of
+  // it once it has copied a picture out).
+  void drop() {
+    unmap();
+    fd_.reset();
+  }
 
-// The picture as 32-bit top-down rows in a sealed memory file; none on failure.
-// Plain 24- and 32-bit pictures (nearly every photo) are written straight
-// from the library's rows; other layouts are converted by the library first.
-UniqueFd pixelsFile(FIBITMAP* dib, DecodeWireReply& reply) {
+ private:
+  static constexpr std::size_t kGrain = std::size_t{1} << 20;
+  void unmap() {
+    if (map_) ::munmap(map_, capacity_);
+    map_ = nullptr;
+    capacity_ = 0;
+  }
+  UniqueFd fd_;
+  unsigned char* map_ = nullptr;
+  std::size_t capacity_ = 0;
+};
+
+Staging staging;
+
+// The picture as 32-bit top-down rows at the start of the staging memory;
+// false on failure. Plain 24- and 32-bit pictures (nearly every photo) are
+// converted straight from the library's rows; other layouts are converted by
+// the library first.
+bool stagePixels(FIBITMAP* dib, DecodeWireReply& reply) {
   DibPtr converted;
   const unsigned bpp = FreeImage_GetBPP(dib);
   const bool direct = FreeImage_GetImageType(dib) == FIT_BITMAP && (bpp == 24 || bpp == 32) &&
                       FreeImage_GetInfoHeader(dib)->biCompression == 0;
   if (!direct) {
     converted.reset(FreeImage_ConvertTo32Bits(dib));
-    if (!converted) return UniqueFd();
+    if (!converted) return false;
     dib = converted.get();
   }
   const unsigned w = FreeImage_GetWidth(dib);
   const unsigned h = FreeImage_GetHeight(dib);
   const std::size_t stride = static_cast<std::size_t>(w) * 4;
-  const std::size_t bytes = stride * h;
-  UniqueFd mem(::memfd_create("qorv-pixels", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-  if (!mem || ::ftruncate(mem.get(), static_cast<off_t>(bytes)) != 0) return UniqueFd();
-  // Rows are converted into a small buffer that stays in the cache and
-  // written into the file from there: the system fills fresh pages straight
-  // from it, where a mapping of the file would first zero every page, map it,
-  // and unmap it again afterwards.
-  const std::size_t rowsPerChunk = std::max<std::size_t>(1, (std::size_t{256} << 10) / stride);
-  std::vector<unsigned char> chunk(rowsPerChunk * stride);
+  unsigned char* out = staging.reserve(stride * h);
+  if (!out) return false;
   const unsigned pitch = FreeImage_GetPitch(dib);
   const BYTE* bits = FreeImage_GetBits(dib);
   const std::int32_t from = FreeImage_GetBPP(dib) == 24 ? 3 : 4;
   // 32-bit rows keep their fourth byte where it carries the alpha handed over;
   // otherwise it is cleared, as every device bitmap holds it.
   const bool keepX = from == 4 && reply.hasAlpha != 0;
-  for (unsigned y0 = 0; y0 < h; y0 += static_cast<unsigned>(rowsPerChunk)) {
-    const unsigned rows = std::min<unsigned>(static_cast<unsigned>(rowsPerChunk), h - y0);
-    for (unsigned r = 0; r < rows; ++r) {
-      const unsigned y = y0 + r;
-      const BYTE* src = bits + static_cast<std::size_t>(h - 1 - y) * pitch;  // library rows run bottom-up
-      unsigned char* row = chunk.data() + r * stride;
-      if (keepX) std::memcpy(row, src, stride);
-      else qorv::copyPixelRow(src, from, row, 4, static_cast<std::int32_t>(w), false);
-    }
-    if (!writeAll(mem.get(), chunk.data(), rows * stride)) return UniqueFd();
+  for (unsigned y = 0; y < h; ++y) {
+    const BYTE* src = bits + static_cast<std::size_t>(h - 1 - y) * pitch;  // library rows run bottom-up
+    unsigned char* row = out + y * stride;
+    if (keepX) std::memcpy(row, src, stride);
+    else qorv::copyPixelRow(src, from, row, 4, static_cast<std::int32_t>(w), false);
   }
-  // The control maps this memory: it must not shrink (a read past the new
-  // end would kill the control) nor change under it.
-  if (::fcntl(mem.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL) != 0)
-    return UniqueFd();
   reply.width = static_cast<std::int32_t>(w);
   reply.height = static_cast<std::int32_t>(h);
+  return true;
+}
+
+// For the control's tests: a memory file holding half of what the reply
+// announces, as a hostile helper might send.
+UniqueFd shortPixels(const DecodeWireReply& reply) {
+  const auto half = static_cast<off_t>(std::int64_t{reply.width} * reply.height * 2);
+  UniqueFd mem(::memfd_create("qorv-short", MFD_CLOEXEC));
+  if (mem && ::ftruncate(mem.get(), half) != 0) mem.reset();
   return mem;
 }
 
@@ -159,16 +205,42 @@ void serve(const DecodeWireRequest& request, int file, DecodeWireReply& reply) {
   reply.fif = decoded.fif;
   reply.bitsPerPixel = decoded.bitsPerPixel;
   reply.hasAlpha = decoded.hasAlpha ? 1 : 0;
-  UniqueFd pixels;
+  bool staged = false;
   if (decoded.status == DecodeStatus::Ok) {
-    pixels = pixelsFile(decoded.dib.get(), reply);
-    if (!pixels) {
+    staged = stagePixels(decoded.dib.get(), reply);
+    if (!staged) {
       reply.status = DecodeStatus::Failed;
       if (!reply.message[0]) setMessage(reply, "the decoder could not hand the pixels over");
     }
   }
   decoded.dib.reset();
-  SendDatagram(DecoderSocketFd, &reply, sizeof reply, pixels.get());
+  UniqueFd cut;
+  if (staged && request.testAction == DecoderTestAction::ShortPixels) cut = shortPixels(reply);
+  SendDatagram(DecoderSocketFd, &reply, sizeof reply, cut ? cut.get() : staged ? staging.fd() : -1);
+}
+
+// How long the helper keeps its memory after a load. Between loads it holds
+// the staging memory (4 bytes a pixel of the largest picture since it last
+// let go) and the freed heap the library used (its bitmap and the decoders'
+// buffers); a viewer stepping through a folder reuses both, while a host that
+// loaded one picture gets them back this long after.
+constexpr int kIdleReleaseMs = 10000;
+
+// Waits for the control's next request; gives the memory back once the
+// control has been quiet for kIdleReleaseMs. False when the channel broke.
+bool awaitRequest() {
+  pollfd p{DecoderSocketFd, POLLIN, 0};
+  int timeout = kIdleReleaseMs;
+  for (;;) {
+    const int ready = ::poll(&p, 1, timeout);
+    if (ready > 0) return true;
+    if (ready < 0 && errno != EINTR) return false;
+    if (ready == 0 && timeout >= 0) {
+      staging.drop();
+      ::malloc_trim(0);
+      timeout = -1;
+    }
+  }
 }
 
 }  // namespace
@@ -176,6 +248,12 @@ void serve(const DecodeWireRequest& request, int file, DecodeWireReply& reply) {
 int main(int argc, char** argv) {
   FreeImage_Initialise(FALSE);
   FreeImage_SetOutputMessage(&libraryMessage);
+  // Freed memory stays in the helper's heap for the next load instead of
+  // going back to the system and being faulted in afresh (the library's
+  // bitmap alone is 3 bytes a pixel); awaitRequest bounds how long. Set here,
+  // never in the control: a library must not change its host's allocator.
+  ::mallopt(M_MMAP_MAX, 0);
+  ::mallopt(M_TRIM_THRESHOLD, 1 << 30);
   const std::uint64_t addressSpace = argc > 1 ? std::strtoull(argv[1], nullptr, 10) : 0;
   if (!qorv::decoder::LimitAddressSpace(addressSpace) || !qorv::decoder::EnterSandbox()) {
     std::fprintf(stderr, "qorv-decode: cannot confine the decoder\n");
@@ -184,7 +262,8 @@ int main(int argc, char** argv) {
   for (;;) {
     DecodeWireRequest request;
     UniqueFd file;
-    if (!ReceiveDatagram(DecoderSocketFd, &request, sizeof request, file)) return 0;  // the control has gone
+    // The control has gone when the channel ends.
+    if (!awaitRequest() || !ReceiveDatagram(DecoderSocketFd, &request, sizeof request, file)) return 0;
     DecodeWireReply reply;
     currentReply = &reply;
     if (request.magic == DecodeProtocolMagic && file) {

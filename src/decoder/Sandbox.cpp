@@ -38,7 +38,8 @@ bool EnterSandbox() {
       // reading the file, answering the control
       SCMP_SYS(read), SCMP_SYS(pread64), SCMP_SYS(readv), SCMP_SYS(write), SCMP_SYS(writev), SCMP_SYS(lseek),
       SCMP_SYS(fstat), SCMP_SYS(newfstatat), SCMP_SYS(close), SCMP_SYS(dup), SCMP_SYS(fcntl),
-      SCMP_SYS(recvmsg), SCMP_SYS(sendmsg), SCMP_SYS(memfd_create), SCMP_SYS(ftruncate),
+      SCMP_SYS(recvmsg), SCMP_SYS(sendmsg), SCMP_SYS(poll), SCMP_SYS(ppoll), SCMP_SYS(memfd_create),
+      SCMP_SYS(ftruncate),
       // memory
       SCMP_SYS(mmap), SCMP_SYS(munmap), SCMP_SYS(mremap), SCMP_SYS(mprotect), SCMP_SYS(brk), SCMP_SYS(madvise),
       // limits, time, signals and leaving

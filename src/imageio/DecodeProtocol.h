@@ -1,6 +1,7 @@
 // The messages between the control and its decoder helper, one datagram each
 // way per load over a sequenced-packet socket, with the file's descriptor
-// riding along the request and the pixels' sealed memory file along the reply.
+// riding along the request and the helper's memory file holding the pixels
+// along the reply.
 // Free of Qt: both sides include it.
 #pragma once
 
@@ -19,8 +20,16 @@ inline constexpr int DecoderSocketFd = 3;
 // Ways to make the helper misbehave on purpose, so tests can prove the
 // control survives a decoder that crashes, hangs or runs out of memory
 // without relying on a library bug.
-// Escape tries what an exploited decoder would: open a file.
-enum class DecoderTestAction : std::int32_t { None = 0, Crash = 1, Hang = 2, Allocate = 3, Escape = 4 };
+// Escape tries what an exploited decoder would: open a file. ShortPixels
+// decodes, then hands over less memory than the reply announces.
+enum class DecoderTestAction : std::int32_t {
+  None = 0,
+  Crash = 1,
+  Hang = 2,
+  Allocate = 3,
+  Escape = 4,
+  ShortPixels = 5
+};
 
 struct DecodeWireRequest {
   std::uint32_t magic = DecodeProtocolMagic;

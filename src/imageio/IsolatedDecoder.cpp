@@ -5,7 +5,6 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -23,6 +22,7 @@
 #include "imageio/FormatTable.h"
 #include "imageio/modFreeImage.h"
 #include "platform/GdiSurface.h"
+#include "platform/RowParallel.h"
 #include "platform/ScopedGdi.h"
 #include <QorvPictureBox/gdi.h>
 
@@ -44,30 +44,45 @@ std::string directoryOf(const std::string& file) {
 
 bool executable(const std::string& path) { return ::access(path.c_str(), X_OK) == 0; }
 
-// Maps the helper's sealed pixels privately: the pages are the helper's until
-// the control draws on one, which then gets a copy of its own. The seals are
-// checked first: memory the helper could still shrink would fault the control.
-std::uint8_t* mapPixels(int fd, std::size_t bytes) {
-  const int seals = ::fcntl(fd, F_GET_SEALS);
+// Copies the helper's pixels into a bitmap the control owns. The helper's
+// memory file is not mapped as the picture: the helper writes into it again
+// on the next load, so a picture over it could be changed on screen by a
+// compromised helper. pread() rather than a mapping to copy from: a file
+// shorter than announced gives a short read, which fails the load, where a
+// read past the end of a mapping would kill the control. The bitmap comes
+// from the control's pixel-memory cache, so its pages are reused, not
+// faulted in afresh; the copy is split over the row pool.
+// `handedOver` turns false when the helper's file held less than announced.
+gdi::HBITMAP copyPixels(int fd, std::int32_t w, std::int32_t h, bool& handedOver) {
   struct stat st {};
-  const int needed = F_SEAL_SHRINK | F_SEAL_WRITE;
-  if (bytes == 0 || seals < 0 || (seals & needed) != needed || ::fstat(fd, &st) != 0 ||
-      static_cast<std::uint64_t>(st.st_size) < bytes)
-    return nullptr;
-  // Populating a writable private mapping would break the sharing of every
-  // page at once (the system copies each one, as if it had been written):
-  // the pages are populated read-only, then the mapping is made writable, so
-  // that only pages drawn on are copied.
-  void* p = ::mmap(nullptr, bytes, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
-  if (p == MAP_FAILED) return nullptr;
-  if (::mprotect(p, bytes, PROT_READ | PROT_WRITE) != 0) {
-    ::munmap(p, bytes);
-    return nullptr;
-  }
-  return static_cast<std::uint8_t*>(p);
+  const auto rowBytes = static_cast<std::size_t>(w) * 4;
+  handedOver = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+  if (!handedOver) return 0;
+  ScopedBitmap bitmap(gdi::CreateBitmapForOverwrite(w, h));
+  gdi::Surface s;
+  if (!bitmap || !gdi::BitmapSurface(bitmap.get(), s) || s.bitsPerPixel != 32 || s.bottomUp ||
+      static_cast<std::size_t>(s.stride) != rowBytes)
+    return 0;
+  std::atomic<bool> whole{true};
+  parallelRows(0, h - 1, static_cast<std::int64_t>(rowBytes), [&](std::int32_t y0, std::int32_t y1) {
+    auto* to = s.row(y0);
+    std::size_t left = rowBytes * static_cast<std::size_t>(y1 - y0 + 1);
+    auto at = static_cast<off_t>(rowBytes * static_cast<std::size_t>(y0));
+    while (left > 0 && whole.load(std::memory_order_relaxed)) {
+      const ssize_t got = ::pread(fd, to, left, at);
+      if (got < 0 && errno == EINTR) continue;
+      if (got <= 0) {
+        whole = false;
+        return;
+      }
+      to += got;
+      at += got;
+      left -= static_cast<std::size_t>(got);
+    }
+  });
+  handedOver = whole;
+  return whole ? bitmap.release() : 0;
 }
-
-void unmapPixels(std::uint8_t* data, std::size_t bytes) { ::munmap(data, bytes); }
 
 std::string describeExit(int status) {
   if (WIFSIGNALED(status)) {
@@ -99,8 +114,12 @@ std::string DecoderPath() {
 
 std::uint64_t DecoderAddressSpace(std::int64_t maxPixels) {
   if (maxPixels <= 0) return 0;
-  // The library's bitmap, its 32-bit conversion and the hand-over, with room
-  // for the decoders' own buffers, plus a fixed allowance for the program.
+  // Per pixel at the limit: the library's bitmap (up to 8 bytes for 16-bit
+  // samples with alpha), its 32-bit conversion (4) and the helper's staging
+  // mapping (4), plus a fixed allowance for the program and the decoders' own
+  // buffers. The heap the helper keeps between loads adds nothing: the next
+  // load reuses those freed blocks instead of growing the heap, and a load
+  // that still finds no room fails and gets a fresh helper.
   return static_cast<std::uint64_t>(maxPixels) * 16 + (std::uint64_t{512} << 20);
 }
 
@@ -197,17 +216,33 @@ IsolatedOutcome DecoderProcess::decode(int file, const DecodeRequest& request, s
     }
     break;
   }
-  if (!ReceiveDatagram(socket_.get(), &out.reply, sizeof out.reply, out.pixels) ||
+  UniqueFd pixels;
+  if (!ReceiveDatagram(socket_.get(), &out.reply, sizeof out.reply, pixels) ||
       out.reply.magic != DecodeProtocolMagic) {
     out.reply = DecodeWireReply{};
-    out.pixels.reset();
     out.failure = stop(true);  // it closed the channel or broke the protocol
     return out;
   }
   out.reply.message[sizeof out.reply.message - 1] = '\0';
   // A decode that failed may have left the library's memory leaked or worse:
   // the next load gets a fresh helper.
-  if (out.reply.status == DecodeStatus::Failed) stop(true);
+  if (out.reply.status == DecodeStatus::Failed) {
+    stop(true);
+    return out;
+  }
+  const std::int64_t w = out.reply.width;
+  const std::int64_t h = out.reply.height;
+  if (out.reply.status != DecodeStatus::Ok || !pixels || w <= 0 || h <= 0 ||
+      (request.maxPixels > 0 && w * h > request.maxPixels))
+    return out;
+  // Copied while the lock is held: the next load writes the helper's memory.
+  bool handedOver = true;
+  out.bitmap.reset(copyPixels(pixels.get(), static_cast<std::int32_t>(w), static_cast<std::int32_t>(h), handedOver));
+  if (!handedOver) {
+    // It answered with less than it announced: not to be trusted again.
+    stop(true);
+    out.failure = "the decoder handed over fewer pixels than it announced";
+  }
   return out;
 }
 
@@ -240,24 +275,11 @@ LoadedPicture LoadPictureIsolated(const LoadRequest& request) {
     failUnknownFormat(outcome, request.path);
     return out;
   }
-  const std::int64_t w = reply.width;
-  const std::int64_t h = reply.height;
-  if (reply.status != DecodeStatus::Ok || !got.pixels || w <= 0 || h <= 0 ||
-      (request.maxPixels > 0 && w * h > request.maxPixels)) {
+  if (reply.status != DecodeStatus::Ok || !got.bitmap) {
     failLoad(outcome);
     return out;
   }
-  // The pixels become the bitmap's memory as they are: no copy.
-  const auto bytes = static_cast<std::size_t>(w * h * 4);
-  std::uint8_t* pixels = mapPixels(got.pixels.get(), bytes);
-  ScopedBitmap bitmap(pixels ? gdi::CreateBitmapOverMemory(static_cast<int>(w), static_cast<int>(h), pixels, bytes,
-                                                           &unmapPixels)
-                             : 0);
-  if (!bitmap) {
-    if (pixels) unmapPixels(pixels, bytes);
-    failLoad(outcome);
-    return out;
-  }
+  ScopedBitmap bitmap = std::move(got.bitmap);
   out.picture = Picture::fromBitmap(bitmap.get());
   if (!out.picture) {
     failLoad(outcome);

@@ -14,6 +14,7 @@
 #include "imageio/DecodeProtocol.h"
 #include "imageio/ImageLoad.h"
 #include "imageio/UniqueFd.h"
+#include "platform/ScopedGdi.h"
 
 namespace qorv::imageio {
 
@@ -23,12 +24,12 @@ namespace qorv::imageio {
 std::string DecoderPath();
 
 // Address space the helper gets for pictures of up to `maxPixels`: room for the
-// library's copy, the 32-bit conversion and the hand-over at the limit.
+// library's copy, the 32-bit conversion and the staging memory at the limit.
 std::uint64_t DecoderAddressSpace(std::int64_t maxPixels);
 
 struct IsolatedOutcome {
   DecodeWireReply reply;  // status Failed when the helper gave no answer
-  UniqueFd pixels;        // sealed, width * height * 4 bytes, when status is Ok
+  ScopedBitmap bitmap;    // the pixels, copied into a bitmap of the control's, when status is Ok
   std::string failure;    // why there was no answer (signal, timeout, no helper)
 };
 

@@ -154,8 +154,9 @@ TEST_F(ImageIOMethods, FailuresKeepStateAndRaiseNothing) {
   EXPECT_EQ(ctl->LastErrorDescription(), QString());
 }
 
-// A decoder that crashes, hangs, runs out of memory or tries to open a file
-// (what an exploit would do first) costs one failed load:
+// A decoder that crashes, hangs, runs out of memory, tries to open a file
+// (what an exploit would do first) or hands over fewer pixels than it
+// announces costs one failed load:
 // the host lives, keeps its picture, hears no event and learns why from the
 // bridge's text; the next load gets a fresh decoder.
 TEST_F(ImageIOMethods, DecoderDeathIsAnOrdinaryFailedLoad) {
@@ -169,7 +170,8 @@ TEST_F(ImageIOMethods, DecoderDeathIsAnOrdinaryFailedLoad) {
   } cases[] = {{imageio::DecoderTestAction::Crash, "signal 11"},
                {imageio::DecoderTestAction::Hang, "no answer within 300 ms"},
                {imageio::DecoderTestAction::Allocate, "out of memory"},
-               {imageio::DecoderTestAction::Escape, "signal 31"}};  // the filter kills an open()
+               {imageio::DecoderTestAction::Escape, "signal 31"},  // the filter kills an open()
+               {imageio::DecoderTestAction::ShortPixels, "fewer pixels than it announced"}};
   ctl->setLoadTimeout(300);
   ctl->setMaxLoadPixels(1000000);  // a small address-space limit for the helper
   for (const auto& c : cases) {

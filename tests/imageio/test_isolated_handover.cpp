@@ -1,12 +1,15 @@
 // The helper's pixels reach the control intact whatever their layout and size
 // (rows converted in chunks, rows wider than a chunk), and the control may
-// draw on the picture it gets: its pages become its own on the first write.
+// draw on the picture it gets without touching any other load. The helper
+// reuses its hand-over memory from load to load: pictures handed out earlier
+// never change with it.
 #include <gtest/gtest.h>
 
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <string>
+#include <vector>
 
 #include "ImageFixtures.h"
 #include "imageio/ImageLoad.h"
@@ -24,26 +27,42 @@ struct Handover {
   unsigned bpp;  // of the picture saved: 24 (as BMP) or 32 (as PNG)
 };
 
-class IsolatedHandover : public ::testing::TestWithParam<Handover> {};
-
-TEST_P(IsolatedHandover, PixelsArriveIntactAndTheCopyIsWritable) {
+// The pattern saved as `c` says, in `dir`; empty on failure.
+QString savePattern(const QTemporaryDir& dir, const Handover& c) {
   iotest::ensureFreeImage();
-  const Handover c = GetParam();
-  QTemporaryDir dir;
-  ASSERT_TRUE(dir.isValid());
-  const QString path = dir.filePath(QLatin1String(c.bpp == 24 ? "a.bmp" : "a.png"));
+  const QString path = dir.filePath(QLatin1String(c.name) + QLatin1String(c.bpp == 24 ? ".bmp" : ".png"));
   FIBITMAP* dib = iotest::makePatternDib(c.w, c.h);
   if (c.bpp == 32) {
     FIBITMAP* wide = FreeImage_ConvertTo32Bits(dib);
     FreeImage_Unload(dib);
     dib = wide;
   }
-  ASSERT_TRUE(FreeImage_Save(c.bpp == 24 ? FIF_BMP : FIF_PNG, dib, QFile::encodeName(path).constData(), 0));
+  const bool saved = FreeImage_Save(c.bpp == 24 ? FIF_BMP : FIF_PNG, dib, QFile::encodeName(path).constData(), 0);
   FreeImage_Unload(dib);
+  return saved ? path : QString();
+}
 
+LoadRequest isolatedLoad(const QString& path) {
   LoadRequest r;
   r.path = path;
   r.isolated = true;
+  return r;
+}
+
+std::vector<std::uint32_t> pixelsOf(const PicturePtr& picture) {
+  gdi::Surface s;
+  return gdi::BitmapSurfaceRead(handleOf(picture), s) ? iotest::surfacePixels(s) : std::vector<std::uint32_t>{};
+}
+
+class IsolatedHandover : public ::testing::TestWithParam<Handover> {};
+
+TEST_P(IsolatedHandover, PixelsArriveIntactAndTheCopyIsWritable) {
+  const Handover c = GetParam();
+  QTemporaryDir dir;
+  ASSERT_TRUE(dir.isValid());
+  const QString path = savePattern(dir, c);
+  ASSERT_FALSE(path.isEmpty());
+  const LoadRequest r = isolatedLoad(path);
   const LoadedPicture got = LoadPicture(r);
   ASSERT_TRUE(got.outcome.ok());
   gdi::Surface s;
@@ -60,6 +79,28 @@ TEST_P(IsolatedHandover, PixelsArriveIntactAndTheCopyIsWritable) {
   gdi::Surface s2;
   ASSERT_TRUE(gdi::BitmapSurface(handleOf(again.picture), s2));
   EXPECT_EQ(iotest::surfacePixels(s2).back(), iotest::patternRGB(c.w - 1, c.h - 1));
+}
+
+// Larger, smaller, then larger again than any before (the hand-over memory
+// grows twice and is reused once in between), widths all different, so that
+// a picture still over the reused memory would show another load's rows.
+TEST(IsolatedHandoverReuse, EachLoadIsRightAndEarlierPicturesStayAsTheyWere) {
+  const Handover loads[] = {{"First", 700, 400, 24}, {"Smaller", 130, 70, 32}, {"Largest", 1001, 600, 24}};
+  QTemporaryDir dir;
+  ASSERT_TRUE(dir.isValid());
+  std::vector<LoadedPicture> kept;
+  for (const Handover& c : loads) {
+    SCOPED_TRACE(c.name);
+    const QString path = savePattern(dir, c);
+    ASSERT_FALSE(path.isEmpty());
+    kept.push_back(LoadPicture(isolatedLoad(path)));
+    ASSERT_TRUE(kept.back().outcome.ok());
+    EXPECT_TRUE(pixelsOf(kept.back().picture) == iotest::patternPixels(c.w, c.h));
+  }
+  for (std::size_t i = 0; i < kept.size(); ++i) {
+    SCOPED_TRACE(loads[i].name);
+    EXPECT_TRUE(pixelsOf(kept[i].picture) == iotest::patternPixels(loads[i].w, loads[i].h));
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Layouts, IsolatedHandover,
