@@ -158,11 +158,14 @@ bool stagePixels(FIBITMAP* dib, DecodeWireReply& reply) {
   // 32-bit rows keep their fourth byte where it carries the alpha handed over;
   // otherwise it is cleared, as every device bitmap holds it.
   const bool keepX = from == 4 && reply.hasAlpha != 0;
+  // The rows are streamed past the cache: the control reads them next, from
+  // another process and core, and a picture's worth would only evict the
+  // helper's cache for nothing.
   for (unsigned y = 0; y < h; ++y) {
     const BYTE* src = bits + static_cast<std::size_t>(h - 1 - y) * pitch;  // library rows run bottom-up
     unsigned char* row = out + y * stride;
     if (keepX) std::memcpy(row, src, stride);
-    else qorv::copyPixelRow(src, from, row, 4, static_cast<std::int32_t>(w), false);
+    else qorv::copyPixelRow(src, from, row, 4, static_cast<std::int32_t>(w), true);
   }
   reply.width = static_cast<std::int32_t>(w);
   reply.height = static_cast<std::int32_t>(h);
