@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 
 #include <QorvPictureBox/Colors.h>
 #include <QorvPictureBox/QorvPicture.h>
@@ -109,13 +110,18 @@ void commit(QorvPicture& c, const cDIBSection& result) {
   d.pictureProcessed();
 }
 
-Direct::Direct(const QorvPicture& c) : source(QorvPicturePrivate::of(c).Buffer().Picture()) {
+PixelRows pictureRows(const PicturePtr& pic) {
   gdi::Surface s;
-  if (handleOf(source) == 0 || !gdi::BitmapSurfaceRead(source->Handle(), s) || !s.valid() || s.bitsPerPixel != 32)
-    return;
+  if (handleOf(pic) == 0 || !gdi::BitmapSurfaceRead(pic->Handle(), s) || !s.valid() || s.bitsPerPixel != 32)
+    return {};
   const std::ptrdiff_t step = s.bottomUp ? -static_cast<std::ptrdiff_t>(s.stride) : s.stride;
-  from = PixelRows{s.row(0), step, s.width, s.height, 4};
-  result.reset(gdi::CreateBitmapForOverwrite(s.width, s.height));
+  return PixelRows{s.row(0), step, s.width, s.height, 4};
+}
+
+Direct::Direct(const QorvPicture& c)
+    : source(QorvPicturePrivate::of(c).Buffer().Picture()), from(pictureRows(source)) {
+  if (!from.valid()) return;
+  result.reset(gdi::CreateBitmapForOverwrite(from.width, from.height));
   gdi::Surface r;
   if (!result || !gdi::BitmapSurface(result.get(), r) || r.bitsPerPixel != 32 || r.bottomUp) {
     from = {};
@@ -247,8 +253,17 @@ void QorvPicture::BlackAndWhite() {
 }
 
 void QorvPicture::Resample(qint32 lW, qint32 lH) {
-  Working w(*this);
-  if (w.image.IsEmpty()) return;
+  // A 32-bit picture is read as it is (and held, like a direct operation's
+  // source, for the operation's length); any other needs a working image.
+  const PicturePtr source = d_->Buffer().Picture();
+  PixelRows from = operation::pictureRows(source);
+  std::optional<Working> w;
+  if (!from.valid()) {
+    w.emplace(*this);
+    if (w->image.IsEmpty()) return;
+    const DibView v = w->image.View();
+    from = PixelRows::bottomUp(v.bits, v.stride, v.width, v.height, 3);
+  }
   // The scaled rows go straight into the new 32-bit picture, with no 24-bit
   // result to convert afterwards; only where that picture cannot be had does
   // the working result (which then fails the same way, or is shown) follow.
@@ -256,12 +271,13 @@ void QorvPicture::Resample(qint32 lW, qint32 lH) {
     ScopedBitmap result(gdi::CreateBitmapForOverwrite(lW, lH));
     gdi::Surface r;
     if (result && gdi::BitmapSurface(result.get(), r) && r.bitsPerPixel == 32 && !r.bottomUp &&
-        d_->mImageProcessDIB().ResamplePixels(w.image, PixelRows::topDown(r.rows, r.stride, r.width, r.height, 4))) {
+        d_->mImageProcessDIB().ResamplePixels(from, PixelRows::topDown(r.rows, r.stride, r.width, r.height, 4))) {
       operation::commitResized(*this, std::move(result));
       return;
     }
   }
-  const std::unique_ptr<cDIBSection> out = d_->mImageProcessDIB().Resample(w.image, lH, lW);
+  if (!w) w.emplace(*this);
+  const std::unique_ptr<cDIBSection> out = d_->mImageProcessDIB().Resample(w->image, lH, lW);
   if (!out) return;  // no buffer of that size: the picture stays as it was
   operation::commitResized(*this, *out);
 }

@@ -24,6 +24,10 @@ struct Working {
   explicit Working(const QorvPicture& c);
 };
 
+// The rows of a 32-bit picture, top first; invalid for any other picture.
+// Only for reading: the picture may share its memory.
+PixelRows pictureRows(const PicturePtr& pic);
+
 // `pic` becomes Buffer's picture and the view is updated.
 void commitPicture(QorvPicture& c, const PicturePtr& pic);
 

@@ -63,10 +63,6 @@ class cDIBSection {
   // A new buffer of lNewWidth x lNewHeight holding this picture scaled
   // bilinearly (note: height first); null when it cannot be created.
   std::unique_ptr<cDIBSection> Resample(std::int32_t lNewHeight, std::int32_t lNewWidth) const;
-  // The same pixels written straight into `dst` (4 bytes a pixel, X bytes
-  // 0), scaled to its size: a 32-bit picture needs no 24-bit result first.
-  // False, with nothing written, when this is empty or dst unusable.
-  bool ResampleInto(const PixelRows& dst) const;
 
   // Releases the section and the context; harmless when already empty.
   void ClearUp();

@@ -1,7 +1,5 @@
 #include "processing/cImageProcessDIB.h"
 
-#include "platform/PixelRows.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -11,6 +9,7 @@
 #include <QorvPictureBox/gdi.h>
 #include "platform/PixelRows.h"
 #include "processing/ColumnPass.h"
+#include "processing/ResampleRows.h"
 #include "processing/cDIBSection.h"
 
 namespace qorv {
@@ -161,11 +160,11 @@ std::unique_ptr<cDIBSection> cImageProcessDIB::Resample(const cDIBSection& cImag
   return out;
 }
 
-bool cImageProcessDIB::ResamplePixels(const cDIBSection& cImage, const PixelRows& dst) {
-  if (cImage.IsEmpty() || !dst.valid() || dst.bytesPerPixel != 4) return false;
+bool cImageProcessDIB::ResamplePixels(const PixelRows& src, const PixelRows& dst) {
+  if (!src.valid() || !dst.valid()) return false;
   const std::string desc = "Resample";
   runOperation(desc, dst.height - 1, [&] {
-    cImage.ResampleInto(dst);
+    resample::resampleRows(src, dst);
     for (std::int32_t y = 0; y < dst.height; ++y) notifyProgress(y, desc);
   });
   return true;

@@ -127,10 +127,11 @@ class cImageProcessDIB {
   // Bilinear resample (height first, as cDIBSection::Resample) with progress.
   std::unique_ptr<cDIBSection> Resample(const cDIBSection& cImage, std::int32_t lNewHeight,
                                         std::int32_t lNewWidth);
-  // The same, written into `dst` (4 bytes a pixel) at its size, with the
-  // same progress. False, with no notification, when cImage is empty or dst
-  // unusable.
-  bool ResamplePixels(const cDIBSection& cImage, const PixelRows& dst);
+  // The same from `src` into `dst` (3 or 4 bytes a pixel on either side) at
+  // dst's size, with the same progress: a 32-bit picture is scaled straight
+  // into another, with no 24-bit image on either side. False, with no
+  // notification, when either is unusable.
+  bool ResamplePixels(const PixelRows& src, const PixelRows& dst);
 
   // A new working image holding cImage turned by Degrees (clockwise as seen),
   // sized to the turned picture's bounding box, uncovered corners in

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <functional>
+#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -21,6 +22,7 @@ struct WeightSet {
 };
 
 std::string weightSetName(const ::testing::TestParamInfo<WeightSet>& p) { return p.param.name; }
+void PrintTo(const WeightSet& w, std::ostream* os) { *os << w.name; }
 
 // The fractions the rows of a resampling from `from` to `to` pixels read at.
 std::vector<double> fractionsOf(std::int32_t from, std::int32_t to, std::int32_t count) {
@@ -35,35 +37,60 @@ int expected(double d, int a, int b) {
   return static_cast<int>(std::clamp(std::nearbyint((1.0 - d) * a + d * b), 0.0, 255.0));
 }
 
+// A row in which each value and the next make every pair of bytes (a, b)
+// once: the cyclic sequence of all 65536 pairs, its first value repeated at
+// the end.
+std::vector<std::uint8_t> everyPairInTurn() {
+  std::vector<std::uint8_t> s;
+  for (int i = 0; i < 256; ++i) {
+    s.push_back(static_cast<std::uint8_t>(i));
+    for (int j = i + 1; j < 256; ++j) {
+      s.push_back(static_cast<std::uint8_t>(i));
+      s.push_back(static_cast<std::uint8_t>(j));
+    }
+  }
+  s.push_back(s.front());
+  return s;
+}
+
 class ResampleRowSteps : public ::testing::TestWithParam<WeightSet> {};
 
 TEST_P(ResampleRowSteps, RoundEveryPairAsDoublePrecisionDoes) {
-  // Value k of a row pairs a = k % 256 with b = k / 256: all 65536 pairs.
-  std::vector<std::uint8_t> r0(65536), r1(65536);
-  for (int k = 0; k < 65536; ++k) {
-    r0[static_cast<std::size_t>(k)] = static_cast<std::uint8_t>(k & 255);
-    r1[static_cast<std::size_t>(k)] = static_cast<std::uint8_t>(k >> 8);
+  const std::vector<std::uint8_t> pairs = everyPairInTurn();
+  constexpr std::int32_t kPairs = 65536;
+  std::vector<std::uint8_t> vertical(kPairs), out(4 * kPairs);
+  // Output pixel k reads the pair (pairs[k], pairs[k + 1]) from source
+  // pixels `spacing` apart: neighbours (as when enlarging: one window of the
+  // vector path) or every other one (as when halving: two windows).
+  std::vector<std::uint8_t> v[3];
+  for (const std::int32_t spacing : {1, 2}) {
+    v[spacing].assign(static_cast<std::size_t>(3 * spacing * (kPairs + 1) + resample::kRowSlack), 0);
+    for (std::int32_t k = 0; k < kPairs; ++k)
+      for (std::int32_t c = 0; c < 3; ++c) {
+        v[spacing][static_cast<std::size_t>(3 * spacing * k + c)] = pairs[static_cast<std::size_t>(k)];
+        v[spacing][static_cast<std::size_t>(3 * spacing * k + 3 + c)] = pairs[static_cast<std::size_t>(k + 1)];
+      }
   }
-  // Vertical values j at pixel j, so that pixel k of a row reads a and b.
-  std::vector<float> v(3 * 256 + 1);
-  for (int j = 0; j < 3 * 256; ++j) v[static_cast<std::size_t>(j)] = static_cast<float>(j / 3);
-  std::vector<float> vertical(65536);
-  std::vector<std::uint8_t> pixels(3 * 65536);
-  int wrongVertical = 0, wrongHorizontal = 0;
   for (const double d : GetParam().make()) {
-    resample::verticalRow(r0.data(), r1.data(), 1.0 - d, d, vertical.data(), 65536);
-    resample::ColumnTaps taps;
-    taps.resize(65536);
-    for (std::size_t k = 0; k < 65536; ++k)
-      taps.set(k, 3 * static_cast<std::int32_t>(k & 255), 3 * static_cast<std::int32_t>(k >> 8), 1.0 - d, d);
-    resample::horizontalRow(v.data(), taps, pixels.data(), 65536);
-    for (int k = 0; k < 65536; ++k) {
-      const int want = expected(d, k & 255, k >> 8);
-      const auto i = static_cast<std::size_t>(k);
-      wrongVertical += vertical[i] != static_cast<float>(want);
-      for (std::size_t c = 0; c < 3; ++c) wrongHorizontal += pixels[3 * i + c] != want;
-    }
-    ASSERT_EQ(wrongVertical + wrongHorizontal, 0) << "d = " << d;
+    resample::verticalRow(pairs.data(), pairs.data() + 1, d, resample::doubtful(d), vertical.data(), kPairs);
+    int wrong = 0;
+    for (std::int32_t k = 0; k < kPairs; ++k)
+      wrong += vertical[static_cast<std::size_t>(k)] != expected(d, pairs[static_cast<std::size_t>(k)],
+                                                               pairs[static_cast<std::size_t>(k + 1)]);
+    ASSERT_EQ(wrong, 0) << "vertical, d = " << d;
+    for (const std::int32_t spacing : {1, 2})
+      for (const std::int32_t outBytes : {3, 4}) {
+        resample::ColumnTaps taps(kPairs, outBytes);
+        for (std::int32_t k = 0; k < kPairs; ++k) taps.set(k, 3 * spacing * k, 3 * spacing * k + 3, d);
+        taps.finish();
+        resample::horizontalRow(v[spacing].data(), taps, out.data());
+        for (std::int32_t k = 0; k < kPairs; ++k) {
+          const int want = expected(d, pairs[static_cast<std::size_t>(k)], pairs[static_cast<std::size_t>(k + 1)]);
+          for (std::int32_t c = 0; c < outBytes; ++c)
+            wrong += out[static_cast<std::size_t>(outBytes * k + c)] != (c == 3 ? 0 : want);
+        }
+        ASSERT_EQ(wrong, 0) << "horizontal, pixels " << spacing << " apart, " << outBytes << " bytes out, d = " << d;
+      }
   }
 }
 
