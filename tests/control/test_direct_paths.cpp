@@ -152,13 +152,14 @@ INSTANTIATE_TEST_SUITE_P(Filters, DirectFilter, ::testing::Combine(::testing::Va
 // and events as the engine's 24-bit result turned into a picture. Sizes
 // cover up and down on each axis, one-pixel sources and results (clamped
 // neighbours), the unchanged size, results narrower than half the source
-// (per-pixel route) and widths that leave a partial vector step.
+// (per-pixel route), narrower ones above half (whole rows, farther picks)
+// and widths that leave a partial vector step.
 struct ResampleCase {
   Size from, to;
 };
 const ResampleCase kResamples[] = {
     {{1, 1}, {5, 3}},  {{7, 5}, {1, 1}},   {{1, 9}, {6, 4}},   {{33, 17}, {61, 29}},
-    {{33, 17}, {7, 40}}, {{40, 23}, {13, 9}}, {{7, 5}, {7, 5}}, {{17, 3}, {23, 1}},
+    {{33, 17}, {7, 40}}, {{40, 23}, {13, 9}}, {{7, 5}, {7, 5}}, {{17, 3}, {23, 1}}, {{40, 23}, {29, 17}},
 };
 
 class DirectResample : public ControlTest, public ::testing::WithParamInterface<ResampleCase> {};
