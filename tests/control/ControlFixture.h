@@ -65,7 +65,11 @@ inline QImage noise(int w, int h, unsigned seed) {
 }
 
 // An event as the control raised it, with its arguments as the handlers left them.
-struct Raised { EventId id; QVariantList args; };
+struct Raised {
+  EventId id;
+  QVariantList args;
+  bool operator==(const Raised&) const = default;
+};
 
 // What the control's error record holds.
 struct ErrorRecord {

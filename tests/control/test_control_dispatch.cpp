@@ -7,7 +7,6 @@
 #include "ControlFixture.h"
 #include "control/MemberTable.h"
 #include <QorvPictureBox/AutomationError.h>
-#include "processing/cImageProcessDIB.h"
 
 namespace qorv {
 namespace {
@@ -179,18 +178,6 @@ TEST_F(Events, OffsetChangedCarriesTheOffsetsByReference) {
   in().raiseOffsetChanged();
   EXPECT_EQ(ctl->OffsetX(), 3);
   EXPECT_EQ(ctl->OffsetY(), 5);
-}
-
-TEST_F(Events, EngineNotificationsBecomeProcessEvents) {
-  QStringList seen;
-  QObject::connect(ctl.get(), &QorvPicture::ProcessInit, [&](int max, const QString& d) { seen << QString("init %1 %2").arg(max).arg(d); });
-  QObject::connect(ctl.get(), &QorvPicture::Process, [&](int v, const QString& d) { seen << QString("step %1 %2").arg(v).arg(d); });
-  QObject::connect(ctl.get(), &QorvPicture::ProcessComplete, [&](const QString& d) { seen << "done " + d; });
-  cImageProcessDIB& e = in().mImageProcessDIB();
-  e.InitProgress(10, "Grayscale");
-  e.Progress(3, "Grayscale");
-  e.Complete(1234, "Grayscale");
-  EXPECT_EQ(seen, (QStringList{"init 10 Grayscale", "step 3 Grayscale", "done Grayscale"}));
 }
 
 }  // namespace

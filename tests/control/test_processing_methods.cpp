@@ -25,23 +25,6 @@ class ProcessingMethods : public ControlTest {
   }
 };
 
-TEST_F(ProcessingMethods, ProgressEventsAreForwardedInOrder) {
-  show(noise(5, 4, 1));
-  recordEvents();
-  ctl->ApplyFilter(static_cast<qint32>(gEFilterTypes::eBlur));
-  // Byte columns 3 .. (5 - 1) * 3 - 3 = 9.
-  const std::vector<Raised> events = progress();
-  ASSERT_EQ(events.size(), 5u);
-  EXPECT_EQ(events[0].id, EventId::ProcessInit);
-  EXPECT_EQ(events[0].args, (QVariantList{9, QStringLiteral("Blur")}));
-  for (std::size_t k = 1; k <= 3; ++k) {
-    EXPECT_EQ(events[k].id, EventId::Process);
-    EXPECT_EQ(events[k].args, (QVariantList{3 * static_cast<int>(k), QStringLiteral("Blur")}));
-  }
-  EXPECT_EQ(events[4].id, EventId::ProcessComplete);
-  EXPECT_EQ(events[4].args, QVariantList{QStringLiteral("Blur")});  // no elapsed time
-}
-
 TEST_F(ProcessingMethods, BuiltInFiltersIgnoreTheGivenWeight) {
   show(solid(5, 5, qRgb(100, 100, 100)));
   ctl->ApplyFilter(static_cast<qint32>(gEFilterTypes::eSharpen), 100);

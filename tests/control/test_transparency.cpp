@@ -173,14 +173,6 @@ TEST_F(TransparencyPreview, ColourisePreviewKeepsTheTransparency) {
   EXPECT_EQ(shown(20, 10), grey(view::CheckerDark));
 }
 
-TEST_F(ControlTest, ShowTransparencyIsAnOffByDefaultMemberAfterTheClassicOnes) {
-  EXPECT_FALSE(ctl->ShowTransparency());
-  EXPECT_GT(QorvPicture::dispidOf("ShowTransparency"), QorvPicture::dispidOf("IsZooming"));
-  QVariantList on{true};
-  ctl->invoke("ShowTransparency", QorvPicture::PropertyLet, on);
-  EXPECT_TRUE(ctl->ShowTransparency());
-}
-
 // Every way of taking the picture away leaves the pane showing the back
 // colour, not the last frame.
 struct Emptying {
