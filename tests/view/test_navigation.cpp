@@ -85,7 +85,6 @@ INSTANTIATE_TEST_SUITE_P(
     Bounds, Pan,
     ::testing::Values(PanCase{"centred far right", true, 1000, 1000, 200},
                       PanCase{"centred far left", true, 1000, -1000, -200},
-                      PanCase{"centred within", true, 1000, 150, 150},
                       PanCase{"centred just inside", true, 1000, -199.6f, -200},
                       PanCase{"uncentred far right", false, 1000, 1000, 0},
                       PanCase{"uncentred far left", false, 1000, -1000, -400},
@@ -93,8 +92,7 @@ INSTANTIATE_TEST_SUITE_P(
                       PanCase{"narrower picture", true, 500, 300, 0},
                       PanCase{"infinitely right", true, 1000, std::numeric_limits<float>::infinity(), 200},
                       PanCase{"infinitely left uncentred", false, 1000, -std::numeric_limits<float>::infinity(),
-                              -400},
-                      PanCase{"huge left", true, 1000, -1e30f, -200}),
+                              -400}),
     caseName);
 
 TEST_F(NavigationTest, APictureSmallerThanThePaneIsCorrectedOnceThenStays) {
@@ -170,8 +168,6 @@ TEST_P(MouseZoom, StartsAtFivePixelsWithinTheLimits) {
   EXPECT_EQ(state().zoom, c.finalZoom);
 }
 
-constexpr float kInf = std::numeric_limits<float>::infinity();
-
 INSTANTIATE_TEST_SUITE_P(
     Moves, MouseZoom,
     ::testing::Values(MouseZoomCase{"four pixels up raise nothing", {-4}, 0, 0, 1, 100},
@@ -187,8 +183,7 @@ INSTANTIATE_TEST_SUITE_P(
                       MouseZoomCase{"far down stops at the minimum", {5000}, 1, 1, 0, 1},
                       MouseZoomCase{"low maximum", {-80}, 1, 1, 0, 150, true, 1, 150},
                       MouseZoomCase{"high minimum", {30}, 1, 1, 0, 90, true, 90, 1000},
-                      MouseZoomCase{"crossed limits give the minimum", {-50}, 1, 1, 0, 300, true, 300, 200},
-                      MouseZoomCase{"infinitely far up", {-kInf}, 1, 1, 0, 1000}),
+                      MouseZoomCase{"crossed limits give the minimum", {-50}, 1, 1, 0, 300, true, 300, 200}),
     caseName);
 
 TEST_F(NavigationTest, VisualZoomRedrawsEveryMoveThroughTheSetter) {
@@ -397,7 +392,6 @@ INSTANTIATE_TEST_SUITE_P(
     Keys, Keypad,
     ::testing::Values(KeyCase{"plus adds the factor", true, 100, 10, 1, 1000, 107, 110, true},
                       KeyCase{"plus stops at the maximum", true, 95, 10, 1, 100, 107, 100, true},
-                      KeyCase{"plus at the maximum stays", true, 100, 10, 1, 100, 107, 100, true},
                       KeyCase{"minus subtracts the factor", true, 100, 10, 1, 1000, 109, 90, true},
                       KeyCase{"minus stops at the minimum", true, 15, 10, 10, 1000, 109, 10, true},
                       KeyCase{"other keys only raise the event", true, 100, 10, 1, 1000, 65, 100, false},
@@ -405,7 +399,6 @@ INSTANTIATE_TEST_SUITE_P(
                       KeyCase{"the sum wraps in sixteen bits", true, 32767, 10, 1, 1000, 107, -32759, true},
                       KeyCase{"the difference wraps in sixteen bits", true, -32768, 1, -32768, 1000, 109, 32767,
                               true},
-                      KeyCase{"a zero factor keeps the zoom", true, 100, 0, 1, 1000, 107, 100, true},
                       KeyCase{"a negative factor turns plus round", true, 100, -10, 1, 1000, 107, 90, true},
                       KeyCase{"crossed limits", true, 250, 10, 300, 200, 107, 200, true}),
     caseName);
@@ -575,8 +568,7 @@ INSTANTIATE_TEST_SUITE_P(
     Coordinates, HostileInput,
     ::testing::Values(HostileCase{"not a number", std::numeric_limits<float>::quiet_NaN(), 10},
                       HostileCase{"infinity", std::numeric_limits<float>::infinity(), 10},
-                      HostileCase{"minus infinity", -std::numeric_limits<float>::infinity(), 10},
-                      HostileCase{"huge", 1e30f, 10}, HostileCase{"minus huge", -1e30f, -1e30f},
+                      HostileCase{"minus huge", -1e30f, -1e30f},
                       HostileCase{"largest float", std::numeric_limits<float>::max(), 0}),
     caseName);
 
