@@ -103,7 +103,6 @@ TEST_F(Invoke, BadCallsRaiseTheClassicErrors) {
       {"Offset", QorvPicture::Method, {1}, errors::ArgumentNotOptional},
       {"Offset", QorvPicture::Method, {missing, 2}, errors::ArgumentNotOptional},
       {"Offset", QorvPicture::Method, {"x", 2}, errors::TypeMismatch},
-      {"DrawLine", QorvPicture::Method, {1, 2, 3}, errors::ArgumentNotOptional},
       {"Picture", QorvPicture::PropertySet, {42}, errors::TypeMismatch},
       {"Font", QorvPicture::PropertySet, {QString("Arial")}, errors::TypeMismatch},
       {"AddCustomFilter", QorvPicture::Method, {5}, errors::TypeMismatch},
@@ -113,7 +112,6 @@ TEST_F(Invoke, BadCallsRaiseTheClassicErrors) {
       {"Refresh", QorvPicture::Method, {missing}, 0},
       {"Zoom", QorvPicture::PropertyLet, {"150"}, 0},
       {"Zoom", QorvPicture::Method | QorvPicture::PropertyGet, {}, 0},
-      {"OffsetX", QorvPicture::PropertyLet, {2.5}, 0},
   };
   for (const auto& c : cases) EXPECT_EQ(invokeError(c.name, c.args, c.kind), c.error) << c.name << " kind " << c.kind;
 }
@@ -168,16 +166,6 @@ TEST_F(Events, OutOfSequenceZoomIds) {
   EXPECT_EQ(begun, 1);
   in().raiseEvent(static_cast<EventId>(99), none);  // unknown ids are ignored
   EXPECT_EQ(ids, (QList<int>{int(EventId::ZoomFinished), int(EventId::ZoomBegin), 99}));
-}
-
-TEST_F(Events, OffsetChangedCarriesTheOffsetsByReference) {
-  ctl->setEventHook([](int id, QVariantList& a) {
-    if (id == int(EventId::OffsetChanged)) a[1] = 5;
-  });
-  in().setOffsetsSilently(3, 4);
-  in().raiseOffsetChanged();
-  EXPECT_EQ(ctl->OffsetX(), 3);
-  EXPECT_EQ(ctl->OffsetY(), 5);
 }
 
 }  // namespace

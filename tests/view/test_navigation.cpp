@@ -113,11 +113,11 @@ TEST_F(NavigationTest, OffsetChangedHandlerSeesTheNewOffsetsAndMayMoveThem) {
   host.handler = [&](EventId id, QVariantList& a) {
     if (id != EventId::OffsetChanged) return;
     seen = a;
-    a[0] = -7;
+    a = {-7, 5};
   };
   drag(L, -120, 0);
   EXPECT_EQ(seen, (QVariantList{-120, 0}));
-  EXPECT_EQ(state().offsetX, -7);
+  EXPECT_EQ(std::pair(state().offsetX, state().offsetY), std::pair(-7, 5));
 }
 
 // The pan pointer (or the host's own icon) shows exactly while the picture overflows the pane.
