@@ -157,15 +157,12 @@ TEST_P(MouseZoom, StartsAtFivePixelsWithinTheLimits) {
   engine.navigation().keyboardZoomMax = c.max;
   nav().mouseDown(R, 0, 300, 200);
   for (float dy : c.moves) nav().mouseMove(R, 0, 300, 200 + dy);
-  EXPECT_EQ(host.count(EventId::ZoomBegin), c.zoomBegins);
-  EXPECT_EQ(host.count(EventId::Zooming), c.zoomings);
-  EXPECT_EQ(host.count(EventId::MouseMove), c.mouseMoves);
-  EXPECT_EQ(state().zoom, c.finalZoom);
-  EXPECT_EQ(nav().isZooming(), c.zoomBegins > 0);
+  EXPECT_EQ(std::tuple(host.count(EventId::ZoomBegin), host.count(EventId::Zooming), host.count(EventId::MouseMove),
+                       int{state().zoom}, nav().isZooming()),
+            std::tuple(c.zoomBegins, c.zoomings, c.mouseMoves, c.finalZoom, c.zoomBegins > 0));
   nav().mouseUp(R, 0, 300, 200);
-  EXPECT_EQ(host.count(EventId::ZoomFinished), c.zoomBegins);
-  EXPECT_FALSE(nav().isZooming());
-  EXPECT_EQ(state().zoom, c.finalZoom);
+  EXPECT_EQ(std::tuple(host.count(EventId::ZoomFinished), int{state().zoom}, nav().isZooming()),
+            std::tuple(c.zoomBegins, c.finalZoom, false));
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -85,9 +85,7 @@ TEST_F(OnScreenDisplayTest, TheBoxIsCentredAndHoldsTheText) {
   EXPECT_EQ(boundsOf(img, {kBack, kFore}), QRect(QPoint(x, y), QPoint(roundHalfEven(x + tw), roundHalfEven(y + th))));
   EXPECT_TRUE(boundsOf(img, {kBack}).contains(boundsOf(img, {kFore})));
   const OnScreenDisplay::Box& box = engine.display().lastBox();
-  EXPECT_EQ(box.left, x);
-  EXPECT_EQ(box.top, y);
-  EXPECT_EQ(box.width, roundHalfEven(tw));
+  EXPECT_EQ(std::tuple(box.left, box.top, box.width), std::tuple(x, y, roundHalfEven(tw)));
 }
 
 TEST_F(OnScreenDisplayTest, TransparentDisplaysDrawNoBox) {
