@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 
 #include <QImage>
 #include <QMetaMethod>
@@ -114,9 +115,13 @@ class ControlTest : public ::testing::Test {
     return errorOf([&] { ctl->invoke(QString::fromLatin1(name), kind, args); });
   }
 
-  // Records into `raised` every event the control raises from now on.
+  // Records into `raised` every event the control raises from now on, after
+  // `onEvent` (when set) has played the host's handler.
   void recordEvents() {
-    ctl->setEventHook([this](int id, QVariantList& a) { raised.push_back({static_cast<EventId>(id), a}); });
+    ctl->setEventHook([this](int id, QVariantList& a) {
+      if (onEvent) onEvent(static_cast<EventId>(id), a);
+      raised.push_back({static_cast<EventId>(id), a});
+    });
   }
   // The recorded events among `only` (all when empty), in order.
   std::vector<Raised> raisedOf(const std::vector<EventId>& only = {}) const {
@@ -129,6 +134,15 @@ class ControlTest : public ::testing::Test {
     std::vector<EventId> ids;
     for (const Raised& r : raisedOf(only)) ids.push_back(r.id);
     return ids;
+  }
+  int raisedCount(EventId id) const { return static_cast<int>(raisedOf({id}).size()); }
+  // The pane's pixels of the colour `rgb` (alpha aside).
+  int paneCount(QRgb rgb) const {
+    const QImage img = in().picPane().imageViewRead();
+    int n = 0;
+    for (int y = 0; y < img.height(); ++y)
+      for (int x = 0; x < img.width(); ++x) n += (img.pixel(x, y) | 0xFF000000u) == (rgb | 0xFF000000u);
+    return n;
   }
   // The progress events of image operations.
   std::vector<Raised> progress() const {
@@ -145,6 +159,7 @@ class ControlTest : public ::testing::Test {
   ManualClock clock;
   std::unique_ptr<QorvPicture> ctl;
   std::vector<Raised> raised;
+  std::function<void(EventId, QVariantList&)> onEvent;
 };
 
 // Counts emissions of a no-argument signal.

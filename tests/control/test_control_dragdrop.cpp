@@ -112,7 +112,7 @@ class DragDrop : public ControlTest {
     setDragService(&drag);
     sizeTo(100, 80);
     ctl->setPicture(pattern(20, 10));
-    ctl->setEventHook([this](int id, QVariantList&) { events << id; });
+    recordEvents();
   }
   void TearDown() override {
     setDragService(nullptr);
@@ -124,7 +124,6 @@ class DragDrop : public ControlTest {
     return e.isAccepted();
   }
   FakeDrag drag;
-  QList<int> events;
 };
 
 TEST_F(DragDrop, OLEDragCarriesThePictureThroughItsEvents) {
@@ -150,9 +149,8 @@ TEST_F(DragDrop, OLEDragCarriesThePictureThroughItsEvents) {
   EXPECT_EQ(drag.text, "asked for");
   EXPECT_FALSE(drag.feedbackSaidDefault);
   EXPECT_EQ(completed, 1);
-  const QList<int> order{int(EventId::OLEStartDrag), int(EventId::OLESetData), int(EventId::OLEGiveFeedback),
-                         int(EventId::OLECompleteDrag)};
-  EXPECT_EQ(events, order);
+  using E = EventId;
+  EXPECT_EQ(raisedIds(), (std::vector<E>{E::OLEStartDrag, E::OLESetData, E::OLEGiveFeedback, E::OLECompleteDrag}));
 }
 
 // The start handler may refuse every effect, which ends the drag before it

@@ -25,13 +25,6 @@ class Drawing : public ControlTest {
     ctl->Cls();
   }
   QRgb at(int x, int y) const { return in().picPane().imageView().pixel(x, y); }
-  int count(QRgb colour) const {
-    const QImage img = in().picPane().imageView().copy();
-    int n = 0;
-    for (int y = 0; y < img.height(); ++y)
-      for (int x = 0; x < img.width(); ++x) n += img.pixel(x, y) == colour;
-    return n;
-  }
 };
 
 // Each primitive at pane coordinates, with the COLOR argument left at its
@@ -58,7 +51,7 @@ TEST_F(Drawing, PrimitivesDrawBlackWithoutColourInPanePixels) {
     c.draw(*ctl);
     EXPECT_EQ(at(c.painted.x(), c.painted.y()), kBlack) << c.label;
     EXPECT_EQ(at(c.untouched.x(), c.untouched.y()), kWhite) << c.label;
-    EXPECT_EQ(count(0xFFFF0000), 0) << c.label;  // the foreground colour is not used
+    EXPECT_EQ(paneCount(0xFFFF0000), 0) << c.label;  // the foreground colour is not used
     EXPECT_EQ(in().framesComposed(), frames) << c.label << ": no redraw requested";
   }
   ctl->DrawLine(0, 0, 79, 0, 0x00FF00);
@@ -68,7 +61,7 @@ TEST_F(Drawing, PrimitivesDrawBlackWithoutColourInPanePixels) {
 TEST_F(Drawing, BoxStylesOtherThanOutlinedAndFilledDrawNothing) {
   for (const qint32 style : {2, -1, 99}) {
     ctl->DrawBox(5, 5, 50, 50, 0, style);
-    EXPECT_EQ(count(kWhite), 80 * 60) << style;
+    EXPECT_EQ(paneCount(kWhite), 80 * 60) << style;
   }
 }
 
@@ -78,8 +71,8 @@ TEST_F(Drawing, PrintTextMovesToTheNextLineAndMeasuresInPanePixels) {
   ctl->PrintText("Hi");
   EXPECT_EQ(ctl->CurrentX(), 0.0f);
   EXPECT_NEAR(ctl->CurrentY(), 4.0f + static_cast<float>(ctl->RenderTextHeight("Hi")), 0.5f);
-  EXPECT_LT(count(kWhite), 80 * 60);
-  EXPECT_GT(count(0xFFFF0000), 0);  // text takes the foreground colour
+  EXPECT_LT(paneCount(kWhite), 80 * 60);
+  EXPECT_GT(paneCount(0xFFFF0000), 0);  // text takes the foreground colour
   EXPECT_EQ(ctl->RenderTextHeight("a\nb"), 2 * ctl->RenderTextHeight("a"));
   EXPECT_GT(ctl->RenderTextWidth(QString(100, QLatin1Char('x'))), ctl->RenderTextWidth("x"));
   EXPECT_EQ(ctl->RenderTextWidth(QString()), 0);
@@ -87,7 +80,7 @@ TEST_F(Drawing, PrintTextMovesToTheNextLineAndMeasuresInPanePixels) {
   EXPECT_EQ(ctl->RenderScaleHeight(), 60);
   EXPECT_EQ(ctl->hdc(), static_cast<qint32>(in().picPane().hDC()));
   ctl->Cls();
-  EXPECT_EQ(count(kWhite), 80 * 60);
+  EXPECT_EQ(paneCount(kWhite), 80 * 60);
   EXPECT_EQ(ctl->CurrentY(), 0.0f);
 }
 

@@ -27,10 +27,7 @@ class InputTest : public ControlTest {
     ctl->setPicture(pattern(1000, 800));  // overflows the pane by 400 x 400
     pane = in().picPane().widget();
     ASSERT_NE(pane, nullptr);
-    ctl->setEventHook([this](int id, QVariantList& a) {
-      events.push_back(static_cast<EventId>(id));
-      if (hook) hook(static_cast<EventId>(id), a);
-    });
+    recordEvents();
   }
 
   bool send(QEvent&& e) {
@@ -56,11 +53,8 @@ class InputTest : public ControlTest {
     send(QNativeGestureEvent(type, QPointingDevice::primaryPointingDevice(), 2, at, at, pane->mapToGlobal(at), value,
                              QPointF()));
   }
-  int count(EventId id) const { return static_cast<int>(std::count(events.begin(), events.end(), id)); }
 
   QWidget* pane = nullptr;
-  std::vector<EventId> events;
-  std::function<void(EventId, QVariantList&)> hook;
 };
 
 struct MouseArgs {
@@ -114,11 +108,11 @@ TEST_F(InputTest, KeypadPlusZoomsAfterKeyDownAndOtherPlusKeysDoNot) {
   std::vector<int> typed;
   QObject::connect(ctl.get(), &QorvPicture::KeyDown, [&](int* code, int shift) { keys.emplace_back(*code, shift); });
   QObject::connect(ctl.get(), &QorvPicture::KeyPress, [&](int* ascii) { typed.push_back(*ascii); });
-  events.clear();
+  raised.clear();
   key(QEvent::KeyPress, Qt::Key_Plus, Qt::KeypadModifier, "+");
   key(QEvent::KeyRelease, Qt::Key_Plus, Qt::KeypadModifier, "+");
   EXPECT_EQ(ctl->Zoom(), 110);
-  EXPECT_EQ(count(EventId::KeyUp), 1);
+  EXPECT_EQ(raisedCount(EventId::KeyUp), 1);
   key(QEvent::KeyPress, Qt::Key_Plus, Qt::ShiftModifier, "+");  // the main keyboard's plus
   key(QEvent::KeyPress, Qt::Key_Minus, Qt::KeypadModifier, "-");
   EXPECT_EQ(ctl->Zoom(), 100);
@@ -149,26 +143,26 @@ TEST_F(InputTest, APinchZoomsAroundItsCentre) {
 }
 
 TEST_F(InputTest, ADoubleClickReachesTheHostAsTheClassicSequence) {
-  events.clear();
+  raised.clear();
   press(Qt::LeftButton, {10, 10});
   release(Qt::LeftButton, {10, 10});
   send(QMouseEvent(QEvent::MouseButtonDblClick, QPointF(10, 10), pane->mapToGlobal(QPointF(10, 10)), Qt::LeftButton,
                    Qt::LeftButton, {}));
   release(Qt::LeftButton, {10, 10});
   using E = EventId;
-  EXPECT_EQ(events, (std::vector<E>{E::MouseDown, E::MouseUp, E::Click, E::DblClick, E::MouseUp}));
+  EXPECT_EQ(raisedIds(), (std::vector<E>{E::MouseDown, E::MouseUp, E::Click, E::DblClick, E::MouseUp}));
 }
 
 // Handlers run inside Qt's event delivery: what they throw stays in the
 // control, and the gesture's guard is released for the next move.
 TEST_F(InputTest, AThrowingHandlerDoesNotEscapeIntoTheEventLoop) {
-  hook = [](EventId id, QVariantList&) {
+  onEvent = [](EventId id, QVariantList&) {
     if (id == EventId::OffsetChanged || id == EventId::KeyDown) throw AutomationError(errors::InvalidProcedureCall, "host", "handler failed");
   };
   press(Qt::LeftButton, {300, 200});
   EXPECT_NO_THROW(moveTo({280, 200}, Qt::LeftButton));
   EXPECT_NO_THROW(key(QEvent::KeyPress, Qt::Key_Plus, Qt::KeypadModifier, "+"));
-  hook = nullptr;
+  onEvent = nullptr;
   moveTo({260, 200}, Qt::LeftButton);
   EXPECT_EQ(ctl->OffsetX(), -40);
 }
@@ -191,7 +185,7 @@ TEST_F(InputTest, InputArrivingInsideAFramesYieldIsHandledOnce) {
   setYieldHook({});
   EXPECT_EQ(ctl->OffsetX(), -50);
   EXPECT_EQ(osd, 0);
-  EXPECT_EQ(count(EventId::MouseUp), 1);
+  EXPECT_EQ(raisedCount(EventId::MouseUp), 1);
   press(Qt::LeftButton, {300, 200});  // the guard is clear again: grab 350
   moveTo({200, 200}, Qt::LeftButton);
   EXPECT_EQ(ctl->OffsetX(), -150);

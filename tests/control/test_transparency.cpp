@@ -197,12 +197,7 @@ TEST_P(EmptyPictureTest, PaneShowsTheBackColour) {
   ctl->setBackColor(0x00336699);
   ctl->setPicture(pattern(40, 30));
   GetParam().empty(*ctl);
-  const QImage pane = in().picPane().imageViewRead();
-  ASSERT_FALSE(pane.isNull());
-  int wrong = 0;
-  for (int y = 0; y < pane.height(); ++y)
-    for (int x = 0; x < pane.width(); ++x) wrong += (pane.pixel(x, y) & 0xFFFFFF) != 0x996633;
-  EXPECT_EQ(wrong, 0);
+  EXPECT_EQ(paneCount(0xFF996633), 40 * 30);
   EXPECT_EQ(ctl->Picture(), nullptr);
 }
 
