@@ -324,15 +324,13 @@ TEST_F(ImageIOMethods, SaveFailuresRecordErrorsThatLaterSavesDoNotClear) {
   EXPECT_EQ(error(), (ErrorRecord{NothingToSave, "There is no picture to save", FlagWarning}));
   EXPECT_FALSE(QFile::exists(target));
 
+  // Which saves fail, and with what, is the writer's own test; the control
+  // records its outcome whole and raises nothing.
   ASSERT_TRUE(ctl->LoadFreeImage(writeImage(QStringLiteral("i.png"), 9, 9, "PNG")));
   raised.clear();
-  QString gif = dir.filePath(QStringLiteral("anim.gif"));
-  EXPECT_FALSE(ctl->SaveFreeImage(&gif));
-  EXPECT_EQ(error(), (ErrorRecord{FormatNotSupported, "File format not supported (gif)", FlagWarning}));
   QString missingDir = dir.filePath(QStringLiteral("no/dir/a.png"));
   EXPECT_FALSE(ctl->SaveFreeImage(&missingDir));
-  EXPECT_EQ(ctl->LastErrorCode(), SaveFailed);
-  EXPECT_EQ(ctl->LastErrorFlag(), FlagCritical);
+  EXPECT_EQ(error(), (ErrorRecord{SaveFailed, "Unable to save picture, unknown error", FlagCritical}));
   EXPECT_TRUE(raised.empty());
 
   QString fine = dir.filePath(QStringLiteral("fine.png"));
