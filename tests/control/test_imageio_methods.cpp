@@ -116,6 +116,7 @@ TEST_F(ImageIOMethods, SuccessfulLoadHandsOverAndRaisesEventsInOrder) {
   EXPECT_EQ(pointerHost.pointers.back(), kDefaultPointer);
 }
 
+// Which files fail, and how, is the loader's table; here one per way in.
 TEST_F(ImageIOMethods, FailuresKeepStateAndRaiseNothing) {
   const QString good = writeImage(QStringLiteral("good.bmp"), 16, 12, "BMP");
   ASSERT_TRUE(ctl->LoadFreeImage(good));
@@ -128,7 +129,6 @@ TEST_F(ImageIOMethods, FailuresKeepStateAndRaiseNothing) {
   const QString png = writeImage(QStringLiteral("c.png"), 20, 10, "PNG");
   const struct { QString file; ErrorRecord error; qint32 maxPixels = 225000000; } cases[] = {
       {junk.fileName(), {LoadFailed, kLoadFailed, FlagWarning}},
-      {dir.filePath(QStringLiteral("missing.xyz")), {FormatNotSupported, "File format not supported (xyz)", FlagWarning}},
       {dir.filePath(QStringLiteral("x.png")), {FormatNotSupported, "File format not supported (png)", FlagWarning}},
       {png, {LoadFailed, kLoadFailed, FlagWarning}, 199},  // one pixel under its 200
   };
@@ -137,8 +137,8 @@ TEST_F(ImageIOMethods, FailuresKeepStateAndRaiseNothing) {
     SCOPED_TRACE(c.file.toStdString());
     raised.clear();
     ctl->setMaxLoadPixels(c.maxPixels);
-    // The third case goes through the platform loader, which takes only its own formats.
-    EXPECT_FALSE(i == 2 ? ctl->LoadVBPicture(c.file) : ctl->LoadFreeImage(c.file));
+    // The second case goes through the platform loader, which takes only its own formats.
+    EXPECT_FALSE(i == 1 ? ctl->LoadVBPicture(c.file) : ctl->LoadFreeImage(c.file));
     EXPECT_EQ(error(), c.error);
     EXPECT_EQ(ctl->CurrentFile(), good);
     EXPECT_EQ(QPoint(ctl->OffsetX(), ctl->OffsetY()), QPoint(3, 4));
