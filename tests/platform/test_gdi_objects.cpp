@@ -400,55 +400,27 @@ TEST(ScopedGdi, EveryOwnerKindReleasesItsHandleWhenTheScopeEnds) {
   for (const gdi::HANDLE h : {bitmap, memory, working}) EXPECT_FALSE(alive(h)) << h;
 }
 
-TEST(ScopedGdi, ReleaseHandsTheHandleOverWithoutDeletingIt) {
-  gdi::HBITMAP kept = 0;
-  {
-    ScopedBitmap b(newBitmap());
-    kept = b.release();
-    EXPECT_EQ(b.get(), 0u);
-    EXPECT_FALSE(b);
-  }
-  EXPECT_TRUE(alive(kept));
-  EXPECT_TRUE(gdi::DeleteObject(kept));
-}
-
-TEST(ScopedGdi, MoveLeavesOneOwner) {
-  const gdi::HBITMAP h = newBitmap();
+// Handing over (release, move) never deletes; replacing (reset, out) deletes
+// the old handle once, unless it is the same handle again.
+TEST(ScopedGdi, HandOverKeepsTheHandleAndReplacingDeletesTheOldOne) {
+  const gdi::HBITMAP first = newBitmap(), second = newBitmap();
   ScopedBitmap outer;
   {
-    ScopedBitmap inner(h);
+    ScopedBitmap inner(first);
     outer = std::move(inner);
   }
-  EXPECT_TRUE(alive(h)) << "the moved-from owner deleted the bitmap";
-  ScopedBitmap constructed(std::move(outer));
-  EXPECT_EQ(constructed.get(), h);
-  constructed.reset();
-  EXPECT_FALSE(alive(h));
-}
-
-TEST(ScopedGdi, ResetAndOutReleaseWhatWasHeld) {
-  const gdi::HBITMAP first = newBitmap();
-  const gdi::HBITMAP second = newBitmap();
-  ScopedBitmap b(first);
-  b.reset(first);  // the same handle again: kept, not deleted
+  ScopedBitmap b(std::move(outer));
+  EXPECT_TRUE(alive(first)) << "a moved-from owner deleted the bitmap";
+  b.reset(first);
   EXPECT_TRUE(alive(first));
   b.reset(second);
   EXPECT_FALSE(alive(first));
   gdi::HBITMAP& slot = b.out();
-  EXPECT_FALSE(alive(second));
-  EXPECT_EQ(slot, 0u);
+  EXPECT_EQ(std::pair(alive(second), slot), std::pair(false, gdi::HBITMAP{0}));
   slot = newBitmap();
-  const gdi::HBITMAP third = b.get();
-  EXPECT_TRUE(alive(third));
-  b.reset();
-  EXPECT_FALSE(alive(third));
-}
-
-TEST(ScopedGdi, AHandleFreedElsewhereIsReleasedQuietly) {
-  ScopedBitmap b(newBitmap());
-  ASSERT_TRUE(gdi::DeleteObject(b.get()));
-  b.reset();  // must neither crash nor throw
-  EXPECT_FALSE(b);
+  const gdi::HBITMAP kept = b.release();
+  EXPECT_EQ(std::pair(b.get(), alive(kept)), std::pair(gdi::HBITMAP{0}, true));
+  EXPECT_TRUE(gdi::DeleteObject(kept));
 }
 
 TEST(ScopedScreenDC, GivesTheScreenContextBack) {
