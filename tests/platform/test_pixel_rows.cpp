@@ -239,8 +239,8 @@ class ConvertingCopy : public ::testing::TestWithParam<Pair> {};
 
 // Straight copies at widths across the vector blocks and at every destination
 // offset, rows mirrored by a negative source height, and a rectangle hanging
-// over the destination's edges, on both processor paths; 32-bit destinations
-// get an X byte of 0.
+// over the destination's edges; 32-bit destinations get an X byte of 0. The
+// processor paths of the row converter are its own tests' business.
 TEST_P(ConvertingCopy, MatchesPixelByPixel) {
   const Pair p = GetParam();
   std::mt19937 rng(5);
@@ -249,27 +249,23 @@ TEST_P(ConvertingCopy, MatchesPixelByPixel) {
     bool flip;
   };
   std::vector<Copy> copies = {{3, 2, 50, 30, 4, 5, true}, {-7, 41, 80, 20, 0, 0, false}};
-  for (int w : {1, 7, 16, 17, 35, 64, 99})
-    for (int dx : {0, 1, 2, 3, 5}) copies.push_back({dx, 1, w, 5, static_cast<int>(rng() % 4), 1, false});
+  for (int w : {1, 17, 99})
+    for (int dx : {0, 3}) copies.push_back({dx, 1, w, 5, static_cast<int>(rng() % 4), 1, false});
   const bool x32 = p.dst == Canvas::Device32 || p.dst == Canvas::Dib32;
-  for (const bool generic : {false, true}) {
-    qorv::forceGenericPaths(generic);
-    for (const Copy& c : copies) {
-      Canvas src(std::max(c.w + 4, 70), 40, p.src), dst(std::max(c.w + 8, 60), 50, p.dst);
-      src.randomise(rng);
-      dst.randomise(rng);
-      const auto expected = expectedCopy(dst, src, c.dx, c.dy, c.w, c.h, c.sx, c.sy, c.flip);
-      if (c.flip)
-        ASSERT_TRUE(StretchBlt(dst.dc(), c.dx, c.dy, c.w, c.h, src.dc(), c.sx, c.sy + c.h - 1, c.w, -c.h, SRCCOPY));
-      else
-        ASSERT_TRUE(BitBlt(dst.dc(), c.dx, c.dy, c.w, c.h, src.dc(), c.sx, c.sy, SRCCOPY));
-      ASSERT_EQ(dst.pixels(), expected) << "w=" << c.w << " at " << c.dx << "," << c.dy << " generic=" << generic;
-      for (int y = std::max(c.dy, 0); x32 && y < std::min(c.dy + c.h, dst.height()); ++y)
-        for (int x = std::max(c.dx, 0); x < std::min(c.dx + c.w, dst.width()); ++x)
-          ASSERT_EQ(dst.raw32(x, y) >> 24, 0u) << "X byte";
-    }
+  for (const Copy& c : copies) {
+    Canvas src(std::max(c.w + 4, 70), 40, p.src), dst(std::max(c.w + 8, 60), 50, p.dst);
+    src.randomise(rng);
+    dst.randomise(rng);
+    const auto expected = expectedCopy(dst, src, c.dx, c.dy, c.w, c.h, c.sx, c.sy, c.flip);
+    if (c.flip)
+      ASSERT_TRUE(StretchBlt(dst.dc(), c.dx, c.dy, c.w, c.h, src.dc(), c.sx, c.sy + c.h - 1, c.w, -c.h, SRCCOPY));
+    else
+      ASSERT_TRUE(BitBlt(dst.dc(), c.dx, c.dy, c.w, c.h, src.dc(), c.sx, c.sy, SRCCOPY));
+    ASSERT_EQ(dst.pixels(), expected) << "w=" << c.w << " at " << c.dx << "," << c.dy;
+    for (int y = std::max(c.dy, 0); x32 && y < std::min(c.dy + c.h, dst.height()); ++y)
+      for (int x = std::max(c.dx, 0); x < std::min(c.dx + c.w, dst.width()); ++x)
+        ASSERT_EQ(dst.raw32(x, y) >> 24, 0u) << "X byte";
   }
-  qorv::forceGenericPaths(false);
 }
 
 INSTANTIATE_TEST_SUITE_P(Layouts, ConvertingCopy, ::testing::ValuesIn(kPairs),

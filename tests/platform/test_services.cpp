@@ -5,10 +5,8 @@
 #include <QCoreApplication>
 #include <QCursor>
 #include <QElapsedTimer>
-#include <QFileInfo>
 #include <QGuiApplication>
 #include <QPalette>
-#include <QScreen>
 #include <QTimer>
 
 #include <algorithm>
@@ -125,16 +123,10 @@ TEST(FontTest, BadSizesAndNamesKeepAUsableFont) {
 
 TEST(HostTest, DefaultsOfAStandaloneHost) {
   Host& h = host();
-  QScreen* s = QGuiApplication::primaryScreen();  // twips per pixel from the screen's resolution
-  EXPECT_DOUBLE_EQ(h.twipsPerPixelX(), s != nullptr ? 1440.0 / s->logicalDotsPerInchX() : 15.0);
-  EXPECT_DOUBLE_EQ(h.twipsPerPixelY(), s != nullptr ? 1440.0 / s->logicalDotsPerInchY() : 15.0);
   EXPECT_TRUE(h.userMode());
-  EXPECT_EQ(h.instanceHandle(), 0);
-  EXPECT_EQ(h.exeName(), QFileInfo(QCoreApplication::applicationFilePath()).completeBaseName());
   EXPECT_EQ(programName(), h.exeName().toStdString());
   EXPECT_FALSE(h.appTitle().isEmpty());
-  FontPtr a = h.ambientFont();
-  FontPtr b = h.ambientFont();
+  FontPtr a = h.ambientFont(), b = h.ambientFont();
   ASSERT_TRUE(a && b);
   EXPECT_NE(a, b);  // a new object for each control
   EXPECT_EQ(a->qfont(), QGuiApplication::font());
