@@ -20,14 +20,10 @@ namespace {
 
 using namespace gdi;
 using gditest::pixelsOf;
+using gditest::randomBitmap;
 using gditest::Selected;
 
 constexpr int kW = 23, kH = 17;
-
-HBITMAP randomBitmap(int w, int h, unsigned seed) {
-  std::mt19937 rng(seed);
-  return gditest::deviceBitmap(w, h, [&](int, int) { return rng(); });
-}
 
 // Runs `blit` with `dst` and `src` each selected in a DC of its own.
 void blit(HBITMAP dst, HBITMAP src, const std::function<void(HDC, HDC)>& f) {
@@ -210,9 +206,8 @@ TEST(SharedBitmaps, ADibSectionIsCopiedNotShared) {
   // Its memory is written through the pointer it was created with, which a
   // copy-on-write cannot see.
   for (const int height : {kH, -kH}) {
-    const BITMAPINFO bi = gditest::dibInfo(kW, height, 32);
     void* bits = nullptr;
-    const qorv::ScopedBitmap dib(CreateDIBSection(0, &bi, DIB_RGB_COLORS, &bits, 0, 0));
+    const qorv::ScopedBitmap dib(gditest::dibSection(kW, height, 32, &bits));
     ASSERT_TRUE(dib);
     std::memset(bits, 0x33, static_cast<std::size_t>(kW) * kH * 4);
     const qorv::ScopedBitmap copy(ShareBitmap(dib.get()));

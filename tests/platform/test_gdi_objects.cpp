@@ -47,9 +47,8 @@ TEST(GdiObjects, NewMemoryDcHoldsMonochromeStockBitmap) {
 
 // Device bitmaps are described in the DIB tests, for every layout they are made from.
 TEST(GdiObjects, DibSectionDescriptionPadsRowsAndPointsAtTheBottomRow) {
-  BITMAPINFO bi = dibInfo(5, 3, 24);
   void* bits = nullptr;
-  HBITMAP dib = CreateDIBSection(0, &bi, DIB_RGB_COLORS, &bits, 0, 0);
+  HBITMAP dib = gditest::dibSection(5, 3, 24, &bits);
   ASSERT_NE(dib, 0u);
   EXPECT_NE(bits, nullptr);
   const BITMAP bm = describe(dib);  // rows of 15 bytes padded to 16

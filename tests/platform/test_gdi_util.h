@@ -26,19 +26,21 @@ inline gdi::BITMAPINFO dibInfo(int w, int h, int bpp) {
   return bi;
 }
 
+// An uncompressed DIB section; `bits` receives its pixel memory.
+inline gdi::HBITMAP dibSection(int w, int h, int bpp, void** bits = nullptr) {
+  const gdi::BITMAPINFO bi = dibInfo(w, h, bpp);
+  void* unused = nullptr;
+  return gdi::CreateDIBSection(0, &bi, gdi::DIB_RGB_COLORS, bits != nullptr ? bits : &unused, 0, 0);
+}
+
 // A memory DC holding a 32-bit device bitmap or a 24/32-bit DIB section.
 class Canvas {
  public:
   enum Kind { Device32, Dib24, Dib32, Dib24TopDown };
 
   Canvas(int w, int h, Kind kind = Device32) : w_(w), h_(h), dc_(gdi::CreateCompatibleDC(0)) {
-    if (kind == Device32) {
-      bmp_.reset(gdi::CreateCompatibleBitmap(dc_.get(), w, h));
-    } else {
-      const gdi::BITMAPINFO bi = dibInfo(w, kind == Dib24TopDown ? -h : h, kind == Dib32 ? 32 : 24);
-      void* bits = nullptr;
-      bmp_.reset(gdi::CreateDIBSection(dc_.get(), &bi, gdi::DIB_RGB_COLORS, &bits, 0, 0));
-    }
+    bmp_.reset(kind == Device32 ? gdi::CreateCompatibleBitmap(dc_.get(), w, h)
+                                : dibSection(w, kind == Dib24TopDown ? -h : h, kind == Dib32 ? 32 : 24));
     sel_.select(dc_.get(), bmp_.get());
     EXPECT_TRUE(gdi::BitmapSurface(bmp_.get(), s_));
   }
@@ -47,7 +49,6 @@ class Canvas {
   gdi::HBITMAP bitmap() const { return bmp_.get(); }
   int width() const { return w_; }
   int height() const { return h_; }
-  const gdi::Surface& surface() const { return s_; }
 
   std::uint32_t at(int x, int y) const {
     const std::uint8_t* p = s_.row(y) + x * (s_.bitsPerPixel / 8);
@@ -113,6 +114,12 @@ gdi::HBITMAP deviceBitmap(int w, int h, Pixel pixel) {
   for (int y = 0; y < h; ++y)
     for (int x = 0; x < w; ++x) reinterpret_cast<std::uint32_t*>(s.row(y))[x] = static_cast<std::uint32_t>(pixel(x, y));
   return hbm;
+}
+
+// A 32-bit device bitmap of random colours, the same for the same seed.
+inline gdi::HBITMAP randomBitmap(int w, int h, unsigned seed) {
+  std::mt19937 rng(seed);
+  return deviceBitmap(w, h, [&](int, int) { return rng(); });
 }
 
 // A memory DC with an existing bitmap selected while the object lives.

@@ -85,9 +85,8 @@ TEST(PictureTest, OwnsItsBitmapAndDeletesItWithTheLastHolder) {
 }
 
 TEST(PictureTest, ToImageReadsBottomUpDibSections) {
-  const gdi::BITMAPINFO bi = gditest::dibInfo(3, 2, 24);  // bottom-up
   void* bits = nullptr;
-  const gdi::HBITMAP hbm = gdi::CreateDIBSection(0, &bi, gdi::DIB_RGB_COLORS, &bits, 0, 0);
+  const gdi::HBITMAP hbm = gditest::dibSection(3, 2, 24, &bits);  // bottom-up
   ASSERT_NE(hbm, 0u);
   static_cast<std::uint8_t*>(bits)[2] = 255;  // the first row in memory is the bottom row: its first pixel red
   PicturePtr p = Picture::fromBitmap(hbm);

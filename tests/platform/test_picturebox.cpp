@@ -61,13 +61,7 @@ PicturePtr solidPicture(int w, int h, QRgb colour) {
   return Picture::fromImage(img);
 }
 
-PicturePtr noisePicture(int w, int h, unsigned seed) {
-  QImage img(w, h, QImage::Format_RGB32);
-  std::mt19937 rng(seed);
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x) img.setPixel(x, y, 0xFF000000u | (rng() & 0xFFFFFFu));
-  return Picture::fromImage(img);
-}
+PicturePtr noisePicture(int w, int h, unsigned seed) { return Picture::fromBitmap(gditest::randomBitmap(w, h, seed)); }
 
 
 // The smallest rectangle holding every pane pixel of `colour`; empty if none.
@@ -729,9 +723,7 @@ TEST(SharedPanes, PlaceBitmapShowsItAtItsOwnSizeWithoutCopying) {
   EXPECT_EQ(paneOf(p.box), expectedCls(37, 21, nullptr));
 
   // What it cannot share is refused and changes nothing.
-  const gdi::BITMAPINFO bi = gditest::dibInfo(6, 6, 24);
-  void* bits = nullptr;
-  const qorv::ScopedBitmap dib(gdi::CreateDIBSection(0, &bi, gdi::DIB_RGB_COLORS, &bits, 0, 0));
+  const qorv::ScopedBitmap dib(gditest::dibSection(6, 6, 24));
   PicturePtr pic = noisePicture(10, 10, 9);
   p.box.setPicture(pic);
   const std::vector<std::uint32_t> before = paneOf(p.box);
