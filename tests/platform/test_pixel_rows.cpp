@@ -155,25 +155,6 @@ TEST(PictureCopy, CopiesTheCommonPartOfDifferentSizes) {
   }
 }
 
-// The hand-over of decoded pixels into a device bitmap of their own.
-TEST(DeviceBitmapFromPixels, HoldsThePixelsTopDownWithXCleared) {
-  for (const int bpp : {3, 4}) {
-    Picture src(33, 21, bpp, true, static_cast<std::uint32_t>(bpp));
-    const ScopedBitmap bm(deviceBitmapFromPixels(src.rows()));
-    ASSERT_TRUE(bm);
-    gdi::Surface s;
-    ASSERT_TRUE(gdi::BitmapSurfaceRead(bm.get(), s));
-    ASSERT_EQ(std::tuple(s.bitsPerPixel, s.bottomUp, s.width, s.height), std::tuple(32, false, 33, 21));
-    int wrong = 0;
-    for (int y = 0; y < 21; ++y)
-      for (int x = 0; x < 33; ++x) {
-        const std::uint8_t* d = s.row(y) + 4 * x;
-        wrong += (std::memcmp(d, src.pixel(x, y), 3) != 0 || d[3] != 0) ? 1 : 0;
-      }
-    EXPECT_EQ(wrong, 0) << bpp;
-  }
-}
-
 // Descriptions that cannot be copied or held copy nothing and make no bitmap.
 TEST(PictureCopy, InvalidDescriptionsCopyNothing) {
   Picture dst(3, 3, 4, false, 2);
