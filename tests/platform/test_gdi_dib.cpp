@@ -86,21 +86,20 @@ DibData makeDib(const Layout& l, int w, int h, std::mt19937& rng) {
   return d;
 }
 
+// Rows are turned over by one stride sign for every layout: a top-down row
+// for the layouts copied directly and a few of those converted pixel by pixel.
 const Layout kLayouts[] = {
     {"1bpp", 1, BI_RGB, {}, 2, false},
-    {"1bpp top-down", 1, BI_RGB, {}, 2, true},
     {"4bpp", 4, BI_RGB, {}, 16, false},
-    {"4bpp short table", 4, BI_RGB, {}, 5, true},
+    {"4bpp short table top-down", 4, BI_RGB, {}, 5, true},
     {"8bpp", 8, BI_RGB, {}, 256, false},
     {"8bpp short table top-down", 8, BI_RGB, {}, 37, true},
     {"16bpp 5-5-5", 16, BI_RGB, {0x7C00, 0x03E0, 0x001F}, 0, false},
-    {"16bpp 5-5-5 top-down", 16, BI_RGB, {0x7C00, 0x03E0, 0x001F}, 0, true},
     {"16bpp 5-6-5 bitfields", 16, BI_BITFIELDS, {0xF800, 0x07E0, 0x001F}, 0, false},
     {"16bpp 5-5-5 bitfields top-down", 16, BI_BITFIELDS, {0x7C00, 0x03E0, 0x001F}, 0, true},
     {"24bpp", 24, BI_RGB, {}, 0, false},
     {"24bpp top-down", 24, BI_RGB, {}, 0, true},
     {"32bpp", 32, BI_RGB, {}, 0, false},
-    {"32bpp top-down", 32, BI_RGB, {}, 0, true},
     {"32bpp swapped bitfields", 32, BI_BITFIELDS, {0x000000FF, 0x0000FF00, 0x00FF0000}, 0, false},
 };
 
@@ -215,7 +214,7 @@ TEST(CreateDIBitmap, WithoutInitIsZeroFilledAndAHeaderQueryDescribesIt) {
 
 TEST(CreateDIBitmap, BadInputTable) {
   std::mt19937 rng(1);
-  const DibData good = makeDib(kLayouts[10], 4, 4, rng);
+  const DibData good = makeDib(kLayouts[8], 4, 4, rng);
   BITMAPINFOHEADER zeroWidth = good.bmi()->bmiHeader;
   zeroWidth.biWidth = 0;
   BITMAPINFOHEADER huge = good.bmi()->bmiHeader;
@@ -225,7 +224,7 @@ TEST(CreateDIBitmap, BadInputTable) {
   reinterpret_cast<BITMAPINFOHEADER*>(badDepth.info.data())->biBitCount = 12;
   DibData rle = good;
   reinterpret_cast<BITMAPINFOHEADER*>(rle.info.data())->biCompression = 1;
-  DibData noMasks = makeDib(kLayouts[8], 4, 4, rng);
+  DibData noMasks = makeDib(kLayouts[6], 4, 4, rng);
   std::memset(noMasks.info.data() + sizeof(BITMAPINFOHEADER), 0, 12);
   HDC stale = CreateCompatibleDC(0);
   DeleteDC(stale);
