@@ -608,52 +608,39 @@ const std::pair<const char*, std::function<void(PictureBox&)>> kDrawings[] = {
     {"imageView", [](PictureBox& b) { b.imageView().setPixel(0, 0, 0xFF123456u); }},
 };
 
-TEST(SharedPanes, ImageIsASnapshotThatDrawingOnThePaneNeverChanges) {
+// The pane shares its covering picture, and a snapshot shares the pane:
+// neither copies, and no drawing on the pane reaches either.
+TEST(SharedPanes, PictureAndSnapshotAreSharedAndNeverChangedByDrawing) {
   for (const auto& [name, draw] : kDrawings) {
     SCOPED_TRACE(name);
     Pane p(kW, kH);
-    p.box.PaintPicture(noisePicture(kW, kH, 1), 0, 0);
-    const std::vector<std::uint32_t> shown = paneOf(p.box);
+    PicturePtr pic = noisePicture(kW, kH, 2);
+    const std::vector<std::uint32_t> original = pixelsOf(pic->Handle());
     const std::uint64_t copies = gdi::SharedPixelCopies();
+    p.box.setPicture(pic);
     PicturePtr img = p.box.Image();
     ASSERT_TRUE(img);
-    EXPECT_TRUE(paneShares(p.box, img->Handle()));
-    EXPECT_EQ(gdi::SharedPixelCopies(), copies);
+    EXPECT_EQ(std::tuple(paneShares(p.box, pic->Handle()), paneShares(p.box, img->Handle()), gdi::SharedPixelCopies()),
+              std::tuple(true, true, copies));
+    EXPECT_EQ(paneOf(p.box), expectedCls(kW, kH, pic));
     draw(p.box);
-    EXPECT_NE(paneOf(p.box), shown);
-    EXPECT_EQ(pixelsOf(img->Handle()), shown);
+    EXPECT_NE(paneOf(p.box), original);
+    EXPECT_EQ(std::pair(pixelsOf(pic->Handle()), pixelsOf(img->Handle())), std::pair(original, original));
+    // Cls brings the picture back without copying it.
+    const std::uint64_t drawn = gdi::SharedPixelCopies();
+    p.box.Cls();
+    EXPECT_EQ(std::tuple(paneOf(p.box), gdi::SharedPixelCopies(), p.box.CurrentX() + p.box.CurrentY()),
+              std::tuple(original, drawn, 0.0f));
   }
-  // Cls of a snapshotted pane overwrites everything: nothing to copy.
+  // Cls of a snapshotted pane without a picture overwrites everything: nothing to copy.
   Pane p(kW, kH);
   p.box.PaintPicture(noisePicture(kW, kH, 4), 0, 0);
   PicturePtr img = p.box.Image();
   const std::vector<std::uint32_t> shown = pixelsOf(img->Handle());
   const std::uint64_t copies = gdi::SharedPixelCopies();
   p.box.Cls();
-  EXPECT_EQ(gdi::SharedPixelCopies(), copies);
-  EXPECT_EQ(paneOf(p.box), expectedCls(kW, kH, nullptr));
+  EXPECT_EQ(std::pair(gdi::SharedPixelCopies(), paneOf(p.box)), std::pair(copies, expectedCls(kW, kH, nullptr)));
   EXPECT_EQ(pixelsOf(img->Handle()), shown);
-}
-
-TEST(SharedPanes, ACoveringPictureIsSharedAndNeverChangedByDrawing) {
-  for (const auto& [name, draw] : kDrawings) {
-    SCOPED_TRACE(name);
-    Pane p(kW, kH);
-    PicturePtr pic = noisePicture(kW, kH, 2);
-    const std::vector<std::uint32_t> original = pixelsOf(pic->Handle());
-    p.box.setPicture(pic);
-    EXPECT_TRUE(paneShares(p.box, pic->Handle()));
-    EXPECT_EQ(paneOf(p.box), expectedCls(kW, kH, pic));
-    draw(p.box);
-    EXPECT_EQ(pixelsOf(pic->Handle()), original);
-    EXPECT_NE(paneOf(p.box), original);
-    // Cls brings the picture back without copying it.
-    const std::uint64_t copies = gdi::SharedPixelCopies();
-    p.box.Cls();
-    EXPECT_EQ(paneOf(p.box), original);
-    EXPECT_EQ(gdi::SharedPixelCopies(), copies);
-    EXPECT_EQ(p.box.CurrentX() + p.box.CurrentY(), 0.0f);
-  }
 }
 
 TEST(SharedPanes, ClsKeepsClassicResultsForEveryPictureFit) {
