@@ -234,36 +234,28 @@ class ManualTimerTest : public ::testing::Test {
   std::vector<std::pair<const Timer*, std::uint32_t>> ticks_;  // which timer, at what time
 };
 
-TEST_F(ManualTimerTest, TicksRepeatEveryIntervalUntilStopped) {
+// Zero, negative and disabled timers never tick nor count as active.
+TEST_F(ManualTimerTest, TicksRepeatEveryIntervalUntilDisabled) {
   struct Case {
-    int interval, advance;
+    int interval;
+    bool enabled;
+    int advance;
     long expected;
-  } cases[] = {{100, 99, 0}, {100, 100, 1}, {100, 350, 3}, {10, 1000, 100}, {250, 249, 0}, {1, 5, 5}};
+  } cases[] = {{100, true, 99, 0}, {100, true, 100, 1}, {100, true, 350, 3}, {1, true, 5, 5},
+               {0, true, 100000, 0}, {-5, true, 100000, 0}, {50, false, 100000, 0}};
   for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << "interval " << c.interval << " advance " << c.advance);
     ticks_.clear();
-    auto t = counted(c.interval, true);
+    auto t = counted(c.interval, c.enabled);
+    EXPECT_EQ(std::pair(t->Interval(), clock_.activeTimers()), std::pair(std::max(c.interval, 0), c.enabled && c.interval > 0 ? 1 : 0));
     clock_.advance(c.advance);
-    EXPECT_EQ(ticksOf(t.get()), c.expected) << "interval " << c.interval << " advance " << c.advance;
-  }
-}
-
-TEST_F(ManualTimerTest, ZeroNegativeOrDisabledNeverTicksAndDisablingStops) {
-  for (const auto& [interval, enabled] : {std::pair{0, true}, {-5, true}, {50, false}}) {
-    ticks_.clear();
-    auto t = counted(interval, enabled);
-    clock_.advance(100000);
-    EXPECT_EQ(ticksOf(t.get()), 0) << interval;
-    EXPECT_EQ(t->Interval(), std::max(interval, 0)) << interval;
-    EXPECT_EQ(clock_.activeTimers(), 0);
+    EXPECT_EQ(ticksOf(t.get()), c.expected);
   }
   auto on = counted(50, true);
-  EXPECT_EQ(clock_.activeTimers(), 1);
   clock_.advance(120);
-  EXPECT_EQ(ticksOf(on.get()), 2);
   on->setEnabled(false);
   clock_.advance(1000);
-  EXPECT_EQ(ticksOf(on.get()), 2);
-  EXPECT_EQ(clock_.activeTimers(), 0);
+  EXPECT_EQ(std::pair(ticksOf(on.get()), clock_.activeTimers()), std::pair(2L, 0));
 }
 
 // Every way of re-arming an enabled timer restarts a full countdown from now:
