@@ -31,21 +31,6 @@ using gditest::dibInfo;
 
 }  // namespace
 
-TEST(GdiObjects, NewMemoryDcHoldsMonochromeStockBitmap) {
-  HDC dc = CreateCompatibleDC(0);
-  ASSERT_NE(dc, 0u);
-  EXPECT_EQ(GetObjectType(dc), OBJ_MEMDC);
-  HBITMAP stock = CurrentBitmap(dc);
-  ASSERT_NE(stock, 0u);
-  EXPECT_EQ(GetObjectType(stock), OBJ_BITMAP);
-  const BITMAP bm = describe(stock);  // 1 x 1, one plane of one bit
-  EXPECT_EQ(std::tuple(bm.bmWidth, bm.bmHeight, bm.bmPlanes, bm.bmBitsPixel), std::tuple(1, 1, 1, 1));
-  // The stock bitmap is shared: deleting it is accepted and changes nothing.
-  EXPECT_EQ(DeleteObject(stock), TRUE);
-  EXPECT_EQ(GetObjectType(stock), OBJ_BITMAP);
-  EXPECT_EQ(DeleteDC(dc), TRUE);
-}
-
 // Device bitmaps are described in the DIB tests, for every layout they are made from.
 TEST(GdiObjects, DibSectionDescriptionPadsRowsAndPointsAtTheBottomRow) {
   void* bits = nullptr;
@@ -67,7 +52,13 @@ TEST(GdiObjects, SelectionRules) {
   HDC a = CreateCompatibleDC(0), b = CreateCompatibleDC(0);
   HBITMAP bmp = CreateCompatibleBitmap(a, 4, 4);
   ASSERT_TRUE(a && b && bmp);
+  EXPECT_EQ(GetObjectType(a), OBJ_MEMDC);
+  // A new memory DC holds the shared 1 x 1 monochrome stock bitmap: deleting
+  // it is accepted and changes nothing.
   const HGDIOBJ stock = SelectObject(a, bmp);
+  const BITMAP bm = describe(stock);
+  EXPECT_EQ(std::tuple(bm.bmWidth, bm.bmHeight, bm.bmPlanes, bm.bmBitsPixel), std::tuple(1, 1, 1, 1));
+  EXPECT_EQ(DeleteObject(stock), TRUE);
   EXPECT_EQ(GetObjectType(stock), OBJ_BITMAP);
   EXPECT_EQ(CurrentBitmap(a), bmp);
   // Selected elsewhere or deleted while selected: the bad input table.
@@ -75,10 +66,12 @@ TEST(GdiObjects, SelectionRules) {
   // Selecting the previous bitmap back frees it.
   EXPECT_EQ(SelectObject(a, stock), bmp);
   EXPECT_NE(SelectObject(b, bmp), 0u);
-  // DeleteDC releases the selection.
+  // Deleting the DC, by DeleteDC or DeleteObject, releases the selection.
   EXPECT_EQ(DeleteDC(b), TRUE);
+  EXPECT_NE(SelectObject(a, bmp), 0u);
+  EXPECT_EQ(DeleteObject(a), TRUE);
+  EXPECT_EQ(GetObjectType(a), 0u);
   EXPECT_EQ(DeleteObject(bmp), TRUE);
-  EXPECT_EQ(DeleteDC(a), TRUE);
   EXPECT_EQ(LiveObjectCount(), before);
 }
 
@@ -214,17 +207,6 @@ TEST(GdiObjects, DeletingAWindowBitmapLeavesTheWindowDrawingNowhere) {
   ReleaseDC(wnd, wdc);
   DestroyWindowHandle(wnd);
   DeleteDC(src);
-}
-
-TEST(GdiObjects, DeleteObjectOnAMemoryDcReleasesIt) {
-  const std::size_t before = LiveObjectCount();
-  HDC dc = CreateCompatibleDC(0);
-  HBITMAP bmp = CreateCompatibleBitmap(dc, 2, 2);
-  SelectObject(dc, bmp);
-  EXPECT_EQ(DeleteObject(dc), TRUE);
-  EXPECT_EQ(GetObjectType(dc), 0u);
-  EXPECT_EQ(DeleteObject(bmp), TRUE);  // no longer selected
-  EXPECT_EQ(LiveObjectCount(), before);
 }
 
 TEST(GdiObjects, LastErrorIsPerThread) {

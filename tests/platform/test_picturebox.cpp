@@ -175,8 +175,6 @@ TEST(PictureBoxTest, PaintPictureDrawsWholePartsStretchedAndInverted) {
   } cases[] = {
       {"omitted sizes: the picture's own", 3, 4, none, none, none, none, none, none, gdi::SRCCOPY,
        [](int x, int y) { return x >= 3 && x < 7 && y >= 4 && y < 6 ? std::pair(x - 3, y - 4) : std::pair(-1, -1); }},
-      {"doubled: each source pixel a 2x2 block", 0, 0, 8.0f, 4.0f, none, none, none, none, gdi::SRCCOPY,
-       [](int x, int y) { return x < 8 && y < 4 ? std::pair(x / 2, y / 2) : std::pair(-1, -1); }},
       {"a part at its own size", 1, 1, 2.0f, 1.0f, 2.0f, 1.0f, 2.0f, 1.0f, gdi::SRCCOPY,
        [](int x, int y) { return x >= 1 && x < 3 && y == 1 ? std::pair(x + 1, 1) : std::pair(-1, -1); }},
       {"a part stretched to the picture's size", 1, 1, none, none, 2.0f, 1.0f, 2.0f, 1.0f, gdi::SRCCOPY,
