@@ -2,7 +2,7 @@
 // and without the newer shuffles, streamed or cached stores, split over the
 // pool or not) gives exactly the bytes a pixel-by-pixel copy gives, never
 // writes past a row's last pixel, and hands over whole pictures either way
-// up; blits between 24- and 32-bit surfaces.
+// up; large blits between 24- and 32-bit surfaces.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -183,78 +183,17 @@ TEST(PictureCopy, InvalidDescriptionsCopyNothing) {
 }  // namespace qorv
 
 // --- blits between 24- and 32-bit surfaces -------------------------------------
+// Their pixels, offsets, clipping and mirrored rows are the stretch reference's
+// (equal sizes, every surface kind); the X byte and alignments the row copy's.
 
 namespace {
 
 using namespace gdi;
 using gditest::Canvas;
 
-struct Pair {
-  const char* name;
-  Canvas::Kind src, dst;
-};
-constexpr Pair kPairs[] = {{"device to 24-bit section", Canvas::Device32, Canvas::Dib24},
-                           {"24-bit section to device", Canvas::Dib24, Canvas::Device32},
-                           {"top-down 24 to 32-bit section", Canvas::Dib24TopDown, Canvas::Dib32},
-                           {"32-bit section to top-down 24", Canvas::Dib32, Canvas::Dib24TopDown},
-                           {"24 to 24", Canvas::Dib24, Canvas::Dib24TopDown}};
-
-// What a copy of src's (sx, sy, w, h) to dst's (dx, dy) leaves in dst,
-// pixel by pixel, clipped to both surfaces.
-std::vector<std::uint32_t> expectedCopy(const Canvas& dst, const Canvas& src, int dx, int dy, int w, int h, int sx,
-                                        int sy, bool flipRows) {
-  std::vector<std::uint32_t> out = dst.pixels();
-  for (int y = 0; y < h; ++y) {
-    for (int x = 0; x < w; ++x) {
-      const int tx = dx + x, ty = dy + y;
-      const int fx = sx + x, fy = flipRows ? sy + h - 1 - y : sy + y;
-      if (tx < 0 || ty < 0 || tx >= dst.width() || ty >= dst.height()) continue;
-      if (fx < 0 || fy < 0 || fx >= src.width() || fy >= src.height()) continue;
-      out[static_cast<std::size_t>(ty * dst.width() + tx)] = src.at(fx, fy);
-    }
-  }
-  return out;
-}
-
-class ConvertingCopy : public ::testing::TestWithParam<Pair> {};
-
-// Straight copies at widths across the vector blocks and at every destination
-// offset, rows mirrored by a negative source height, and a rectangle hanging
-// over the destination's edges; 32-bit destinations get an X byte of 0. The
-// processor paths of the row converter are its own tests' business.
-TEST_P(ConvertingCopy, MatchesPixelByPixel) {
-  const Pair p = GetParam();
-  std::mt19937 rng(5);
-  struct Copy {
-    int dx, dy, w, h, sx, sy;
-    bool flip;
-  };
-  std::vector<Copy> copies = {{3, 2, 50, 30, 4, 5, true}, {-7, 41, 80, 20, 0, 0, false}};
-  for (int w : {1, 17, 99})
-    for (int dx : {0, 3}) copies.push_back({dx, 1, w, 5, static_cast<int>(rng() % 4), 1, false});
-  const bool x32 = p.dst == Canvas::Device32 || p.dst == Canvas::Dib32;
-  for (const Copy& c : copies) {
-    Canvas src(std::max(c.w + 4, 70), 40, p.src), dst(std::max(c.w + 8, 60), 50, p.dst);
-    src.randomise(rng);
-    dst.randomise(rng);
-    const auto expected = expectedCopy(dst, src, c.dx, c.dy, c.w, c.h, c.sx, c.sy, c.flip);
-    if (c.flip)
-      ASSERT_TRUE(StretchBlt(dst.dc(), c.dx, c.dy, c.w, c.h, src.dc(), c.sx, c.sy + c.h - 1, c.w, -c.h, SRCCOPY));
-    else
-      ASSERT_TRUE(BitBlt(dst.dc(), c.dx, c.dy, c.w, c.h, src.dc(), c.sx, c.sy, SRCCOPY));
-    ASSERT_EQ(dst.pixels(), expected) << "w=" << c.w << " at " << c.dx << "," << c.dy;
-    for (int y = std::max(c.dy, 0); x32 && y < std::min(c.dy + c.h, dst.height()); ++y)
-      for (int x = std::max(c.dx, 0); x < std::min(c.dx + c.w, dst.width()); ++x)
-        ASSERT_EQ(dst.raw32(x, y) >> 24, 0u) << "X byte";
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Layouts, ConvertingCopy, ::testing::ValuesIn(kPairs),
-                         [](const auto& i) { return qorv::test_support::readableName(i.param.name); });
-
 // A picture large enough to be split over the pool converts the same split
 // or not.
-TEST(ConvertingCopy, LargePicturesSameSplitOrNot) {
+TEST(ConvertingBlit, LargePicturesSameSplitOrNot) {
   std::mt19937 rng(3);
   Canvas src(1201, 997, Canvas::Device32);
   src.randomise(rng);

@@ -34,8 +34,7 @@ TEST(ColorsTest, PlainReferencesAreBlueGreenRed) {
   struct Case {
     COLORREF ref;
     int r, g, b;
-  } cases[] = {{0x000000FF, 255, 0, 0}, {0x0000FF00, 0, 255, 0}, {0x00FF0000, 0, 0, 255},
-               {0x00123456, 0x56, 0x34, 0x12}, {RGB(1, 2, 3), 1, 2, 3}, {0x01FF8040, 0x40, 0x80, 0xFF}};
+  } cases[] = {{0x000000FF, 255, 0, 0}, {0x00123456, 0x56, 0x34, 0x12}, {0x01FF8040, 0x40, 0x80, 0xFF}};
   for (const Case& c : cases) {
     const QColor q = toQColor(c.ref);
     EXPECT_EQ(std::tuple(q.red(), q.green(), q.blue()), std::tuple(c.r, c.g, c.b)) << std::hex << c.ref;
