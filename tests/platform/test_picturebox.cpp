@@ -79,8 +79,7 @@ std::vector<std::uint32_t> paneOf(const PictureBox& box) { return pixelsOf(gdi::
 // --- surface and geometry --------------------------------------------------------
 
 TEST(PictureBoxTest, NewBoxHasAMemoryDcBeforeItHasAnArea) {
-  PictureBox box(QStringLiteral("picPane"));
-  EXPECT_EQ(box.objectName(), QStringLiteral("picPane"));
+  PictureBox box;
   EXPECT_TRUE(box.AutoRedraw() && box.Font());
   EXPECT_EQ(gdi::GetObjectType(box.hDC()), gdi::OBJ_MEMDC);
   // No area yet: nothing to show or snapshot, but a DC all the same.
