@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <tuple>
 
 #include "ImageFixtures.h"
 
@@ -190,8 +191,7 @@ TEST_F(Bridge, WorkDCLifecycle) {
   ASSERT_TRUE(CreateWorkDC(dc));
   EXPECT_EQ(gdi::GetObjectType(dc), gdi::OBJ_MEMDC);
   gdi::HBITMAP none = 0;
-  EXPECT_TRUE(DestroyWorkDC(dc, none));
-  EXPECT_EQ(dc, 0u);
+  EXPECT_TRUE(DestroyWorkDC(dc, none) && dc == 0u);
 
   // With a previous bitmap: it is selected back and what it displaces is deleted.
   ASSERT_TRUE(CreateWorkDC(dc));
@@ -199,9 +199,7 @@ TEST_F(Bridge, WorkDCLifecycle) {
   gdi::HBITMAP old = gdi::SelectObject(dc, mine);
   ASSERT_NE(old, 0u);
   EXPECT_TRUE(DestroyWorkDC(dc, old));
-  EXPECT_EQ(old, 0u);
-  EXPECT_EQ(dc, 0u);
-  EXPECT_EQ(gdi::GetObjectType(mine), 0u);
+  EXPECT_EQ(std::tuple(old, dc, gdi::GetObjectType(mine)), std::tuple(0u, 0u, 0u));
 
   gdi::HDC stale = 0x7ffffff0u;
   EXPECT_FALSE(DestroyWorkDC(stale, none));

@@ -209,16 +209,6 @@ TEST_F(LoadSave, TruncatedFilesOfEverySavableFormatFail) {
   }
 }
 
-TEST_F(LoadSave, AFailedLoadLeavesTheBufferAsItWas) {
-  ASSERT_TRUE(load(writePattern(QStringLiteral("good.png"), FIF_PNG)).ok());
-  const auto before = iotest::panePixels(buffer);
-  ASSERT_TRUE(writeAll(path(QStringLiteral("bad.png")), "not a picture"));
-  EXPECT_EQ(load(path(QStringLiteral("bad.png"))).code, 170);
-  EXPECT_EQ(load(path(QStringLiteral("bad.qqq"))).code, 101);
-  EXPECT_EQ(buffer.ScaleWidth(), 23);
-  EXPECT_EQ(iotest::panePixels(buffer), before);
-}
-
 TEST_F(LoadSave, PathsWithSpacesAndNonAsciiCharacters) {
   for (const QString& name : {QStringLiteral("with space.png"), QStringLiteral("\u00e4\u00f6\u00fc \u65e5\u672c.bmp")}) {
     SCOPED_TRACE(name.toStdString());
