@@ -13,6 +13,7 @@
 #include "platform/GdiSurface.h"
 #include "platform/Host.h"
 #include "platform/Random.h"
+#include "platform/ScopedGdi.h"
 
 namespace qorv {
 namespace {
@@ -78,24 +79,22 @@ TEST(DibCopies, PictureInAndOutRoundTrips) {
   cDIBSection src;
   ASSERT_TRUE(src.Create(7, 5));
   test_support::fillRandom(src, 11);
-  // A device bitmap (32-bit, top-down) as a picture would hold.
-  const gdi::HBITMAP bmp = gdi::CreateCompatibleBitmap(0, 7, 5);
-  const gdi::HDC dc = gdi::CreateCompatibleDC(0);
-  const gdi::HGDIOBJ old = gdi::SelectObject(dc, bmp);
-  src.PaintPicture(dc);
-  // Selected into a context of its own or not, the bitmap copies in.
-  for (const gdi::HGDIOBJ selected : {old, gdi::HGDIOBJ(bmp)}) {
-    gdi::SelectObject(dc, selected);
-    cDIBSection copy;
-    copy.CreateFromPicture(bmp);
-    ASSERT_EQ(copy.Width(), 7);
-    ASSERT_EQ(copy.Height(), 5);
-    for (int y = 0; y < 5; ++y)
-      for (int x = 0; x < 21; ++x) EXPECT_EQ(copy.View().at(x, y), src.View().at(x, y));
+  {
+    // A device bitmap (32-bit, top-down) as a picture would hold.
+    const ScopedBitmap bmp(gdi::CreateCompatibleBitmap(0, 7, 5));
+    const ScopedMemDC dc(gdi::CreateCompatibleDC(0));
+    ScopedSelect selection(dc.get(), bmp.get());
+    src.PaintPicture(dc.get());
+    // Selected into a context of its own or not, the bitmap copies in.
+    for (const bool selected : {true, false}) {
+      if (!selected) selection.restore();
+      cDIBSection copy;
+      copy.CreateFromPicture(bmp.get());
+      ASSERT_EQ(std::pair(copy.Width(), copy.Height()), std::pair(7, 5));
+      for (int y = 0; y < 5; ++y)
+        for (int x = 0; x < 21; ++x) EXPECT_EQ(copy.View().at(x, y), src.View().at(x, y));
+    }
   }
-  gdi::SelectObject(dc, old);
-  gdi::DeleteDC(dc);
-  gdi::DeleteObject(bmp);
   cDIBSection none;
   none.CreateFromPicture(0);
   EXPECT_EQ(none.Width(), 0);
@@ -136,8 +135,7 @@ TEST(DibNoise, UsesTheGeneratorRoundedToNearest) {
   d.RandomiseBits(true);
   setRandomSource({});
   // 0.5 rounds to 0, 1.5 to 2 (halves to even).
-  EXPECT_EQ(d.View().at(0, 0), 0);
-  EXPECT_EQ(d.View().at(3, 0), 2);
+  EXPECT_EQ(std::pair(d.View().at(0, 0), d.View().at(3, 0)), std::pair(std::uint8_t{0}, std::uint8_t{2}));
 }
 
 // The bilinear reference, except that the same size is an exact copy.
@@ -218,10 +216,7 @@ TEST(DibClipboard, AsBitmapPutsTheImageThere) {
   const gdi::HANDLE bmp = gdi::GetClipboardData(gdi::CF_BITMAP);
   gdi::Surface s;
   ASSERT_TRUE(gdi::BitmapSurface(bmp, s));
-  EXPECT_EQ(s.width, 3);
-  EXPECT_EQ(s.height, 2);
-  EXPECT_EQ(s.row(0)[0], 10);
-  EXPECT_EQ(s.row(1)[2], 30);
+  EXPECT_EQ(std::tuple(s.width, s.height, s.row(0)[0], s.row(1)[2]), std::tuple(3, 2, 10, 30));
   gdi::CloseClipboard();
 }
 

@@ -171,28 +171,20 @@ TEST(Array2D, RowsAreCentredRaggedOnesPaddedWithZeros) {
   EXPECT_EQ(std::tuple(a(0, -1), a(-1, 0), a(0, 0)), std::tuple(2, 3, 0));
 }
 
-// Hosts write values by hand with the first index outer.
-TEST(Array2D, ValuesRunWithTheFirstIndexOuter) {
-  IntArray2D a = IntArray2D::centred(1);
-  ASSERT_EQ(a.values.size(), 9u);
-  a.values[static_cast<std::size_t>(2 * a.count2() + 0)] = 42;  // i = 1, j = -1
-  EXPECT_EQ(a(1, -1), 42);
-  a(-1, 1) = -7;
-  EXPECT_EQ(a.values[2], -7);
-}
-
-TEST(Array2D, CentredSquaresAndNegativeRadii) {
-  struct Case {
-    int r, lower, upper;
-    std::size_t cells;
-  };
-  for (const Case& c : {Case{0, 0, 0, 1}, Case{2, -2, 2, 25}, Case{-3, 0, 0, 1}}) {
-    const IntArray2D a = IntArray2D::centred(c.r);
-    EXPECT_EQ(a.lower1, c.lower) << c.r;
-    EXPECT_EQ(a.upper2, c.upper) << c.r;
-    EXPECT_EQ(a.values.size(), c.cells) << c.r;
-    for (std::int16_t v : a.values) EXPECT_EQ(v, 0);
+TEST(Array2D, CentredSquaresRunWithTheFirstIndexOuter) {
+  // A negative radius is taken as none.
+  for (const auto& [r, bound] : {std::pair{0, 0}, {2, 2}, {-3, 0}}) {
+    const IntArray2D a = IntArray2D::centred(r);
+    const auto cells = static_cast<std::size_t>((2 * bound + 1) * (2 * bound + 1));
+    EXPECT_EQ(std::tuple(a.lower1, a.upper1, a.lower2, a.upper2, a.values),
+              std::tuple(-bound, bound, -bound, bound, std::vector<std::int16_t>(cells, 0)))
+        << r;
   }
+  // Hosts write values by hand with the first index outer.
+  IntArray2D a = IntArray2D::centred(1);
+  a.values[static_cast<std::size_t>(2 * a.count2())] = 42;  // i = 1, j = -1
+  a(-1, 1) = -7;
+  EXPECT_EQ(std::pair(a(1, -1), a.values[2]), std::pair(std::int16_t{42}, std::int16_t{-7}));
 }
 
 TEST(Array2D, ValuesShortOfTheBoundsFailCleanly) {

@@ -15,6 +15,7 @@
 
 #include "ProcessingTestSupport.h"
 #include "platform/GdiSurface.h"
+#include "platform/ScopedGdi.h"
 #include "processing/FreeRotation.h"
 #include "processing/RotateBitmap.h"
 #include "processing/Rotation.h"
@@ -59,15 +60,11 @@ void fillDc(gdi::HDC dc, std::uint32_t seed) {
 
 // A memory context holding a 32-bit device bitmap, like the control's panes.
 struct Canvas {
-  gdi::HDC dc = gdi::CreateCompatibleDC(0);
-  gdi::HBITMAP bmp;
-  gdi::HGDIOBJ old;
-  Canvas(int w, int h) : bmp(gdi::CreateCompatibleBitmap(0, w, h)), old(gdi::SelectObject(dc, bmp)) {}
-  ~Canvas() {
-    gdi::SelectObject(dc, old);
-    gdi::DeleteObject(bmp);
-    gdi::DeleteDC(dc);
-  }
+  ScopedMemDC owner{gdi::CreateCompatibleDC(0)};
+  ScopedBitmap bmp;
+  ScopedSelect selected;
+  gdi::HDC dc;
+  Canvas(int w, int h) : bmp(gdi::CreateCompatibleBitmap(0, w, h)), selected(owner.get(), bmp.get()), dc(owner.get()) {}
 };
 
 int channel(std::uint32_t c, int k) { return static_cast<int>(c >> (8 * k) & 255); }
@@ -327,7 +324,8 @@ TEST(RotateBitmap, BadArgumentsChangeNothingAndSayWhy) {
   Canvas t(16, 12);
   fillDc(t.dc, 9);
   const Image before = readDc(t.dc);
-  const gdi::HDC bare = gdi::CreateCompatibleDC(0);  // still holds its 1x1 monochrome bitmap
+  const ScopedMemDC bareOwner(gdi::CreateCompatibleDC(0));  // still holds its 1x1 monochrome bitmap
+  const gdi::HDC bare = bareOwner.get();
   struct Case {
     const char* what;
     gdi::HDC dc;
@@ -352,7 +350,6 @@ TEST(RotateBitmap, BadArgumentsChangeNothingAndSayWhy) {
     EXPECT_EQ(gdi::GetLastError(), c.error) << c.what;
     EXPECT_TRUE(readDc(t.dc) == before) << c.what;
   }
-  gdi::DeleteDC(bare);
 }
 
 }  // namespace
