@@ -12,6 +12,7 @@
 
 #include "platform/GdiSurface.h"
 #include "platform/PictureBox.h"
+#include "platform/ScopedGdi.h"
 #include "imageio/modFreeImage.h"
 
 #include <FreeImage.h>
@@ -50,12 +51,10 @@ inline FIBITMAP* makePatternDib(int w, int h) {
 }
 
 // A 32-bit device bitmap holding the pattern.
-inline gdi::HBITMAP makePatternBitmap(int w, int h) {
-  gdi::HDC screen = gdi::GetDC(0);
-  const gdi::HBITMAP bm = gdi::CreateCompatibleBitmap(screen, w, h);
-  gdi::ReleaseDC(0, screen);
+inline qorv::ScopedBitmap makePatternBitmap(int w, int h) {
+  qorv::ScopedBitmap bm(gdi::CreateCompatibleBitmap(qorv::ScopedScreenDC().get(), w, h));
   gdi::Surface s;
-  if (!bm || !gdi::BitmapSurface(bm, s)) return bm;
+  if (!bm || !gdi::BitmapSurface(bm.get(), s)) return bm;
   for (int y = 0; y < h; ++y) {
     std::uint8_t* row = s.row(y);
     for (int x = 0; x < w; ++x) {
@@ -72,7 +71,7 @@ inline gdi::HBITMAP makePatternBitmap(int w, int h) {
 // A bottom-up DIB section of 8 or 24 bits holding the pattern. At 8 bits a
 // pixel's index is the pattern's blue, through a palette that is not grey;
 // `shown` receives the colours the section shows, top row first.
-inline gdi::HBITMAP makePatternSection(int w, int h, int bitCount, std::vector<std::uint32_t>& shown) {
+inline qorv::ScopedBitmap makePatternSection(int w, int h, int bitCount, std::vector<std::uint32_t>& shown) {
   struct {
     gdi::BITMAPINFOHEADER h;
     gdi::RGBQUAD pal[256];
@@ -80,9 +79,9 @@ inline gdi::HBITMAP makePatternSection(int w, int h, int bitCount, std::vector<s
   bi.h = {40, w, h, 1, static_cast<gdi::WORD>(bitCount), gdi::BI_RGB, 0, 0, 0, 0, 0};
   for (int i = 0; i < 256; ++i) bi.pal[i] = {gdi::BYTE(255 - i), gdi::BYTE(i), gdi::BYTE(i ^ 0x55), 0};
   void* bits = nullptr;
-  const gdi::HBITMAP bm = gdi::CreateDIBSection(0, reinterpret_cast<gdi::BITMAPINFO*>(&bi), gdi::DIB_RGB_COLORS, &bits, 0, 0);
+  qorv::ScopedBitmap bm(gdi::CreateDIBSection(0, reinterpret_cast<gdi::BITMAPINFO*>(&bi), gdi::DIB_RGB_COLORS, &bits, 0, 0));
   gdi::Surface s;
-  if (!bm || !gdi::BitmapSurface(bm, s)) return bm;
+  if (!bm || !gdi::BitmapSurface(bm.get(), s)) return bm;
   for (int y = 0; y < h; ++y)
     for (int x = 0; x < w; ++x) {
       const std::uint32_t rgb = patternRGB(x, y), i = rgb & 255u;

@@ -38,22 +38,21 @@ TEST_F(Bridge, LibraryBitmapBecomesADeviceBitmapWithTheSamePixels) {
       {"24-bit", iotest::makePatternDib(13, 7), iotest::patternPixels(13, 7)}, {"paletted", paletted, palettedWant}};
   for (const auto& [label, dib, want] : cases) {
     SCOPED_TRACE(label);
-    gdi::HBITMAP bm = 0;
-    ASSERT_TRUE(FreeImage_BMP_From_DIB(dib, bm));
+    qorv::ScopedBitmap bm;
+    ASSERT_TRUE(FreeImage_BMP_From_DIB(dib, bm.out()));
     EXPECT_EQ(LastBridgeError(), QString());
     gdi::Surface s;
-    ASSERT_TRUE(gdi::BitmapSurface(bm, s));
+    ASSERT_TRUE(gdi::BitmapSurface(bm.get(), s));
     EXPECT_EQ(iotest::surfacePixels(s), want);
-    EXPECT_EQ(FreeImage_GetBitmapWidth(bm), static_cast<int>(FreeImage_GetWidth(dib)));
-    EXPECT_EQ(FreeImage_GetBitmapHeight(bm), static_cast<int>(FreeImage_GetHeight(dib)));
+    EXPECT_EQ(std::pair(FreeImage_GetBitmapWidth(bm.get()), FreeImage_GetBitmapHeight(bm.get())),
+              std::pair(static_cast<int>(FreeImage_GetWidth(dib)), static_cast<int>(FreeImage_GetHeight(dib))));
     FreeImage_Unload(dib);  // the dib stays the caller's
-    gdi::DeleteObject(bm);
   }
 }
 
 TEST_F(Bridge, StaleOutputBitmapIsReleasedBeforeAnyCheck) {
-  const gdi::HBITMAP old = iotest::makePatternBitmap(2, 2);
-  gdi::HBITMAP bm = old;
+  gdi::HBITMAP bm = iotest::makePatternBitmap(2, 2).release();
+  const gdi::HBITMAP old = bm;
   EXPECT_FALSE(FreeImage_BMP_From_DIB(nullptr, bm));
   EXPECT_EQ(bm, 0u);
   EXPECT_EQ(gdi::GetObjectType(old), 0u);
@@ -64,27 +63,24 @@ TEST_F(Bridge, DeviceBitmapBecomesA32BitLibraryBitmap) {
   for (const int bits : {32, 8, 24}) {
     SCOPED_TRACE(bits);
     std::vector<std::uint32_t> want = bits == 32 ? iotest::patternPixels(9, 5) : std::vector<std::uint32_t>();
-    const gdi::HBITMAP bm = bits == 32 ? iotest::makePatternBitmap(9, 5) : iotest::makePatternSection(9, 5, bits, want);
-    ASSERT_NE(bm, 0u);
+    const qorv::ScopedBitmap bm = bits == 32 ? iotest::makePatternBitmap(9, 5) : iotest::makePatternSection(9, 5, bits, want);
+    ASSERT_TRUE(bm);
     FIBITMAP* dib = nullptr;
-    ASSERT_TRUE(FreeImage_DIB_From_BMP(bm, dib));
+    ASSERT_TRUE(FreeImage_DIB_From_BMP(bm.get(), dib));
     EXPECT_EQ(FreeImage_GetBPP(dib), 32u);
     EXPECT_EQ(iotest::dibPixels(dib), want);
     // A non-null output is released and replaced.
-    ASSERT_TRUE(FreeImage_DIB_From_BMP(bm, dib));
+    ASSERT_TRUE(FreeImage_DIB_From_BMP(bm.get(), dib));
     EXPECT_EQ(FreeImage_GetWidth(dib), 9u);
     FreeImage_Unload(dib);
-    gdi::DeleteObject(bm);
   }
 }
 
 TEST_F(Bridge, RenderDrawsWholeOrPartAndInverts) {
-  const gdi::HBITMAP src = iotest::makePatternBitmap(6, 4);
-  gdi::HDC screen = gdi::GetDC(0);
-  const gdi::HBITMAP target = gdi::CreateCompatibleBitmap(screen, 8, 8);
-  gdi::ReleaseDC(0, screen);
-  const gdi::HDC dc = gdi::CreateCompatibleDC(0);
-  const gdi::HGDIOBJ stock = gdi::SelectObject(dc, target);
+  const qorv::ScopedBitmap src = iotest::makePatternBitmap(6, 4);
+  const qorv::ScopedBitmap target(gdi::CreateCompatibleBitmap(qorv::ScopedScreenDC().get(), 8, 8));
+  const qorv::ScopedMemDC dc(gdi::CreateCompatibleDC(0));
+  const qorv::ScopedSelect selected(dc.get(), target.get());
 
   struct Case {
     const char* label;
@@ -101,12 +97,12 @@ TEST_F(Bridge, RenderDrawsWholeOrPartAndInverts) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
     gdi::Surface blank;
-    ASSERT_TRUE(gdi::BitmapSurface(target, blank));
+    ASSERT_TRUE(gdi::BitmapSurface(target.get(), blank));
     for (int y = 0; y < 8; ++y) std::fill_n(blank.row(y), 8 * 4, std::uint8_t{0});
-    ASSERT_TRUE(FreeImage_RenderBitmap(src, dc, c.x, c.y, c.w, c.h, c.invert));
+    ASSERT_TRUE(FreeImage_RenderBitmap(src.get(), dc.get(), c.x, c.y, c.w, c.h, c.invert));
     EXPECT_EQ(LastBridgeError(), QString());
     gdi::Surface s;
-    ASSERT_TRUE(gdi::BitmapSurface(target, s));
+    ASSERT_TRUE(gdi::BitmapSurface(target.get(), s));
     const auto px = iotest::surfacePixels(s);
     for (int y = 0; y < 8; ++y)
       for (int x = 0; x < 8; ++x) {
@@ -117,20 +113,15 @@ TEST_F(Bridge, RenderDrawsWholeOrPartAndInverts) {
       }
   }
   // The caller's bitmap survives, and a window DC is as good a target.
-  EXPECT_EQ(gdi::GetObjectType(src), gdi::OBJ_BITMAP);
-  const gdi::HDC windowDC = gdi::GetDC(gdi::GetDesktopWindow());
-  EXPECT_TRUE(FreeImage_RenderBitmap(src, windowDC, 0, 0, 0, 0, false));
-  gdi::ReleaseDC(gdi::GetDesktopWindow(), windowDC);
-
-  gdi::SelectObject(dc, stock);
-  gdi::DeleteDC(dc);
-  gdi::DeleteObject(target);
-  gdi::DeleteObject(src);
+  EXPECT_EQ(gdi::GetObjectType(src.get()), gdi::OBJ_BITMAP);
+  EXPECT_TRUE(FreeImage_RenderBitmap(src.get(), qorv::ScopedScreenDC().get(), 0, 0, 0, 0, false));
 }
 
 TEST_F(Bridge, FailureTexts) {
-  const gdi::HBITMAP bm = iotest::makePatternBitmap(2, 2);
-  const gdi::HDC dc = gdi::CreateCompatibleDC(0);
+  const qorv::ScopedBitmap owned = iotest::makePatternBitmap(2, 2);
+  const qorv::ScopedMemDC ownedDc(gdi::CreateCompatibleDC(0));
+  const gdi::HBITMAP bm = owned.get();
+  const gdi::HDC dc = ownedDc.get();
   FIBITMAP* dib = nullptr;
   struct Case {
     const char* label;
@@ -166,8 +157,6 @@ TEST_F(Bridge, FailureTexts) {
     EXPECT_EQ(LastBridgeError(), c.text);
   }
   EXPECT_EQ(dib, nullptr);
-  gdi::DeleteDC(dc);
-  gdi::DeleteObject(bm);
 }
 
 TEST_F(Bridge, FirstErrorWinsAndLibraryMessagesReplace) {
@@ -195,7 +184,7 @@ TEST_F(Bridge, WorkDCLifecycle) {
 
   // With a previous bitmap: it is selected back and what it displaces is deleted.
   ASSERT_TRUE(CreateWorkDC(dc));
-  const gdi::HBITMAP mine = iotest::makePatternBitmap(3, 3);
+  const gdi::HBITMAP mine = iotest::makePatternBitmap(3, 3).release();  // the work DC's to delete
   gdi::HBITMAP old = gdi::SelectObject(dc, mine);
   ASSERT_NE(old, 0u);
   EXPECT_TRUE(DestroyWorkDC(dc, old));

@@ -81,12 +81,12 @@ TEST_F(LoadSave, EverySavableFormatRoundTrips) {
       {"a.pbmraw", FIF_PBMRAW}, {"a.pgmraw", FIF_PGMRAW}, {"a.ppmraw", FIF_PPMRAW}, {"a.png", FIF_PNG},
       {"a.tif", FIF_TIFF},      {"a.TIFF", FIF_TIFF},     {"a.jpg", FIF_JPEG},  {"a.jpeg", FIF_JPEG},
   };
-  const gdi::HBITMAP picture = iotest::makePatternBitmap(37, 21);
+  const qorv::ScopedBitmap picture = iotest::makePatternBitmap(37, 21);
   for (const auto& [name, fif] : cases) {
     SCOPED_TRACE(name);
     const QString p = path(QString::fromLatin1(name));
     // Quality is the library's flags: best quality without chroma subsampling.
-    const IoOutcome saved = SaveBitmap(picture, p, fif != FIF_JPEG ? 0 : JPEG_QUALITYSUPERB | JPEG_SUBSAMPLING_444);
+    const IoOutcome saved = SaveBitmap(picture.get(), p, fif != FIF_JPEG ? 0 : JPEG_QUALITYSUPERB | JPEG_SUBSAMPLING_444);
     ASSERT_TRUE(saved.ok()) << saved.description.toStdString();
     EXPECT_EQ(saved.fif, fif);
     const IoOutcome loaded = load(p);
@@ -103,7 +103,6 @@ TEST_F(LoadSave, EverySavableFormatRoundTrips) {
       EXPECT_LT(iotest::meanChannelDiff(got, want), 10.0);
     }
   }
-  gdi::DeleteObject(picture);
 }
 
 TEST_F(LoadSave, JpegQualityReachesTheLibraryOnlyForJpeg) {
@@ -212,9 +211,8 @@ TEST_F(LoadSave, TruncatedFilesOfEverySavableFormatFail) {
 TEST_F(LoadSave, PathsWithSpacesAndNonAsciiCharacters) {
   for (const QString& name : {QStringLiteral("with space.png"), QStringLiteral("\u00e4\u00f6\u00fc \u65e5\u672c.bmp")}) {
     SCOPED_TRACE(name.toStdString());
-    const gdi::HBITMAP picture = iotest::makePatternBitmap(5, 4);
-    ASSERT_TRUE(SaveBitmap(picture, path(name)).ok());
-    gdi::DeleteObject(picture);
+    const qorv::ScopedBitmap picture = iotest::makePatternBitmap(5, 4);
+    ASSERT_TRUE(SaveBitmap(picture.get(), path(name)).ok());
     ASSERT_TRUE(QFileInfo::exists(path(name)));
     ASSERT_TRUE(load(path(name)).ok());
     EXPECT_EQ(iotest::panePixels(buffer), iotest::patternPixels(5, 4));
@@ -270,7 +268,7 @@ TEST_F(LoadSave, NonStandardSampleTypesLoad) {
 }
 
 TEST_F(LoadSave, SaveFailuresLeaveNoFileAndKeepTheOldOne) {
-  const gdi::HBITMAP picture = iotest::makePatternBitmap(6, 6);
+  const qorv::ScopedBitmap picture = iotest::makePatternBitmap(6, 6);
   const QByteArray original("ORIGINAL CONTENT");
   const QString existing = path(QStringLiteral("keep.wbmp"));
   ASSERT_TRUE(writeAll(existing, original));
@@ -287,18 +285,18 @@ TEST_F(LoadSave, SaveFailuresLeaveNoFileAndKeepTheOldOne) {
     int flag;
   };
   const Case cases[] = {
-      {"format the library cannot write", picture, existing, -1, 900,
+      {"format the library cannot write", picture.get(), existing, -1, 900,
        QStringLiteral("Unable to save picture, unknown error"), 16},
-      {"invalid forced type", picture, existingPng, 999, 900,
+      {"invalid forced type", picture.get(), existingPng, 999, 900,
        QStringLiteral("Unable to save picture, unknown error"), 16},
-      {"forced GIF", picture, existingPng, 25, 900, QStringLiteral("Unable to save picture, unknown error"), 16},
-      {"extension not in the map", picture, path(QStringLiteral("a.gif")), -1, 101,
+      {"forced GIF", picture.get(), existingPng, 25, 900, QStringLiteral("Unable to save picture, unknown error"), 16},
+      {"extension not in the map", picture.get(), path(QStringLiteral("a.gif")), -1, 101,
        QStringLiteral("File format not supported (gif)"), 48},
-      {"no extension", picture, path(QStringLiteral("noext")), -1, 101,
+      {"no extension", picture.get(), path(QStringLiteral("noext")), -1, 101,
        QStringLiteral("File format not supported ()"), 48},
-      {"missing directory", picture, path(QStringLiteral("no/such/dir/a.png")), -1, 900,
+      {"missing directory", picture.get(), path(QStringLiteral("no/such/dir/a.png")), -1, 900,
        QStringLiteral("Unable to save picture, unknown error"), 16},
-      {"target is a directory", picture, dir.path(), 13, 900,
+      {"target is a directory", picture.get(), dir.path(), 13, 900,
        QStringLiteral("Unable to save picture, unknown error"), 16},
       {"no bitmap", 0, path(QStringLiteral("a.png")), -1, 170,
        QStringLiteral("Unable to convert bitmap to DIP section"), 48},
@@ -315,14 +313,13 @@ TEST_F(LoadSave, SaveFailuresLeaveNoFileAndKeepTheOldOne) {
       EXPECT_EQ(std::pair(readAll(existing), readAll(existingPng)), std::pair(original, original));
     }
   }
-  gdi::DeleteObject(picture);
 }
 
 // Flushed or not, a save is a whole new file under the target's name: the
 // old file's permissions kept, a new one's from the umask, nothing else left
 // in the directory.
 TEST_F(LoadSave, SaveReplacesWholeFiles) {
-  const gdi::HBITMAP picture = iotest::makePatternBitmap(23, 9);
+  const qorv::ScopedBitmap picture = iotest::makePatternBitmap(23, 9);
   const QFileDevice::Permissions oldMode = QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup;
   const mode_t mask = ::umask(0);
   ::umask(mask);
@@ -333,7 +330,7 @@ TEST_F(LoadSave, SaveReplacesWholeFiles) {
     ASSERT_TRUE(writeAll(old, QByteArray(100000, 'x')));
     ASSERT_TRUE(QFile::setPermissions(old, oldMode));
     for (const QString& p : {old, fresh}) {
-      ASSERT_TRUE(SaveBitmap(picture, p, 0, -1, sync).ok());
+      ASSERT_TRUE(SaveBitmap(picture.get(), p, 0, -1, sync).ok());
       EXPECT_EQ(iotest::filePixels(p), iotest::patternPixels(23, 9));
     }
     EXPECT_EQ(QFile::permissions(old) & QFileDevice::Permissions::fromInt(0x7077), oldMode);
@@ -341,7 +338,6 @@ TEST_F(LoadSave, SaveReplacesWholeFiles) {
     EXPECT_EQ(QFileInfo(fresh).permissions().testFlag(QFileDevice::WriteOther), (mask & 02) == 0);
     EXPECT_EQ(entries(), (QStringList{QStringLiteral("fresh.png"), QStringLiteral("old.bmp")}));
   }
-  gdi::DeleteObject(picture);
 }
 
 TEST_F(LoadSave, PermissionBitsAreHonoured) {
@@ -355,37 +351,35 @@ TEST_F(LoadSave, PermissionBitsAreHonoured) {
   ASSERT_TRUE(QDir().mkpath(sub));
   ASSERT_TRUE(writeAll(sub + QStringLiteral("/old.png"), "OLD"));
   QFile::setPermissions(sub, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
-  const gdi::HBITMAP picture = iotest::makePatternBitmap(4, 4);
-  EXPECT_EQ(SaveBitmap(picture, sub + QStringLiteral("/new.png")).code, 900);
-  EXPECT_EQ(SaveBitmap(picture, sub + QStringLiteral("/old.png")).code, 900);
-  gdi::DeleteObject(picture);
+  const qorv::ScopedBitmap picture = iotest::makePatternBitmap(4, 4);
+  EXPECT_EQ(SaveBitmap(picture.get(), sub + QStringLiteral("/new.png")).code, 900);
+  EXPECT_EQ(SaveBitmap(picture.get(), sub + QStringLiteral("/old.png")).code, 900);
   EXPECT_EQ(QDir(sub).entryList(QDir::Files), QStringList{QStringLiteral("old.png")});
   EXPECT_EQ(readAll(sub + QStringLiteral("/old.png")), QByteArray("OLD"));
   QFile::setPermissions(sub, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
 }
 
 TEST_F(LoadSave, SaveChoosesFormatAndPassesQuality) {
-  const gdi::HBITMAP picture = iotest::makePatternBitmap(64, 64);
+  const qorv::ScopedBitmap picture = iotest::makePatternBitmap(64, 64);
   // Forced PNG under a .jpg name writes PNG data.
   const QString p = path(QStringLiteral("forced.jpg"));
-  const IoOutcome r = SaveBitmap(picture, p, 0, FIF_PNG);
+  const IoOutcome r = SaveBitmap(picture.get(), p, 0, FIF_PNG);
   ASSERT_TRUE(r.ok());
   EXPECT_EQ(r.fif, FIF_PNG);
   EXPECT_EQ(FreeImage_GetFileType(QFile::encodeName(p).constData(), 16), FIF_PNG);
   // Quality reaches the library as its save flags.
-  ASSERT_TRUE(SaveBitmap(picture, path(QStringLiteral("q10.jpg")), 10).ok());
-  ASSERT_TRUE(SaveBitmap(picture, path(QStringLiteral("q100.jpg")), 100).ok());
+  ASSERT_TRUE(SaveBitmap(picture.get(), path(QStringLiteral("q10.jpg")), 10).ok());
+  ASSERT_TRUE(SaveBitmap(picture.get(), path(QStringLiteral("q100.jpg")), 100).ok());
   EXPECT_LT(QFileInfo(path(QStringLiteral("q10.jpg"))).size(), QFileInfo(path(QStringLiteral("q100.jpg"))).size());
-  gdi::DeleteObject(picture);
 }
 
 TEST_F(LoadSave, EveryBitmapLayoutSavesTheSamePixels) {
   // A device bitmap and a bottom-up 24-bit DIB section with the same picture.
-  const gdi::HBITMAP device = iotest::makePatternBitmap(19, 11);
+  const qorv::ScopedBitmap device = iotest::makePatternBitmap(19, 11);
   std::vector<std::uint32_t> shown;
-  const gdi::HBITMAP section = iotest::makePatternSection(19, 11, 24, shown);
-  ASSERT_NE(section, 0u);
-  for (const auto& [label, bitmap] : {std::pair{"device", device}, std::pair{"section", section}}) {
+  const qorv::ScopedBitmap section = iotest::makePatternSection(19, 11, 24, shown);
+  ASSERT_TRUE(section);
+  for (const auto& [label, bitmap] : {std::pair{"device", device.get()}, std::pair{"section", section.get()}}) {
     SCOPED_TRACE(label);
     const QString p = path(QString::fromLatin1(label) + QStringLiteral(".png"));
     ASSERT_TRUE(SaveBitmap(bitmap, p).ok());
@@ -395,8 +389,6 @@ TEST_F(LoadSave, EveryBitmapLayoutSavesTheSamePixels) {
     FreeImage_Unload(back);
     EXPECT_EQ(iotest::filePixels(p), iotest::patternPixels(19, 11));
   }
-  gdi::DeleteObject(device);
-  gdi::DeleteObject(section);
 }
 
 }  // namespace
