@@ -132,9 +132,15 @@ inline std::vector<std::uint32_t> dibPixels(FIBITMAP* dib) {
   return out;
 }
 
-// The pattern saved by FreeImage itself, bypassing the code under test.
-inline bool savePattern(const QString& path, FREE_IMAGE_FORMAT fif, int w, int h, int flags = 0) {
+// The pattern saved by FreeImage itself, bypassing the code under test, as
+// 24 or 32 bits per pixel.
+inline bool savePattern(const QString& path, FREE_IMAGE_FORMAT fif, int w, int h, int flags = 0, int bpp = 24) {
   FIBITMAP* dib = makePatternDib(w, h);
+  if (bpp == 32) {
+    FIBITMAP* wide = FreeImage_ConvertTo32Bits(dib);
+    FreeImage_Unload(dib);
+    dib = wide;
+  }
   const bool ok = FreeImage_Save(fif, dib, QFile::encodeName(path).constData(), flags);
   FreeImage_Unload(dib);
   return ok;

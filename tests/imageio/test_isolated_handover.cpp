@@ -31,15 +31,8 @@ struct Handover {
 QString savePattern(const QTemporaryDir& dir, const Handover& c) {
   iotest::ensureFreeImage();
   const QString path = dir.filePath(QLatin1String(c.name) + QLatin1String(c.bpp == 24 ? ".bmp" : ".png"));
-  FIBITMAP* dib = iotest::makePatternDib(c.w, c.h);
-  if (c.bpp == 32) {
-    FIBITMAP* wide = FreeImage_ConvertTo32Bits(dib);
-    FreeImage_Unload(dib);
-    dib = wide;
-  }
-  const bool saved = FreeImage_Save(c.bpp == 24 ? FIF_BMP : FIF_PNG, dib, QFile::encodeName(path).constData(), 0);
-  FreeImage_Unload(dib);
-  return saved ? path : QString();
+  return iotest::savePattern(path, c.bpp == 24 ? FIF_BMP : FIF_PNG, c.w, c.h, 0, static_cast<int>(c.bpp)) ? path
+                                                                                                        : QString();
 }
 
 LoadRequest isolatedLoad(const QString& path) {

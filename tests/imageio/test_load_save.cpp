@@ -75,14 +75,16 @@ class LoadSave : public ::testing::Test {
   PictureBox buffer{QStringLiteral("Buffer")};
 };
 
+// Every format the box saves, under names whose extensions say which.
+const std::pair<const char*, FREE_IMAGE_FORMAT> kSavable[] = {
+    {"a.bmp", FIF_BMP},       {"a.pbm", FIF_PBM},       {"a.pgm", FIF_PGM},       {"a.ppm", FIF_PPM},
+    {"a.pbmraw", FIF_PBMRAW}, {"a.pgmraw", FIF_PGMRAW}, {"a.ppmraw", FIF_PPMRAW}, {"a.png", FIF_PNG},
+    {"a.tif", FIF_TIFF},      {"a.TIFF", FIF_TIFF},     {"a.jpg", FIF_JPEG},      {"a.jpeg", FIF_JPEG},
+};
+
 TEST_F(LoadSave, EverySavableFormatRoundTrips) {
-  const std::pair<const char*, int> cases[] = {
-      {"a.bmp", FIF_BMP},       {"a.pbm", FIF_PBM},       {"a.pgm", FIF_PGM},   {"a.ppm", FIF_PPM},
-      {"a.pbmraw", FIF_PBMRAW}, {"a.pgmraw", FIF_PGMRAW}, {"a.ppmraw", FIF_PPMRAW}, {"a.png", FIF_PNG},
-      {"a.tif", FIF_TIFF},      {"a.TIFF", FIF_TIFF},     {"a.jpg", FIF_JPEG},  {"a.jpeg", FIF_JPEG},
-  };
   const qorv::ScopedBitmap picture = iotest::makePatternBitmap(37, 21);
-  for (const auto& [name, fif] : cases) {
+  for (const auto& [name, fif] : kSavable) {
     SCOPED_TRACE(name);
     const QString p = path(QString::fromLatin1(name));
     // Quality is the library's flags: best quality without chroma subsampling.
@@ -189,12 +191,7 @@ TEST_F(LoadSave, BadFilesFailWithTheDocumentedErrors) {
 }
 
 TEST_F(LoadSave, TruncatedFilesOfEverySavableFormatFail) {
-  const std::pair<const char*, FREE_IMAGE_FORMAT> formats[] = {
-      {"t.bmp", FIF_BMP},       {"t.pbm", FIF_PBM},       {"t.pgm", FIF_PGM},     {"t.ppm", FIF_PPM},
-      {"t.pbmraw", FIF_PBMRAW}, {"t.pgmraw", FIF_PGMRAW}, {"t.ppmraw", FIF_PPMRAW}, {"t.jpg", FIF_JPEG},
-      {"t.png", FIF_PNG},       {"t.tif", FIF_TIFF},
-  };
-  for (const auto& [name, fif] : formats) {
+  for (const auto& [name, fif] : kSavable) {
     const QString full = writePattern(QString::fromLatin1(name), fif, 64, 48);
     ASSERT_FALSE(full.isEmpty()) << name;
     const QByteArray data = readAll(full);
@@ -264,40 +261,35 @@ TEST_F(LoadSave, SaveFailuresLeaveNoFileAndKeepTheOldOne) {
   const QString existingPng = path(QStringLiteral("keep.png"));
   ASSERT_TRUE(writeAll(existingPng, original));
 
-  struct Case {
+  using Error = std::tuple<int, QString, int>;  // code, description, flag
+  const Error unknown{900, QStringLiteral("Unable to save picture, unknown error"), 16};
+  const Error noDib{170, QStringLiteral("Unable to convert bitmap to DIP section"), 48};
+  const auto unsupported = [](const char* ext) {
+    return Error{101, QStringLiteral("File format not supported (%1)").arg(QLatin1String(ext)), 48};
+  };
+  const struct {
     const char* label;
     gdi::HBITMAP bitmap;
     QString target;
     int fifType;
-    int code;
-    QString text;
-    int flag;
-  };
-  const Case cases[] = {
-      {"format the library cannot write", picture.get(), existing, -1, 900,
-       QStringLiteral("Unable to save picture, unknown error"), 16},
-      {"invalid forced type", picture.get(), existingPng, 999, 900,
-       QStringLiteral("Unable to save picture, unknown error"), 16},
-      {"forced GIF", picture.get(), existingPng, 25, 900, QStringLiteral("Unable to save picture, unknown error"), 16},
-      {"extension not in the map", picture.get(), path(QStringLiteral("a.gif")), -1, 101,
-       QStringLiteral("File format not supported (gif)"), 48},
-      {"no extension", picture.get(), path(QStringLiteral("noext")), -1, 101,
-       QStringLiteral("File format not supported ()"), 48},
-      {"missing directory", picture.get(), path(QStringLiteral("no/such/dir/a.png")), -1, 900,
-       QStringLiteral("Unable to save picture, unknown error"), 16},
-      {"target is a directory", picture.get(), dir.path(), 13, 900,
-       QStringLiteral("Unable to save picture, unknown error"), 16},
-      {"no bitmap", 0, path(QStringLiteral("a.png")), -1, 170,
-       QStringLiteral("Unable to convert bitmap to DIP section"), 48},
-      {"stale bitmap", 0x7ffffff0u, existingPng, -1, 170,
-       QStringLiteral("Unable to convert bitmap to DIP section"), 48},
+    Error error;
+  } cases[] = {
+      {"format the library cannot write", picture.get(), existing, -1, unknown},
+      {"invalid forced type", picture.get(), existingPng, 999, unknown},
+      {"forced GIF", picture.get(), existingPng, 25, unknown},
+      {"extension not in the map", picture.get(), path(QStringLiteral("a.gif")), -1, unsupported("gif")},
+      {"no extension", picture.get(), path(QStringLiteral("noext")), -1, unsupported("")},
+      {"missing directory", picture.get(), path(QStringLiteral("no/such/dir/a.png")), -1, unknown},
+      {"target is a directory", picture.get(), dir.path(), 13, unknown},
+      {"no bitmap", 0, path(QStringLiteral("a.png")), -1, noDib},
+      {"stale bitmap", 0x7ffffff0u, existingPng, -1, noDib},
   };
   const QStringList before = entries();
   for (const SaveSync sync : {SaveSync::Flush, SaveSync::NoFlush}) {
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
       SCOPED_TRACE(std::string(c.label) + (sync == SaveSync::Flush ? ", flushed" : ", not flushed"));
       const IoOutcome r = SaveBitmap(c.bitmap, c.target, 0, c.fifType, sync);
-      EXPECT_EQ(std::tuple(r.code, r.description, r.flag), std::tuple(c.code, c.text, c.flag));
+      EXPECT_EQ(std::tuple(r.code, r.description, r.flag), c.error);
       EXPECT_EQ(entries(), before) << "a partial or temporary file was left behind";
       EXPECT_EQ(std::pair(readAll(existing), readAll(existingPng)), std::pair(original, original));
     }

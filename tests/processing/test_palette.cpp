@@ -163,8 +163,7 @@ TEST(Palette, BuiltInPalettes) {
                         {cPalette::BuiltIn::BlackAndWhite, 2, 1, ref(255, 255, 255)}};
   for (const Case& c : cases) {
     const cPalette p = cPalette::FromBuiltIn(c.which);
-    EXPECT_EQ(p.Count(), c.count);
-    EXPECT_EQ(p.Color(c.index), c.colour);
+    EXPECT_EQ(std::pair(p.Count(), p.Color(c.index)), std::pair(c.count, c.colour));
   }
   EXPECT_EQ(cPalette::FromBuiltIn(-1).Count(), 0);
   EXPECT_EQ(cPalette::FromBuiltIn(cPalette::BuiltInCount).Count(), 0);
@@ -179,10 +178,9 @@ TEST(Palette, ClosestIndexTakesTheLowestOfEqualDistances) {
   p.AddColor(12, 10, 10);  // 1: as far from (11, 10, 10) as 0 is
   p.AddColor(12, 10, 10);  // 2: a repeat of 1
   p.AddColor(200, 0, 0);   // 3
-  EXPECT_EQ(p.ClosestIndex(11, 10, 10), 0);
-  EXPECT_EQ(p.ClosestIndex(12, 10, 10), 1);
-  EXPECT_EQ(p.ClosestIndex(255, 0, 0), 3);
-  EXPECT_EQ(cPalette().ClosestIndex(1, 2, 3), -1);
+  EXPECT_EQ(std::tuple(p.ClosestIndex(11, 10, 10), p.ClosestIndex(12, 10, 10), p.ClosestIndex(255, 0, 0),
+                       cPalette().ClosestIndex(1, 2, 3)),
+            std::tuple(0, 1, 3, -1));
 }
 
 // Random palettes of several sizes; some are built to have many ties
