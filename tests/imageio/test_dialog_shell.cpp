@@ -135,11 +135,11 @@ TEST(ShellExecuteCodes, DesktopServiceReportsMissingFilesAndFolders) {
   // Only failing cases: nothing is ever launched by this test.
   QTemporaryDir dir;
   ASSERT_TRUE(dir.isValid());
-  EXPECT_EQ(ShellExecute(0, dir.filePath(QStringLiteral("missing.txt")), QString()), 0);
-  EXPECT_EQ(ShellExecute(0, dir.filePath(QStringLiteral("no/such/dir/a.txt")), QString()), 3);
-  EXPECT_EQ(ShellExecute(0, QStringLiteral("a.txt"), dir.filePath(QStringLiteral("nodir"))), 3);
-  EXPECT_EQ(ShellExecute(0, QStringLiteral("missing.txt"), dir.path()), 0);
-  EXPECT_EQ(ShellExecute(0, QString(), dir.path()), 0);
+  const std::tuple<QString, QString, int> cases[] = {
+      {dir.filePath(QStringLiteral("missing.txt")), QString(), 0},  {dir.filePath(QStringLiteral("no/such/dir/a.txt")), QString(), 3},
+      {QStringLiteral("a.txt"), dir.filePath(QStringLiteral("nodir")), 3}, {QStringLiteral("missing.txt"), dir.path(), 0},
+      {QString(), dir.path(), 0}};
+  for (const auto& [file, initDir, code] : cases) EXPECT_EQ(ShellExecute(0, file, initDir), code) << file.toStdString();
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // Path helpers: results for paths written with "\", with "/", and odd input.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "imageio/Paths.h"
 
 using namespace qorv::imageio;
@@ -49,10 +51,9 @@ TEST(PathHelpers, RemoveFileExtension) {
 
 TEST(PathHelpers, NonAsciiTextSplitsLikeAscii) {
   const QString p = QStringLiteral("/tmp/Bilder \u00fc/\u65e5\u672c.Jpeg");
-  EXPECT_EQ(FileExtension(p), QStringLiteral("Jpeg"));
-  EXPECT_EQ(FileName(p), QStringLiteral("\u65e5\u672c.Jpeg"));
-  EXPECT_EQ(FileDirectory(p), QStringLiteral("/tmp/Bilder \u00fc/"));
-  EXPECT_EQ(RemoveFileExtension(p), QStringLiteral("/tmp/Bilder \u00fc/\u65e5\u672c"));
+  EXPECT_EQ(std::tuple(FileExtension(p), FileName(p), FileDirectory(p), RemoveFileExtension(p)),
+            std::tuple(QStringLiteral("Jpeg"), QStringLiteral("\u65e5\u672c.Jpeg"), QStringLiteral("/tmp/Bilder \u00fc/"),
+                       QStringLiteral("/tmp/Bilder \u00fc/\u65e5\u672c")));
 }
 
 }  // namespace

@@ -148,14 +148,11 @@ TEST_P(ViewerBadFiles, ShowAMessageAndKeepTheWindowAndPicture) {
   modals.answer = clickButton(QMessageBox::Ok);
   EXPECT_FALSE(window->openPath(bad));
   ASSERT_EQ(modals.seen.size(), 1u);
-  EXPECT_EQ(modals.seen[0].objectName, QStringLiteral("errorBox"));
   // The icon follows the error record's flag: 16 critical, 48 warning.
-  EXPECT_EQ(modals.seen[0].icon, GetParam().icon);
-  EXPECT_TRUE(modals.seen[0].text.contains(QString::fromLatin1(GetParam().name)));
-  EXPECT_FALSE(modals.seen[0].informative.isEmpty());
-  EXPECT_TRUE(window->isVisible());
+  EXPECT_EQ(std::pair(modals.seen[0].objectName, modals.seen[0].icon), std::pair(QStringLiteral("errorBox"), GetParam().icon));
+  EXPECT_TRUE(modals.seen[0].text.contains(QString::fromLatin1(GetParam().name)) && !modals.seen[0].informative.isEmpty());
+  EXPECT_TRUE(window->isVisible() && window->currentPath().endsWith(u"good.png"));
   EXPECT_EQ(shown(), original);
-  EXPECT_TRUE(window->currentPath().endsWith(u"good.png"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -190,17 +187,15 @@ TEST_F(ViewerTest, SavesReloadsAndCloses) {
   const QImage inverted = shown();
   const QString saved = dir.filePath("saved.bmp");
   ASSERT_TRUE(window->saveTo(saved, 90));
-  EXPECT_FALSE(window->isModified());
-  EXPECT_EQ(window->currentPath(), saved);
+  EXPECT_EQ(std::pair(window->isModified(), window->currentPath()), std::pair(false, saved));
   trigger("imageFlipVertical");
   modals.answer = clickButton(QMessageBox::Discard);
   trigger("fileReload");
   EXPECT_EQ(shown(), inverted);  // the saved file, not the edit
   trigger("fileClose");
-  EXPECT_TRUE(window->currentPath().isEmpty());
-  EXPECT_FALSE(window->action("fileSave")->isEnabled());
-  EXPECT_FALSE(window->action("imageInvert")->isEnabled());
-  EXPECT_TRUE(window->status().text().isEmpty());
+  EXPECT_EQ(std::tuple(window->currentPath(), window->action("fileSave")->isEnabled(),
+                       window->action("imageInvert")->isEnabled(), window->status().text()),
+            std::tuple(QString(), false, false, QString()));
 
   ASSERT_TRUE(window->openPath(saved));
   modals.answer = clickButton(QMessageBox::Ok);
@@ -221,9 +216,8 @@ TEST_F(ViewerTest, CopiesAndPastesThroughTheClipboard) {
   QImage pasted = patternImage(12, 7).mirrored(true, false);
   QGuiApplication::clipboard()->setImage(pasted);
   trigger("editPaste");
-  EXPECT_EQ(shown(), pasted);
-  EXPECT_TRUE(window->currentPath().isEmpty());
-  EXPECT_TRUE(window->isModified());  // a pasted picture has not been saved anywhere
+  // A pasted picture has not been saved anywhere.
+  EXPECT_EQ(std::tuple(shown(), window->currentPath(), window->isModified()), std::tuple(pasted, QString(), true));
   EXPECT_TRUE(window->status().text().contains(QStringLiteral("12 x 7")));
 }
 
