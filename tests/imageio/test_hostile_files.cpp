@@ -139,10 +139,11 @@ struct HostileCase {
 
 std::vector<HostileCase> hostileCases() {
   std::vector<HostileCase> cases;
+  // Just over the default pixel limit, square; the limit's own boundary is the
+  // judgement's test, each format's header reading is this one's.
   auto bomb = [&](const char* name, const char* file, std::function<QByteArray(unsigned, unsigned)> make) {
-    for (unsigned side : {16385u, 30000u})
-      cases.push_back({std::string(name) + "Bomb" + std::to_string(side), file,
-                       [make, side](const QString&) { return make(side, side); }, 170, true, true});
+    cases.push_back({std::string(name) + "Bomb", file, [make](const QString&) { return make(16385, 16385); }, 170,
+                     true, true});
   };
   bomb("JpegBaseline", "bomb.jpg", [](unsigned w, unsigned h) { return jpegBomb(w, h, false); });
   bomb("JpegProgressive", "bomb.jpg", [](unsigned w, unsigned h) { return jpegBomb(w, h, true); });
