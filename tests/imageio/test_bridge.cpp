@@ -82,19 +82,18 @@ TEST_F(Bridge, RenderDrawsWholeOrPartAndInverts) {
   const qorv::ScopedMemDC dc(gdi::CreateCompatibleDC(0));
   const qorv::ScopedSelect selected(dc.get(), target.get());
 
-  struct Case {
+  const struct {
     const char* label;
     int x, y, w, h;
     bool invert;
     int drawnW, drawnH;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"zero size draws all", 0, 0, 0, 0, false, 6, 4},
       {"negative size draws all", 1, 2, -1, -1, false, 6, 4},
       {"explicit part", 2, 1, 3, 2, false, 3, 2},
       {"inverted", 0, 0, 0, 0, true, 6, 4},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.label);
     gdi::Surface blank;
     ASSERT_TRUE(gdi::BitmapSurface(target.get(), blank));
@@ -123,12 +122,11 @@ TEST_F(Bridge, FailureTexts) {
   const gdi::HBITMAP bm = owned.get();
   const gdi::HDC dc = ownedDc.get();
   FIBITMAP* dib = nullptr;
-  struct Case {
+  const struct {
     const char* label;
     std::function<bool()> call;
     QString text;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"convert no bitmap", [&] { return FreeImage_DIB_From_BMP(0, dib); },
        QStringLiteral("[FreeImage_DIB_From_BMP] No bitmap specified to convert")},
       {"convert a stale bitmap", [&] { return FreeImage_DIB_From_BMP(0x7ffffff0u, dib); },
@@ -150,7 +148,7 @@ TEST_F(Bridge, FailureTexts) {
       {"height of a DC", [&] { return FreeImage_GetBitmapHeight(dc) != 0; },
        QStringLiteral("[FreeImage_GetBitmapHeight] Handle specified is not a valid BITMAP")},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.label);
     SetBridgeError(QStringLiteral("left over"), false);
     EXPECT_FALSE(c.call());

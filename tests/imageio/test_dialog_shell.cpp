@@ -68,14 +68,13 @@ TEST_F(DialogTest, EmptyTitleBecomesTheApplicationTitleInTheCaller) {
 
 TEST_F(DialogTest, ResultFollowsTheFileBufferRules) {
   const QString longName = QString(254, u'n');
-  struct Case {
+  const struct {
     const char* label;
     QString fileName;
     bool accepted;
     QString chosen;
     QString expected;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"plain", QString(), true, QStringLiteral("/a/b.png"), QStringLiteral("/a/b.png")},
       {"cancelled", QStringLiteral("x.png"), false, QStringLiteral("/a/b.png"), QString()},
       {"tail of a longer proposed name survives", QStringLiteral("verylongname.png"), true, QStringLiteral("/x.png"),
@@ -87,7 +86,7 @@ TEST_F(DialogTest, ResultFollowsTheFileBufferRules) {
       {"254 characters fit", longName, true, QStringLiteral("/p.png"), QStringLiteral("/p.png") + longName.mid(7)},
       {"a chosen path too long for the buffer fails", QString(), true, QString(255, u'q'), QString()},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.label);
     QString pattern = QStringLiteral("A|*.a");
     QString title = QStringLiteral("T");

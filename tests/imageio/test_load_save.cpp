@@ -119,30 +119,18 @@ TEST_F(LoadSave, JpegQualityReachesTheLibraryOnlyForJpeg) {
   const QString png = writePattern(QStringLiteral("p.png"), FIF_PNG);
   const QString bmp = writePattern(QStringLiteral("b.bmp"), FIF_BMP);
 
-  struct Case {
-    QString file;
-    int quality;
-    int fif;
-    int flags;
+  // file, quality asked for, then the format and flags the library is called with
+  const std::tuple<QString, int, std::pair<int, int>> cases[] = {
+      {jpg, 1, {FIF_JPEG, 1}}, {jpg, 2, {FIF_JPEG, 2}}, {jpg, 0, {FIF_JPEG, 0}},
+      {path(QStringLiteral("j.jpe")), 1, {FIF_JPEG, 1}}, {path(QStringLiteral("jpeg-data.png")), 1, {FIF_JPEG, 1}},
+      {png, 1, {FIF_PNG, 0}}, {bmp, 2, {FIF_BMP, 0}},
   };
-  const Case cases[] = {
-      {jpg, 1, FIF_JPEG, 1},
-      {jpg, 2, FIF_JPEG, 2},
-      {jpg, 0, FIF_JPEG, 0},
-      {path(QStringLiteral("j.jpe")), 1, FIF_JPEG, 1},
-      {path(QStringLiteral("jpeg-data.png")), 1, FIF_JPEG, 1},
-      {png, 1, FIF_PNG, 0},
-      {bmp, 2, FIF_BMP, 0},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.file.toStdString() + " quality " + std::to_string(c.quality));
+  for (const auto& [file, quality, call] : cases) {
+    SCOPED_TRACE(file.toStdString() + " quality " + std::to_string(quality));
     calls.clear();
-    ASSERT_TRUE(load(c.file, -1, c.quality).ok());
+    ASSERT_TRUE(load(file, -1, quality).ok());
     ASSERT_FALSE(calls.empty());
-    for (const auto& [fif, flags] : calls) {
-      EXPECT_EQ(fif, c.fif);
-      EXPECT_EQ(flags, c.flags);
-    }
+    for (const auto& made : calls) EXPECT_EQ(made, call);
   }
 }
 
@@ -158,12 +146,7 @@ TEST_F(LoadSave, BadFilesFailWithTheDocumentedErrors) {
     ASSERT_TRUE(writeAll(path(QStringLiteral("noise.") + QLatin1String(ext)), noise));
   ASSERT_TRUE(QDir(dir.path()).mkdir(QStringLiteral("folder.png")));
 
-  struct Case {
-    QString file;
-    int code;
-    QString text;
-  };
-  const Case cases[] = {
+  const std::tuple<QString, int, QString> cases[] = {
       {path(QStringLiteral("zero.png")), 170, loadFailed},
       {path(QStringLiteral("zero.bin")), 101, QStringLiteral("File format not supported (bin)")},
       {path(QStringLiteral("noise.png")), 170, loadFailed},
@@ -176,10 +159,9 @@ TEST_F(LoadSave, BadFilesFailWithTheDocumentedErrors) {
       {path(QStringLiteral("missing")), 101, QStringLiteral("File format not supported ()")},
       {QString(), 101, QStringLiteral("File format not supported ()")},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.file.toStdString());
-    const IoOutcome r = load(c.file);
-    EXPECT_EQ(std::tuple(r.code, r.description, r.flag), std::tuple(c.code, c.text, 48));
+  for (const auto& [file, code, text] : cases) {
+    const IoOutcome r = load(file);
+    EXPECT_EQ(std::tuple(r.code, r.description, r.flag), std::tuple(code, text, 48)) << file.toStdString();
   }
   // Out-of-range forced types never reach the library; a valid one is taken
   // unchecked: PNG data read as JPEG fails.

@@ -183,12 +183,11 @@ TEST(ProcessImage, CountAndMismatchedImagesDoNothing) {
 }
 
 TEST(ProgressEvents, OnePerColumnInOrder) {
-  struct Case {
+  const struct {
     std::int32_t type, w, h;
     std::string desc;
     std::int32_t max, first, last;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {filter::eBlur, 7, 5, "Blur", 15, 3, 15},
       {filter::eBlurMore, 9, 6, "Blur More", 18, 6, 18},
       {filter::eSharpen, 2000, 3, "Sharpen", 5994, 3, 5994},
@@ -201,7 +200,7 @@ TEST(ProgressEvents, OnePerColumnInOrder) {
       {filter::eSoften, 2, 2, "Soften", 0, 3, 0},
       {filter::eMaximum, 2, 8, "Rank Filter", 0, 3, 0},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     Images im(c.w, c.h, 4);
     cImageProcessDIB e;
     EventLog log;

@@ -46,12 +46,11 @@ TEST(FilterArraySize, AcceptsOddSizesFromOneTo99) {
 }
 
 TEST(FilterArraySize, RejectsOtherSizesWithTheirOwnMessages) {
-  struct Case {
+  const struct {
     std::int32_t size;
     std::int32_t number;
     const char* description;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {0, kOddError, "Size must be an odd number"},
       {2, kOddError, "Size must be an odd number"},
       {-4, kOddError, "Size must be an odd number"},
@@ -60,7 +59,7 @@ TEST(FilterArraySize, RejectsOtherSizesWithTheirOwnMessages) {
       {101, kInvalidError, "Invalid size.  Size should be an odd number from 3 to 9"},
       {100, kOddError, "Size must be an odd number"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.size);
     cImageProcessDIB e;
     e.setFilterArraySize(3);
@@ -86,12 +85,11 @@ TEST(FilterType, RejectsNumbersOutsideTheEnumeration) {
 
 // Every built-in kernel, written out as rows (j = -r first) of entries i = -r..r.
 TEST(FilterType, BuildsTheBuiltInKernels) {
-  struct Case {
+  const struct {
     std::int32_t type;
     std::int32_t weight;
     Kernel2D kernel;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {filter::eBlur, 9, Kernel2D{{1, 1, 1}, {1, 1, 1}, {1, 1, 1}}},
       {filter::eBlurMore, 25, Kernel2D{{1, 1, 1, 1, 1}, {1, 1, 1, 1, 1}, {1, 1, 1, 1, 1}, {1, 1, 1, 1, 1},
                                        {1, 1, 1, 1, 1}}},
@@ -102,7 +100,7 @@ TEST(FilterType, BuildsTheBuiltInKernels) {
       {filter::eSharpenMore, 1, Kernel2D{{0, -1, 0}, {-1, 5, -1}, {0, -1, 0}}},
       {filter::eEmboss, 1, Kernel2D{{-1, 0, 0}, {0, 0, 0}, {0, 0, 1}}},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(cImageProcessDIB::FilterName(c.type));
     cImageProcessDIB e;
     e.setFilterWeight(100);

@@ -23,12 +23,11 @@ TEST(Hls, EveryColourSurvivesTheRoundTrip) {
 }
 
 TEST(Hls, ComponentsOfKnownColours) {
-  struct Case {
+  const struct {
     const char* what;
     std::uint8_t r, g, b;
     double h, l, s;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"black", 0, 0, 0, 0.0, 0.0, 0.0},
       {"white", 255, 255, 255, 0.0, 1.0, 0.0},
       {"mid grey", 128, 128, 128, 0.0, 128 / 255.0, 0.0},
@@ -40,7 +39,7 @@ TEST(Hls, ComponentsOfKnownColours) {
       {"pale red", 255, 128, 128, 0.0, (255 + 128) / 510.0, 1.0},
       {"dark cyan", 0, 64, 64, 0.5, 32 / 255.0, 1.0},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const hls::Hls v = hls::fromRgb(c.r, c.g, c.b);
     EXPECT_NEAR(v.h, c.h, 1e-12) << c.what;
     EXPECT_NEAR(v.l, c.l, 1e-12) << c.what;

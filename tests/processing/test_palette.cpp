@@ -150,18 +150,17 @@ TEST_F(PaletteFiles, SavedPalettesAreJascTextAndReadBack) {
 }
 
 TEST(Palette, BuiltInPalettes) {
-  struct Case {
+  const struct {
     cPalette::BuiltIn which;
     int count;
     int index;
     std::uint32_t colour;
-  };
-  const Case cases[] = {{cPalette::BuiltIn::WebSafe, 216, 1, ref(0, 0, 51)},
+  } cases[] = {{cPalette::BuiltIn::WebSafe, 216, 1, ref(0, 0, 51)},
                         {cPalette::BuiltIn::WebSafe, 216, 215, ref(255, 255, 255)},
                         {cPalette::BuiltIn::Ega, 16, 6, ref(170, 85, 0)},
                         {cPalette::BuiltIn::Greys, 256, 77, ref(77, 77, 77)},
                         {cPalette::BuiltIn::BlackAndWhite, 2, 1, ref(255, 255, 255)}};
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const cPalette p = cPalette::FromBuiltIn(c.which);
     EXPECT_EQ(std::pair(p.Count(), p.Color(c.index)), std::pair(c.count, c.colour));
   }

@@ -152,12 +152,11 @@ TEST(Grayscale, EveryColourRoundsLikeTheFormulaEveryWay) {
 }
 
 TEST(Colourise, OutOfRangeValuesAreTakenRoundOrHeld) {
-  struct Case {
+  const struct {
     const char* what;
     double hue, saturation, lightness;
     double asHue, asSaturation, asLightness;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"hue 360 is red", 360, 50, 0, 0, 50, 0},
       {"hue 370 is 10", 370, 50, 0, 10, 50, 0},
       {"hue -30 is 330", -30, 50, 0, 330, 50, 0},
@@ -166,7 +165,7 @@ TEST(Colourise, OutOfRangeValuesAreTakenRoundOrHeld) {
       {"lightness above 100", 40, 50, 180, 40, 50, 100},
       {"lightness below -100", 40, 50, -101, 40, 50, -100},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const auto a = randomDib(40, 30, 5), b = randomDib(40, 30, 5);
     cImageProcessDIB e;
     e.Colourise(*a, c.hue, c.saturation, c.lightness);
@@ -281,12 +280,11 @@ TEST(Combine, AddImagesRoundsAndClampsWhereThePicturesOverlap) {
 }
 
 TEST(Combine, LightestAndDarkestIgnoreRedAndKeepTiesInTarget) {
-  struct Case {
+  const struct {
     bool lightest;
     std::uint8_t a[3], b[3];  // blue, green, red
     bool takesA;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {true, {0, 0, 255}, {0, 0, 0}, false},    // differ only in red: a tie
       {false, {0, 0, 0}, {0, 0, 255}, false},
       {true, {0, 11, 0}, {0, 10, 255}, true},
@@ -294,7 +292,7 @@ TEST(Combine, LightestAndDarkestIgnoreRedAndKeepTiesInTarget) {
       {false, {0, 10, 0}, {0, 11, 0}, true},
       {false, {14, 10, 9}, {0, 11, 0}, false},  // 929*10 + 71*14 > 929*11
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     cDIBSection a, b;
     a.Create(1, 1);
     b.Create(1, 1);

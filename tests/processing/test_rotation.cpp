@@ -70,11 +70,10 @@ struct Canvas {
 int channel(std::uint32_t c, int k) { return static_cast<int>(c >> (8 * k) & 255); }
 
 TEST(RotationPoints, CornersForQuarterTurns) {
-  struct Case {
+  const struct {
     std::int32_t cx, cy, angle, w, h;
     gdi::POINT p[3];
-  };
-  const Case cases[] = {
+  } cases[] = {
       {100, 200, 90, 400, 200, {{200, 0}, {200, 400}, {0, 0}}},
       {100, 200, -90, 400, 200, {{0, 400}, {0, 0}, {200, 400}}},
       {1, 2, 90, 5, 3, {{3, 0}, {3, 5}, {0, 0}}},
@@ -83,7 +82,7 @@ TEST(RotationPoints, CornersForQuarterTurns) {
       {0, 0, 90, 1, 1, {{0, 0}, {0, 1}, {-1, 0}}},
       {5, 5, 0, 4, 2, {{3, 4}, {7, 4}, {3, 6}}},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const auto pts = rotationPoints(c.cx, c.cy, c.angle, c.w, c.h);
     for (std::size_t k = 0; k < 3; ++k)
       EXPECT_TRUE(pts[k].x == c.p[k].x && pts[k].y == c.p[k].y) << c.w << "x" << c.h << " " << c.angle << " #" << k;
@@ -95,18 +94,17 @@ TEST(RotationPoints, CornersForQuarterTurns) {
 // The direct permutation must give exactly what the parallelogram blit gives,
 // clipping included (centres off the canvas, sources larger than their surface).
 TEST(RotateBlt, MatchesTheParallelogramBlit) {
-  struct Case {
+  const struct {
     int srcW, srcH, dstW, dstH;
     std::int32_t cx, cy, angle, left, top, W, H;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {7, 5, 5, 7, 2, 3, 90, 0, 0, 7, 5},      {7, 5, 5, 7, 2, 3, -90, 0, 0, 7, 5},
       {5, 3, 3, 5, 1, 2, -90, 0, 0, 5, 3},     {9, 9, 4, 6, 1, 5, 90, 2, 1, 6, 7},
       {6, 4, 10, 10, 7, 2, -90, 0, 0, 6, 4},   {6, 4, 4, 6, 2, 3, 90, -2, -1, 9, 8},
       {1, 1, 1, 1, 0, 0, 90, 0, 0, 1, 1},      {8, 3, 3, 8, 1, 4, 90, 0, 0, 8, 3},
       {8, 3, 3, 8, 100, 4, 90, 0, 0, 8, 3},    {300, 90, 90, 300, 45, 150, -90, 0, 0, 300, 90},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(::testing::Message() << c.srcW << "x" << c.srcH << " " << c.angle << " at " << c.cx << "," << c.cy);
     Canvas src(c.srcW, c.srcH), fast(c.dstW, c.dstH), slow(c.dstW, c.dstH);
     fillDc(src.dc, static_cast<std::uint32_t>(c.srcW * 7 + c.dstH));
@@ -239,14 +237,13 @@ TEST(RotateAngle, FollowsTheTrueRotation) {
 }
 
 TEST(RotateAngle, BoundingBoxSizes) {
-  struct Case {
+  const struct {
     double degrees;
     int w, h, W, H;
-  };
-  const Case cases[] = {{30, 100, 50, 112, 94},   {45, 100, 50, 107, 107}, {-30, 100, 50, 112, 94},
+  } cases[] = {{30, 100, 50, 112, 94},   {45, 100, 50, 107, 107}, {-30, 100, 50, 112, 94},
                         {90, 100, 50, 50, 100},   {180, 100, 50, 100, 50}, {-270, 100, 50, 50, 100},
                         {1e9, 100, 50, 67, 108}, {0, 1, 1, 1, 1},         {45, 1, 1, 2, 2}};
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const auto out = cImageProcessDIB().RotateAngle(*test_support::randomDib(c.w, c.h, 1), c.degrees, 0, 1);
     ASSERT_TRUE(out) << c.degrees;
     EXPECT_TRUE(out->Width() == c.W && out->Height() == c.H) << c.degrees << ": " << out->Width() << "x" << out->Height();
@@ -276,14 +273,13 @@ TEST(RotateAngle, RefusesWhatCannotBeTurnedAndReportsEveryNewRow) {
 // ----- the in-place block rotation behind clsImageRotate ------------------------------
 
 TEST(RotateBitmap, TurnsTheTopLeftBlockInPlace) {
-  struct Case {
+  const struct {
     int bitmapW, bitmapH, w, h;
     double radians;
-  };
-  const Case cases[] = {{40, 30, 40, 30, 0.5}, {50, 40, 31, 17, -1.2}, {9, 9, 1, 1, 2.0},
+  } cases[] = {{40, 30, 40, 30, 0.5}, {50, 40, 31, 17, -1.2}, {9, 9, 1, 1, 2.0},
                         {20, 20, 1, 13, 0.3},  {64, 64, 64, 64, kPi / 2}};
   for (const bool dib : {false, true}) {
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
       SCOPED_TRACE(::testing::Message() << (dib ? "24-bit " : "32-bit ") << c.w << "x" << c.h);
       cDIBSection section;
       Canvas device(c.bitmapW, c.bitmapH);
@@ -308,14 +304,13 @@ TEST(RotateBitmap, BadArgumentsChangeNothingAndSayWhy) {
   const Image before = readDc(t.dc);
   const ScopedMemDC bareOwner(gdi::CreateCompatibleDC(0));  // still holds its 1x1 monochrome bitmap
   const gdi::HDC bare = bareOwner.get();
-  struct Case {
+  const struct {
     const char* what;
     gdi::HDC dc;
     int w, h;
     double radians;
     std::uint32_t error;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"no context", 0, 4, 4, 1, gdi::ERROR_INVALID_HANDLE},
       {"stale handle", 0x7FFFFF, 4, 4, 1, gdi::ERROR_INVALID_HANDLE},
       {"monochrome bitmap", bare, 1, 1, 1, gdi::ERROR_INVALID_PARAMETER},
@@ -326,7 +321,7 @@ TEST(RotateBitmap, BadArgumentsChangeNothingAndSayWhy) {
       {"nan", t.dc, 4, 4, kNan, gdi::ERROR_INVALID_PARAMETER},
       {"infinity", t.dc, 4, 4, -kInf, gdi::ERROR_INVALID_PARAMETER},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     gdi::SetLastError(0);
     EXPECT_FALSE(rotateBitmapBlock(c.dc, c.w, c.h, c.radians)) << c.what;
     EXPECT_EQ(gdi::GetLastError(), c.error) << c.what;
