@@ -46,27 +46,18 @@ TEST(FilterArraySize, AcceptsOddSizesFromOneTo99) {
 }
 
 TEST(FilterArraySize, RejectsOtherSizesWithTheirOwnMessages) {
-  const struct {
-    std::int32_t size;
-    std::int32_t number;
-    const char* description;
-  } cases[] = {
-      {0, kOddError, "Size must be an odd number"},
-      {2, kOddError, "Size must be an odd number"},
-      {-4, kOddError, "Size must be an odd number"},
-      {-3, kInvalidError, "Invalid size.  Size should be an odd number from 3 to 9"},
-      {-1, kInvalidError, "Invalid size.  Size should be an odd number from 3 to 9"},
-      {101, kInvalidError, "Invalid size.  Size should be an odd number from 3 to 9"},
-      {100, kOddError, "Size must be an odd number"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.size);
+  const std::pair<std::int32_t, std::string> odd{kOddError, "Size must be an odd number"},
+      range{kInvalidError, "Invalid size.  Size should be an odd number from 3 to 9"};
+  const std::pair<std::int32_t, std::pair<std::int32_t, std::string>> cases[] = {
+      {0, odd}, {2, odd}, {-4, odd}, {100, odd}, {-3, range}, {-1, range}, {101, range}};
+  for (const auto& [size, error] : cases) {
+    SCOPED_TRACE(size);
     cImageProcessDIB e;
     e.setFilterArraySize(3);
     e.setFilterValue(1, 1, 42);
-    const AutomationError err = caught([&] { e.setFilterArraySize(c.size); });
+    const AutomationError err = caught([&] { e.setFilterArraySize(size); });
     EXPECT_EQ(std::tuple(err.number(), err.description(), err.source()),
-              std::tuple(c.number, std::string(c.description), programName() + ".cImageProcess"));
+              std::tuple(error.first, error.second, programName() + ".cImageProcess"));
     EXPECT_EQ(std::tuple(e.FilterArraySize(), e.FilterValue(1, 1)), std::tuple(3, 42));  // nothing changed
   }
 }
