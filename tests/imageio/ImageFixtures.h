@@ -115,6 +115,11 @@ inline std::vector<std::uint32_t> panePixels(qorv::PictureBox& pane) {
   return surfacePixels(s);
 }
 
+// Pixels of a loaded picture (empty when it has none).
+inline std::vector<std::uint32_t> picturePixels(const qorv::PicturePtr& picture) {
+  gdi::Surface s;
+  return gdi::BitmapSurfaceRead(qorv::handleOf(picture), s) ? surfacePixels(s) : std::vector<std::uint32_t>{};
+}
 // Pixels of any FreeImage bitmap (converted to 24 bits), top row first.
 inline std::vector<std::uint32_t> dibPixels(FIBITMAP* dib) {
   std::vector<std::uint32_t> out;
