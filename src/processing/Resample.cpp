@@ -203,42 +203,33 @@ void ColumnTaps::set(std::int32_t i, std::int32_t left, std::int32_t right, doub
   w1_[k] = w1;
 }
 
-std::uint8_t ColumnTaps::value(const std::uint8_t* v, std::int32_t j) const {
-  const std::int32_t x = j / outBytes_, c = j - x * outBytes_;
-  if (c == 3) return 0;
-  const auto k = static_cast<std::size_t>(x);
-  return lerp(w1_[k], v[left_[k] + c], v[right_[k] + c]);
-}
-
 void ColumnTaps::finish() {
-  const std::int32_t blocks = pixels() * outBytes_ / 8;
-  // Two blocks make a vector step: none when a row has fewer than sixteen bytes.
-  const std::int32_t used = blocks & ~1;
+  // Eight pixels a vector step: 24 values, three blocks of eight, whatever
+  // the result's bytes a pixel (the X bytes are added as the step stores).
+  const std::int32_t steps = pixels() / 8;
+  const std::int32_t used = 3 * steps;
   base_.assign(static_cast<std::size_t>(used), 0);
   pick_.assign(128 * static_cast<std::size_t>(used), 0x80);
   weight_.assign(8 * static_cast<std::size_t>(used), 0.0f);
   exactWeight_.assign(8 * static_cast<std::size_t>(used), 0.0);
-  check_.assign(static_cast<std::size_t>(used / 2), 0);
+  check_.assign(static_cast<std::size_t>(steps), 0);
   std::vector<std::uint8_t> doubtfulColumn(w1_.size());
   markDoubtful(w1_.data(), w1_.size(), doubtfulColumn.data());
   oneWindow_ = true;
   for (std::int32_t block = 0; block < used; ++block) {
+    // Value j of a row is channel j % 3 of pixel j / 3.
     const std::int32_t first = 8 * block;
-    std::int32_t base = -1;
-    for (std::int32_t j = first; j < first + 8; ++j) {
-      const std::int32_t x = j / outBytes_, c = j - x * outBytes_;
-      if (c != 3 && (base < 0 || left_[static_cast<std::size_t>(x)] + c < base))
-        base = left_[static_cast<std::size_t>(x)] + c;
-    }
-    base_[static_cast<std::size_t>(block)] = base < 0 ? 0 : base;
+    std::int32_t base = left_[static_cast<std::size_t>(first / 3)] + first % 3;
+    for (std::int32_t j = first; j < first + 8; ++j)
+      base = std::min(base, left_[static_cast<std::size_t>(j / 3)] + j % 3);
+    base_[static_cast<std::size_t>(block)] = base;
     std::uint8_t* picks = &pick_[128 * static_cast<std::size_t>(block)];
     for (std::int32_t i = 0; i < 8; ++i) {
-      const std::int32_t j = first + i, x = j / outBytes_, c = j - x * outBytes_;
-      if (c == 3) continue;  // picks nothing, weight 0: the X byte comes out 0
-      const auto k = static_cast<std::size_t>(x);
+      const std::int32_t j = first + i, c = j % 3;
+      const auto k = static_cast<std::size_t>(j / 3);
       weight_[static_cast<std::size_t>(j)] = static_cast<float>(w1_[k]);
       exactWeight_[static_cast<std::size_t>(j)] = w1_[k];
-      check_[static_cast<std::size_t>(block / 2)] |= doubtfulColumn[k];
+      check_[static_cast<std::size_t>(block / 3)] |= doubtfulColumn[k];
       const std::int32_t offsets[2] = {left_[k] + c - base, right_[k] + c - base};
       for (int side = 0; side < 2; ++side) {
         const std::int32_t off = offsets[side];
@@ -307,31 +298,45 @@ template <bool kOneWindow>
   right = _mm256_cvtepi32_ps(r);
 }
 
-// Sixteen output bytes (two blocks) per step. Steps whose weights may put
-// a sum near a half are checked, and eight lanes with such a sum are done
-// again in double precision; whatever follows the last step is too.
-template <bool kOneWindow>
+// Eight pixels (three blocks) per step. Steps whose weights may put a sum
+// near a half are checked, and eight lanes with such a sum are done again
+// in double precision. The 24 bytes are stored as they are, or spread to
+// four bytes a pixel with X bytes of 0.
+template <bool kOneWindow, int N>
 [[gnu::target("avx2,fma")]] void horizontalRowAvx2(const std::uint8_t* v, const std::int32_t* base,
                                                    const std::uint8_t* pick, const float* weight,
                                                    const double* exactWeight, const std::uint8_t* check,
-                                                   std::int32_t blocks, std::uint8_t* o) {
-  for (std::int32_t k = 0; k < blocks; k += 2) {
-    __m256 l0, r0, l1, r1, doubtLo, doubtHi;
-    pickBlock<kOneWindow>(v, base, pick, k, l0, r0);
-    pickBlock<kOneWindow>(v, base, pick, k + 1, l1, r1);
-    const __m256 w0 = _mm256_loadu_ps(weight + 8 * k), w1 = _mm256_loadu_ps(weight + 8 * k + 8);
-    __m256i lo, hi;
-    if (check[k / 2]) {
-      lo = lerpRounded<true>(l0, r0, w0, doubtLo);
-      hi = lerpRounded<true>(l1, r1, w1, doubtHi);
-      const double* wd = exactWeight + 8 * k;
-      if (_mm256_movemask_ps(doubtLo)) lo = lerpExact(l0, r0, _mm256_loadu_pd(wd), _mm256_loadu_pd(wd + 4));
-      if (_mm256_movemask_ps(doubtHi)) hi = lerpExact(l1, r1, _mm256_loadu_pd(wd + 8), _mm256_loadu_pd(wd + 12));
+                                                   std::int32_t steps, std::uint8_t* o) {
+  const __m256i spread = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1,  //
+                                          0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+  for (std::int32_t s = 0; s < steps; ++s) {
+    const std::int32_t k = 3 * s;
+    __m256 l[3], r[3];
+    __m256i q[3];
+    for (int b = 0; b < 3; ++b) pickBlock<kOneWindow>(v, base, pick, k + b, l[b], r[b]);
+    if (check[s]) {
+      for (int b = 0; b < 3; ++b) {
+        __m256 doubt;
+        q[b] = lerpRounded<true>(l[b], r[b], _mm256_loadu_ps(weight + 8 * (k + b)), doubt);
+        if (_mm256_movemask_ps(doubt)) {
+          const double* wd = exactWeight + 8 * (k + b);
+          q[b] = lerpExact(l[b], r[b], _mm256_loadu_pd(wd), _mm256_loadu_pd(wd + 4));
+        }
+      }
     } else {
-      lo = lerpRounded<false>(l0, r0, w0, doubtLo);
-      hi = lerpRounded<false>(l1, r1, w1, doubtHi);
+      __m256 unused;
+      for (int b = 0; b < 3; ++b) q[b] = lerpRounded<false>(l[b], r[b], _mm256_loadu_ps(weight + 8 * (k + b)), unused);
     }
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 8 * k), packBytes(lo, hi));
+    const __m128i first = packBytes(q[0], q[1]), last = packBytes(q[2], q[2]);
+    if constexpr (N == 3) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 24 * s), first);
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(o + 24 * s + 16), last);
+    } else {
+      // Pixels 0-3 (bytes 0-11) to the low half, 4-7 (bytes 12-23) to the high one.
+      const __m256i halves =
+          _mm256_permutevar8x32_epi32(_mm256_set_m128i(last, first), _mm256_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0));
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + 32 * s), _mm256_shuffle_epi8(halves, spread));
+    }
   }
 }
 #endif
@@ -349,19 +354,25 @@ void verticalRow(const std::uint8_t* r0, const std::uint8_t* r1, double w1, bool
 }
 
 void horizontalRow(const std::uint8_t* v, const ColumnTaps& taps, std::uint8_t* o) {
-  const std::int32_t total = taps.pixels() * taps.outBytes_;
+  const std::int32_t n = taps.pixels(), out = taps.outBytes_;
   std::int32_t done = 0;
 #ifdef QORV_RESAMPLE_AVX2
   const CpuFeatures cpu = cpuFeatures();
   if (cpu.avx2 && cpu.fma && !taps.base_.empty()) {
-    const auto blocks = static_cast<std::int32_t>(taps.base_.size());
-    (taps.oneWindow_ ? horizontalRowAvx2<true> : horizontalRowAvx2<false>)(
-        v, taps.base_.data(), taps.pick_.data(), taps.weight_.data(), taps.exactWeight_.data(), taps.check_.data(),
-        blocks, o);
-    done = 8 * blocks;
+    const auto steps = static_cast<std::int32_t>(taps.check_.size());
+    const auto run = taps.oneWindow_ ? (out == 4 ? horizontalRowAvx2<true, 4> : horizontalRowAvx2<true, 3>)
+                                     : (out == 4 ? horizontalRowAvx2<false, 4> : horizontalRowAvx2<false, 3>);
+    run(v, taps.base_.data(), taps.pick_.data(), taps.weight_.data(), taps.exactWeight_.data(), taps.check_.data(),
+        steps, o);
+    done = 8 * steps;
   }
 #endif
-  for (std::int32_t j = done; j < total; ++j) o[j] = taps.value(v, j);
+  for (std::int32_t x = done; x < n; ++x) {
+    const auto k = static_cast<std::size_t>(x);
+    for (std::int32_t c = 0; c < 3; ++c)
+      o[out * x + c] = lerp(taps.w1_[k], v[taps.left_[k] + c], v[taps.right_[k] + c]);
+    if (out == 4) o[4 * x + 3] = 0;
+  }
 }
 
 void resampleRows(const PixelRows& src, const PixelRows& dst) {

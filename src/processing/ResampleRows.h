@@ -53,8 +53,6 @@ class ColumnTaps {
   std::int32_t pixels() const { return static_cast<std::int32_t>(left_.size()); }
   std::int32_t outBytes() const { return outBytes_; }
 
-  // Output byte j of a row, in double precision (the reference).
-  std::uint8_t value(const std::uint8_t* v, std::int32_t j) const;
   // A whole row straight from source rows r0 and r1 (weighted 1 - w1 and
   // w1), pixel by pixel: for results much narrower than the source, where
   // interpolating every source column first would waste most of the work.
@@ -66,14 +64,14 @@ class ColumnTaps {
   std::int32_t outBytes_;
   std::vector<std::int32_t> left_, right_;
   std::vector<double> w1_;
-  // Output bytes come in blocks of eight, two blocks a vector step. Block
-  // k reads the 32 bytes of the vertical row from base_[k]; its 128 bytes
-  // of pick_ select, by byte shuffles that leave each value in the low byte
-  // of its own 32-bit lane, the left values from the first 16 of those
-  // bytes, the right values from them, then both from the second 16; a
-  // selection with its top bit set picks nothing (0). weight_ holds the
-  // second weight of every output byte (0 for X bytes); check_ whether each
-  // pair of blocks has a doubtful weight.
+  // A row's values (channel j % 3 of pixel j / 3) come in blocks of eight,
+  // three blocks (eight pixels) a vector step. Block k reads the 32 bytes of
+  // the vertical row from base_[k]; its 128 bytes of pick_ select, by byte
+  // shuffles that leave each value in the low byte of its own 32-bit lane,
+  // the left values from the first 16 of those bytes, the right values from
+  // them, then both from the second 16; a selection with its top bit set
+  // picks nothing (0). weight_ holds the second weight of every value;
+  // check_ whether each step has a doubtful weight.
   std::vector<std::int32_t> base_;
   std::vector<std::uint8_t> pick_;
   std::vector<float> weight_;
