@@ -10,7 +10,6 @@
 // values for its pixels. Much narrower results interpolate per pixel.
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <vector>
 
 #include "platform/CpuFeatures.h"
